@@ -1,0 +1,67 @@
+# Shared build helpers.
+
+function(quenix_warnings target)
+  if(MSVC)
+    return()
+  endif()
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # GCC 12 reports false -Wrestrict positives inside std::string at -O3.
+    target_compile_options(${target} PRIVATE -Wno-restrict)
+  endif()
+  if(QUENIX_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+if(QUENIX_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+# Sources of this folder, with the platform files (name_posix.cpp / name_linux.cpp or
+# name_win32.cpp / name_windows.cpp) taken for the platform being built.
+function(quenix_collect_sources out)
+  file(GLOB all CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  set(common ${all})
+  list(FILTER common EXCLUDE REGEX "_(posix|linux|win32|windows)\\.cpp$")
+  set(platform ${all})
+  if(WIN32)
+    list(FILTER platform INCLUDE REGEX "_(win32|windows)\\.cpp$")
+  else()
+    list(FILTER platform INCLUDE REGEX "_(posix|linux)\\.cpp$")
+  endif()
+  set(${out} ${common} ${platform} PARENT_SCOPE)
+endfunction()
+
+# A Qt-free core module: src/<name>/*.cpp -> static library quenix_<name>.
+function(quenix_module name)
+  cmake_parse_arguments(M "" "" "DEPS;LIBS" ${ARGN})
+  quenix_collect_sources(srcs)
+  if(srcs)
+    add_library(quenix_${name} STATIC ${srcs})
+    target_include_directories(quenix_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src ${CMAKE_BINARY_DIR}/generated)
+    target_link_libraries(quenix_${name} PUBLIC ${M_DEPS} ${M_LIBS})
+    quenix_warnings(quenix_${name})
+  else()
+    add_library(quenix_${name} INTERFACE)
+    target_include_directories(quenix_${name} INTERFACE ${PROJECT_SOURCE_DIR}/src ${CMAKE_BINARY_DIR}/generated)
+    target_link_libraries(quenix_${name} INTERFACE ${M_DEPS} ${M_LIBS})
+  endif()
+endfunction()
+
+# A test executable from tests/<dir>/*.cpp, registered with ctest.
+function(quenix_test dir)
+  cmake_parse_arguments(T "" "" "DEPS;LABELS" ${ARGN})
+  file(GLOB srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(NOT srcs)
+    return()
+  endif()
+  add_executable(test_${dir} ${srcs})
+  set_target_properties(test_${dir} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  target_link_libraries(test_${dir} PRIVATE ${T_DEPS} quenix_test_support GTest::gmock_main)
+  target_compile_definitions(test_${dir} PRIVATE QUENIX_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+                                                 QUENIX_PROGRAM_DIR="${QUENIX_PROGRAM_DIR}")
+  quenix_warnings(test_${dir})
+  gtest_discover_tests(test_${dir} DISCOVERY_TIMEOUT 120 PROPERTIES LABELS "${dir};${T_LABELS}")
+endfunction()

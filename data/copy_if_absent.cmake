@@ -1,0 +1,4 @@
+if(NOT EXISTS "${DST}")
+  get_filename_component(dir "${DST}" DIRECTORY)
+  file(COPY "${SRC}" DESTINATION "${dir}")
+endif()

@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Installs what the program needs, builds it and starts it from its program folder.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/install-deps.sh
+cmake --preset default >/dev/null
+cmake --build --preset default
+if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
+    echo "No display found: starting under a virtual X server (xvfb-run)."
+    exec xvfb-run -a build/default/bin/quenix
+fi
+exec build/default/bin/quenix

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "config/config_text.h"
+#include "config/settings.h"
+
+#include <string>
+#include <string_view>
+
+namespace quenix {
+
+// The whole of telvorin.cfg in memory, and the operations through which every part of the
+// system reads and changes it. Every change is a splice of the text; saving writes it whole.
+class ConfigStore {
+public:
+    // folder: the program folder that holds telvorin.cfg.
+    explicit ConfigStore(std::string folder = ".");
+
+    static constexpr const char* kFileName = "telvorin.cfg";
+
+    const std::string& folder() const { return folder_; }
+    std::string path() const;
+
+    // Reads the file and the [General] keys in their fixed order. False when the file cannot
+    // be read, is too long, or lacks [End], [General] or a key; settings read so far stay.
+    bool LoadConfiguration();
+
+    // Cuts everything behind the last "]", writes the text and CR LF, and makes memory agree.
+    // The file is replaced atomically; on failure both the file and the text stay as they were.
+    bool SaveConfiguration();
+
+    // Sets the value of a [General] key in place (keeping the first character after "=") and
+    // saves. False, with nothing written, when [General], the key or its CR is missing.
+    bool SetGeneralKey(std::string_view key, std::string_view value);
+
+    // Removes the current command's line (see the class notes in the source). The caller saves.
+    void DeleteCommand();
+    // Removes the current device's section and saves.
+    void DeleteDevice();
+
+    std::string GetDeviceDescription(std::string_view name, bool fromImport = false) const;
+    std::string BuildMonitorDeviceList() const;
+
+    // Replaces the configuration text; refused (false, lastError set) when it would reach
+    // 32,768 characters. Every splice goes through here.
+    bool SetText(std::string text);
+    // Shorthands for the common splices of the configuration text, limit-checked.
+    bool Insert(std::string_view insertion, int pos);
+    bool Delete(int first, int last);
+
+    int Find(std::string_view needle, int start = 1) const { return FindText(needle, text_, start); }
+    std::string Line(int pos) const { return ReadLine(text_, pos); }
+
+    const std::string& text() const { return text_; }
+    std::string& importText() { return importText_; }
+    const std::string& importText() const { return importText_; }
+
+    Settings& settings() { return settings_; }
+    const Settings& settings() const { return settings_; }
+    const std::string& version() const { return version_; }
+
+    std::string currentDevice;
+    std::string currentCommand;
+
+    // The reason of the last failure, in words for the user; empty after a success.
+    const std::string& lastError() const { return lastError_; }
+
+    // For tests: load a text as if read from the file.
+    bool LoadFromText(std::string text);
+
+private:
+    bool ParseGeneral();
+
+    std::string folder_;
+    std::string text_;
+    std::string importText_;
+    std::string version_;
+    Settings settings_;
+    std::string lastError_;
+};
+
+} // namespace quenix

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quenix {
+
+// Text operations on the configuration text. Positions are 1-based, as everywhere in the
+// system; 0 means "not found".
+
+inline constexpr int kMaxConfigLength = 32767; // positions are 16-bit signed integers
+
+// Case-blind search; the position just behind the first match at or after start, else 0.
+// The last character of the text is never a candidate start, so a one-character needle
+// standing only there is not found.
+int FindText(std::string_view needle, std::string_view text, int start);
+
+// Characters from pos up to the next CR, trimmed of blanks. Without a CR, up to the end.
+std::string ReadLine(std::string_view text, int pos);
+
+// The text with the insertion placed so that it begins at pos.
+std::string InsertText(std::string_view text, std::string_view insertion, int pos);
+
+// The text without the characters first..last, both included.
+std::string DeleteText(std::string_view text, int first, int last);
+
+// The "[name]" header of the section in which the needle first stands, or empty.
+std::string FindSectionHeader(std::string_view needle, std::string_view text);
+
+// The text behind the "#" of the device's comment line (not trimmed), or empty.
+std::string GetDeviceDescription(std::string_view name, std::string_view text);
+
+// Trims the name in place; false when it holds one of [ ] , # % &.
+bool IsValidName(std::string& name);
+
+} // namespace quenix

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "config/config_store.h"
+#include "core/beeper.h"
+#include "core/clock.h"
+#include "core/dialogs.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quenix {
+
+// An OS serial handle as the system passes it around: a file descriptor on POSIX, a HANDLE
+// on Windows. -1 means "not open".
+using PortHandle = std::intptr_t;
+inline constexpr PortHandle kNoPort = -1;
+
+// The protocol header of the current infrared device.
+struct ProtocolHeader {
+    int gproto = 0;
+    int sendpls = 550;
+    int repeat = 50;
+    int grepeat = 1;
+    std::string bitg = "111111111111111100000000";
+    std::string bit0 = "10";
+    std::string bit1 = "1000";
+};
+
+// The process-wide state of one run, passed by reference to every controller. There are
+// no mutable globals: whatever lives as long as the program lives here.
+struct Context {
+    Context(ConfigStore& store, Clock& clk, Dialogs& dlg, Beeper& bp)
+        : config(store), clock(clk), dialogs(dlg), beeper(bp) {}
+
+    ConfigStore& config;
+    Clock& clock;
+    Dialogs& dialogs;
+    Beeper& beeper;
+
+    Settings& settings() { return config.settings(); }
+
+    // Ports.
+    PortHandle irPortHandle = kNoPort;
+    PortHandle x10PortHandle = kNoPort;
+    PortHandle btPortHandle = kNoPort;
+
+    // Infrared interface and transmitter.
+    int interfaceType = 0; // 0 DCDStd, 1 IRMouse, 2 IRMan, 3 Creative, 4 FirM, 9 Unknown
+    int txdOutput = 0;     // 0 DTR, 1 TxD, 2 IrDA
+    bool irmanInitialised = false;
+
+    // Current device's protocol header and the RC5 toggle, which lives for the whole run.
+    ProtocolHeader header;
+    bool rc5Toggle = false;
+
+    // Capture and send buffers.
+    std::vector<std::uint8_t> captureBuffer = std::vector<std::uint8_t>(600, 0);
+    std::string sendBuffer;
+
+    // Run-time flags.
+    bool monitoring = false;
+    bool editFlag = false;
+    bool validated = false;
+
+    // Beeps, when the beep option is on.
+    void beepIfOn(int hz, int ms) {
+        if (config.settings().beepOn) beeper.beep(hz, ms);
+    }
+};
+
+} // namespace quenix

@@ -1,0 +1,256 @@
+#include "config/config_store.h"
+
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace quenix {
+namespace {
+
+using testing::DefaultConfiguration;
+using testing::TempDir;
+
+const char* kGeneralKeys[] = {"COMPORT", "PROTOCOL", "PROCDELAY", "ITYPE", "BEEPON", "IRINENA", "IROUTENA",
+                              "X10COM", "X10ENA", "IRDIMENA", "APPLICATIONENA", "WINAMPENA", "WINAMPPATH",
+                              "BTCOM", "BTENA", "BTMODE", "BT0", "BT1", "BT2", "BT3", "BT4", "BT5", "BT6",
+                              "BT7", "BT8", "BT9", "BTCURRENT", "MOUSEENA", "KEYBOARDENA", "MONITOR"};
+
+// A [General] section with every key; values from the overrides, else "0".
+std::string General(std::map<std::string, std::string> values = {}, const std::string& sep = "= ") {
+    std::string s = "[General]\r\n";
+    for (const char* k : kGeneralKeys) {
+        auto it = values.find(k);
+        s += std::string(k) + sep + (it == values.end() ? "0" : it->second) + "\r\n";
+    }
+    return s;
+}
+
+std::string Config(const std::string& general, const std::string& devices = "") {
+    return "# Quenix Remote Manager test file\r\n" + general + devices +
+           "[X10]\r\n[Application]\r\n[Monitoring]\r\n[End]\r\n";
+}
+
+class StoreTest : public ::testing::Test {
+protected:
+    void Load(const std::string& text) {
+        dir.write("telvorin.cfg", text);
+        ASSERT_TRUE(store.LoadConfiguration()) << store.lastError();
+    }
+    std::string OnDisk() const { return dir.read("telvorin.cfg"); }
+
+    TempDir dir;
+    ConfigStore store{dir.str()};
+};
+
+TEST_F(StoreTest, ShippedConfigurationLoads) {
+    Load(DefaultConfiguration());
+    const Settings& s = store.settings();
+    EXPECT_EQ(s.comPort, 1);
+    EXPECT_TRUE(s.irInEna);
+    EXPECT_EQ(s.winampPath, "/usr/bin/mpv");
+    EXPECT_FALSE(s.monitor);
+    EXPECT_NE(store.Find("Remote Manager"), 0);
+    EXPECT_EQ(store.version(), "1.0.0");
+}
+
+TEST_F(StoreTest, ValuesAreReadAsTheirLeadingNumber) {
+    Load(Config(General({{"COMPORT", "2x"}, {"PROTOCOL", "x"}, {"ITYPE", "18"}, {"BEEPON", "7"},
+                         {"WINAMPPATH", " /opt/my player/mpv "}, {"BT3", "T68i phone"}, {"BTCURRENT", "-3"},
+                         {"MONITOR", "1"}})));
+    const Settings& s = store.settings();
+    EXPECT_EQ(s.comPort, 2);
+    EXPECT_EQ(s.protocol, 0);
+    EXPECT_EQ(s.itypeHigh, 1);
+    EXPECT_EQ(s.itypeLow, 2);
+    EXPECT_TRUE(s.beepOn); // any non-zero number is on
+    EXPECT_EQ(s.winampPath, "/opt/my player/mpv");
+    EXPECT_EQ(s.bt[3], "T68i phone");
+    EXPECT_EQ(s.btCurrent, -3);
+    EXPECT_TRUE(s.monitor);
+}
+
+TEST_F(StoreTest, BrokenFilesFailTheLoad) {
+    std::string swapped = Config(General());
+    auto a = swapped.find("ITYPE= 0\r\n"), b = swapped.find("BEEPON= 0\r\n");
+    swapped.replace(b, 11, "ITYPE= 0\r\n");
+    swapped.replace(a, 10, "BEEPON= 0\r\n");
+    std::string noKey = Config(General());
+    noKey.erase(noKey.find("BT7= 0\r\n"), 8);
+    std::string lowerCase = Config(General());
+    lowerCase.replace(lowerCase.find("COMPORT"), 7, "comport");
+
+    const std::pair<std::string, bool> cases[] = {
+        {swapped, false},
+        {noKey, false},
+        {Config(General()).erase(Config(General()).find("[End]"), 5), false},
+        {"Remote Manager\r\n[End]\r\n", false},
+        {lowerCase, true}, // keys match regardless of letter case
+        {Config(General()) + "trailing text", true},
+    };
+    for (const auto& [text, ok] : cases) {
+        dir.write("telvorin.cfg", text);
+        ConfigStore s(dir.str());
+        EXPECT_EQ(s.LoadConfiguration(), ok) << text;
+        if (!ok) {
+            EXPECT_FALSE(s.lastError().empty());
+        }
+    }
+}
+
+TEST_F(StoreTest, MissingOrOversizedFileFailsWithAMessageAndWritesNothing) {
+    ConfigStore missing((dir.path() / "nowhere").string());
+    EXPECT_FALSE(missing.LoadConfiguration());
+    EXPECT_NE(missing.lastError().find("Cannot open"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(dir.path() / "nowhere"));
+
+    std::string big = Config(General(), "[Big]\r\n# " + std::string(33000, 'x') + "\r\n");
+    dir.write("telvorin.cfg", big);
+    EXPECT_FALSE(store.LoadConfiguration());
+    EXPECT_NE(store.lastError().find("32767"), std::string::npos);
+    EXPECT_EQ(OnDisk(), big);
+}
+
+TEST_F(StoreTest, SetGeneralKeyKeepsTheFirstCharacterAfterTheEquals) {
+    struct Case {
+        std::string line, value, expected;
+    };
+    const Case cases[] = {
+        {"BEEPON= 1", "0", "BEEPON= 0\r\n"},
+        {"BEEPON=1", "0", "BEEPON=10\r\n"}, // written without the blank the old digit survives
+        {"BEEPON= 1", "  12 ", "BEEPON= 12\r\n"},
+        {"BEEPON= 100", "", "BEEPON= \r\n"},
+        {"BEEPON=", "1", "BEEPON=\r1\n"}, // an empty value line cannot be set in place
+    };
+    for (const auto& c : cases) {
+        std::string text = Config(General());
+        text.replace(text.find("BEEPON= 0"), 9, c.line);
+        Load(text);
+        ASSERT_TRUE(store.SetGeneralKey("BEEPON", c.value)) << c.line;
+        std::string expected = text;
+        expected.replace(expected.find(c.line + "\r\n"), c.line.size() + 2, c.expected);
+        EXPECT_EQ(store.text(), expected) << c.line;
+        EXPECT_EQ(OnDisk(), expected) << c.line;
+    }
+}
+
+TEST_F(StoreTest, SetGeneralKeyRefusesWithoutWriting) {
+    Load(Config(General()));
+    std::filesystem::remove(dir.file("telvorin.cfg"));
+    EXPECT_FALSE(store.SetGeneralKey("", "1"));
+    EXPECT_FALSE(store.SetGeneralKey("NOSUCHKEY", "1"));
+    EXPECT_FALSE(std::filesystem::exists(dir.file("telvorin.cfg")));
+    // A key that stands only outside [General] ahead of it is not found there.
+    ConfigStore s2(dir.str());
+    ASSERT_TRUE(s2.LoadFromText("#X10COM= 5\r\n" + Config(General())));
+    ASSERT_TRUE(s2.SetGeneralKey("X10COM", "3"));
+    EXPECT_NE(s2.text().find("#X10COM= 5\r\n"), std::string::npos);
+    EXPECT_NE(s2.text().find("\r\nX10COM= 3\r\n"), std::string::npos);
+}
+
+TEST_F(StoreTest, SaveDropsTextAfterTheLastBracketAndEndsWithOneLineBreak) {
+    const std::string base = Config(General());
+    const std::string body = base.substr(0, base.size() - 2); // ... "[End]"
+    const std::pair<std::string, std::string> cases[] = {
+        {body, body + "\r\n"},
+        {body + "\r\n", body + "\r\n"},
+        {body + "\r\nleft over\r\nmore", body + "\r\n"},
+        {body + "\r\n\r\n\r\n", body + "\r\n"},
+    };
+    for (const auto& [in, out] : cases) {
+        Load(in);
+        ASSERT_TRUE(store.SaveConfiguration());
+        ASSERT_TRUE(store.SaveConfiguration());
+        EXPECT_EQ(OnDisk(), out);
+        EXPECT_EQ(store.text(), out);
+    }
+}
+
+TEST_F(StoreTest, FailedSaveKeepsTheFileAndTheText) {
+    Load(Config(General()));
+    const std::string before = OnDisk();
+    // The temporary sibling cannot be created: the save must fail cleanly.
+    std::filesystem::create_directory(dir.file("telvorin.cfg.tmp"));
+    EXPECT_FALSE(store.SetGeneralKey("COMPORT", "7"));
+    EXPECT_FALSE(store.lastError().empty());
+    EXPECT_EQ(store.text(), before);
+    EXPECT_EQ(OnDisk(), before);
+    std::filesystem::remove(dir.file("telvorin.cfg.tmp"));
+    EXPECT_TRUE(store.SetGeneralKey("COMPORT", "7"));
+    EXPECT_NE(OnDisk().find("COMPORT= 7\r\n"), std::string::npos);
+}
+
+TEST_F(StoreTest, TextLimitIsRefusedNotWrapped) {
+    Load(Config(General()));
+    const std::string before = store.text();
+    const int room = kMaxConfigLength - static_cast<int>(before.size());
+    EXPECT_FALSE(store.Insert(std::string(static_cast<std::size_t>(room + 1), 'x'), 1));
+    EXPECT_EQ(store.text(), before);
+    EXPECT_NE(store.lastError().find("32767"), std::string::npos);
+    EXPECT_FALSE(store.SetGeneralKey("WINAMPPATH", std::string(static_cast<std::size_t>(room + 5), 'p')));
+    EXPECT_EQ(OnDisk(), before);
+    EXPECT_TRUE(store.Insert(std::string(static_cast<std::size_t>(room), 'x'), 1)); // exactly 32767 fits
+}
+
+const char* kDevices = "[TV]\r\n# tv\r\nGPROTO=0\r\nG1010,Power\r\nG1100,Mute\r\n"
+                       "[Amp]\r\n# amp\r\nGPROTO=2\r\nG0110,Vol+\r\nG0111,Power\r\n";
+
+TEST_F(StoreTest, DeleteCommandRemovesOneWholeLine) {
+    struct Case {
+        const char *device, *command, *removed;
+    };
+    const Case cases[] = {
+        {"TV", "Power", "G1010,Power\r\n"},
+        {"tv", "MUTE", "G1100,Mute\r\n"},
+        {"Amp", "Power", "G0111,Power\r\n"},
+        {"TV", "Vol+", "G0110,Vol+\r\n"}, // the search runs past the device's section
+        {"TV", "Nothing", ""},
+        {"Radio", "Power", ""},
+    };
+    for (const auto& c : cases) {
+        Load(Config(General(), kDevices));
+        std::string expected = store.text();
+        if (*c.removed) expected.erase(expected.find(c.removed), std::string(c.removed).size());
+        store.currentDevice = c.device;
+        store.currentCommand = c.command;
+        store.DeleteCommand();
+        EXPECT_EQ(store.text(), expected) << c.device << "/" << c.command;
+    }
+}
+
+TEST_F(StoreTest, DeleteDeviceTakesTheSectionUpToTheNextHeader) {
+    Load(Config(General(), kDevices));
+    store.currentDevice = "Amp";
+    store.DeleteDevice();
+    EXPECT_NE(store.text().find("G1100,Mute\r\n[X10]\r\n"), std::string::npos); // [X10] still starts its line
+    EXPECT_EQ(store.Find("[Amp]"), 0);
+    EXPECT_EQ(OnDisk(), store.text());
+
+    store.currentDevice = "TV";
+    store.DeleteDevice();
+    EXPECT_NE(store.text().find("MONITOR= 0\r\n[X10]\r\n"), std::string::npos);
+
+    // A header that stands last in the text has no next "[" and is kept.
+    ConfigStore last(dir.str());
+    ASSERT_TRUE(last.LoadFromText(Config(General()) + "[Tail]\r\nG1,x\r\n"));
+    const std::string before = last.text();
+    last.currentDevice = "Tail";
+    last.DeleteDevice();
+    EXPECT_EQ(last.text(), before);
+}
+
+TEST_F(StoreTest, MonitorDeviceList) {
+    const std::string devices = std::string(kDevices);
+    std::string text = Config(General({{"WINAMPENA", "1"}, {"MOUSEENA", "1"}, {"BTENA", "1"}}), devices);
+    text.replace(text.find("[X10]\r\n"), 7, "[X10]\r\n/X10/*a1,Desk Lamp\r\n/X10/*b12, Fan \r\n");
+    text.replace(text.find("[Application]\r\n"), 15, "[Application]\r\n@xterm,Term\r\n");
+    Load(text);
+    EXPECT_EQ(store.BuildMonitorDeviceList(), "TV,Amp,X10&Desk Lamp,X10&Fan,Winamp,Mouse,BT,");
+
+    Load(Config(General()));
+    EXPECT_EQ(store.BuildMonitorDeviceList(), "none,");
+}
+
+} // namespace
+} // namespace quenix

@@ -1,0 +1,148 @@
+#pragma once
+
+// Test doubles for the seams of the core: a virtual clock, scripted dialogs, a recording
+// view and beeper, and a temporary program folder.
+
+#include "core/beeper.h"
+#include "core/clock.h"
+#include "core/dialogs.h"
+#include "core/view.h"
+
+#include <deque>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quenix::testing {
+
+// Time advances only through sleep() and advance().
+class FakeClock final : public Clock {
+public:
+    void sleep(int ms) override {
+        sleeps.push_back(ms);
+        now_ += ms;
+    }
+    std::int64_t nowMs() override { return now_; }
+    void advance(std::int64_t ms) { now_ += ms; }
+
+    std::vector<int> sleeps;
+
+private:
+    std::int64_t now_ = 1'000'000;
+};
+
+class FakeBeeper final : public Beeper {
+public:
+    void beep(int hz, int ms) override { beeps.emplace_back(hz, ms); }
+    std::vector<std::pair<int, int>> beeps;
+};
+
+// Answers come from queues; every question is recorded. An empty queue answers like a
+// user who presses the default button (Ok / No / Cancel) or cancels an input box.
+class FakeDialogs final : public Dialogs {
+public:
+    struct Message {
+        std::string text, caption;
+        MsgIcon icon;
+        MsgButtons buttons;
+    };
+    struct Input {
+        std::string prompt, title;
+    };
+
+    MsgAnswer messageBox(const std::string& text, const std::string& caption, MsgIcon icon,
+                         MsgButtons buttons) override;
+    std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
+                                        const std::string& initial) override;
+    std::optional<std::string> openFile(const std::string& title, const std::vector<std::string>& filters) override;
+    std::optional<std::string> saveFile(const std::string& title, const std::vector<std::string>& filters,
+                                        const std::string& defaultExtension) override;
+
+    std::deque<MsgAnswer> answers;
+    std::deque<std::optional<std::string>> inputs;
+    std::deque<std::optional<std::string>> files;
+
+    std::vector<Message> messages;
+    std::vector<Input> prompts;
+    std::vector<std::pair<std::string, std::vector<std::string>>> fileDialogs;
+
+    std::vector<std::string> texts() const;
+};
+
+// Keeps every control's state in maps and records the history of texts set.
+class FakeView : public View {
+public:
+    void setText(const std::string& c, const std::string& t) override {
+        texts_[c] = t;
+        history.emplace_back(c, t);
+    }
+    std::string text(const std::string& c) const override { return get(texts_, c, std::string()); }
+    void setChecked(const std::string& c, bool v) override { checked_[c] = v; }
+    bool isChecked(const std::string& c) const override { return get(checked_, c, false); }
+    void setEnabled(const std::string& c, bool v) override { enabled_[c] = v; }
+    bool isEnabled(const std::string& c) const override { return get(enabled_, c, true); }
+    void setVisible(const std::string& c, bool v) override { visible_[c] = v; }
+    bool isVisible(const std::string& c) const { return get(visible_, c, true); }
+    void setItems(const std::string& c, const std::vector<std::string>& items) override {
+        items_[c] = items;
+        index_[c] = -1;
+    }
+    std::vector<std::string> items(const std::string& c) const override {
+        return get(items_, c, std::vector<std::string>());
+    }
+    void setCurrentIndex(const std::string& c, int i) override { index_[c] = i; }
+    int currentIndex(const std::string& c) const override { return get(index_, c, -1); }
+    void setColor(const std::string& c, ColorRole r, std::uint32_t rgb) override { colors_[{c, r}] = rgb; }
+    std::uint32_t color(const std::string& c, ColorRole r) const override {
+        auto it = colors_.find({c, r});
+        return it == colors_.end() ? 0u : it->second;
+    }
+    void setTimerEnabled(const std::string& t, bool v) override { timers_[t] = v; }
+    bool isTimerEnabled(const std::string& t) const override { return get(timers_, t, false); }
+    void processEvents() override { ++processEventsCalls; }
+
+    // Every text set on a control, in order.
+    std::vector<std::string> textsOf(const std::string& control) const;
+
+    std::vector<std::pair<std::string, std::string>> history;
+    int processEventsCalls = 0;
+
+private:
+    template <class M, class V>
+    static V get(const M& m, const std::string& k, V dflt) {
+        auto it = m.find(k);
+        return it == m.end() ? dflt : it->second;
+    }
+    std::map<std::string, std::string> texts_;
+    std::map<std::string, bool> checked_, enabled_, visible_, timers_;
+    std::map<std::string, std::vector<std::string>> items_;
+    std::map<std::string, int> index_;
+    std::map<std::pair<std::string, ColorRole>, std::uint32_t> colors_;
+};
+
+// A fresh folder under the system's temporary directory, removed at the end of the test.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+    std::string str() const { return path_.string(); }
+    std::filesystem::path file(const std::string& name) const { return path_ / name; }
+    void write(const std::string& name, const std::string& bytes) const;
+    std::string read(const std::string& name) const;
+
+private:
+    std::filesystem::path path_;
+};
+
+// The configuration that ships with the program, as bytes.
+std::string DefaultConfiguration();
+
+} // namespace quenix::testing
