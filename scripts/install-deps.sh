@@ -11,7 +11,7 @@ PKGS=(
   clang-14 libclang-rt-14-dev
   g++-mingw-w64-x86-64
   xvfb xauth x11-utils xdotool imagemagick trayer
-  dbus dbus-x11 mpv mpv-mpris sox
+  dbus dbus-x11 mpv mpv-mpris sox libsox-fmt-mp3
   at-spi2-core python3-pyatspi
 )
 SUDO=""
