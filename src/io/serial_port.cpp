@@ -1,0 +1,99 @@
+#include "io/serial_port.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+namespace quenix {
+
+namespace {
+// A read returns at once with whatever is buffered; a write may take 1 ms a byte plus 10 ms.
+constexpr CommTimeouts kPortTimeouts{0xFFFFFFFFu, 0, 0, 1, 10};
+} // namespace
+
+std::string ComDeviceName(int port) { return "COM" + std::to_string(port); }
+
+int ComPortNumber(std::string_view name) {
+    if (name.size() < 4) return 0;
+    for (std::size_t i = 0; i < 3; ++i)
+        if ((name[i] | 0x20) != "com"[i]) return 0;
+    int n = 0;
+    auto digits = name.substr(3);
+    auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), n);
+    if (ec != std::errc() || end != digits.data() + digits.size() || n < 1) return 0;
+    return n;
+}
+
+SerialPort::SerialPort(SerialDriver& driver) : driver_(driver) {}
+
+SerialDriver& SerialPort::driver() { return driver_; }
+
+PortHandle SerialPort::OpenComPort(int port) {
+    if (port < 1) return kNoPort;
+    return driver_.open(ComDeviceName(port));
+}
+
+bool SerialPort::ConfigureComPort(std::uint32_t baud, int dataBits, PortHandle h) {
+    if (h == kNoPort) return false;
+    if (!driver_.getState(h, state_)) return false;
+    state_.baudRate = baud;
+    state_.byteSize = static_cast<std::uint8_t>(dataBits);
+    // Binary mode and nothing else: no flow control, DTR and RTS control "disable" (so the
+    // lines drop), no parity checking. Parity and stop bits stay as the driver had them.
+    state_.flags = kCommFlagBinary;
+    if (!driver_.setState(h, state_)) return false;
+    return SetComTimeouts(h);
+}
+
+bool SerialPort::SetComTimeouts(PortHandle h) {
+    if (h == kNoPort) return false;
+    if (!driver_.getTimeouts(h, timeouts_)) return false;
+    timeouts_ = kPortTimeouts;
+    return driver_.setTimeouts(h, timeouts_);
+}
+
+bool SerialPort::WriteComPort(std::string_view text, PortHandle h) {
+    if (h == kNoPort) return false;
+    std::size_t n = std::min(text.size(), kComTransferMax);
+    std::memcpy(buffer_, text.data(), n);
+    std::size_t written = 0;
+    return driver_.write(h, buffer_, n, written);
+}
+
+std::string SerialPort::ReadComPort(PortHandle h) {
+    if (h == kNoPort) return {};
+    std::size_t got = 0;
+    if (!driver_.read(h, buffer_, kComTransferMax, got) || got == 0) return {};
+    return std::string(buffer_, std::min(got, kComTransferMax));
+}
+
+void SerialPort::SetDTR(PortHandle h, bool on) {
+    if (h != kNoPort) driver_.escape(h, on ? CommEscape::SetDTR : CommEscape::ClrDTR);
+}
+
+void SerialPort::SetRTS(PortHandle h, bool on) {
+    if (h != kNoPort) driver_.escape(h, on ? CommEscape::SetRTS : CommEscape::ClrRTS);
+}
+
+void SerialPort::SetTxDBreak(PortHandle h, bool on) {
+    if (h != kNoPort) driver_.escape(h, on ? CommEscape::SetBreak : CommEscape::ClrBreak);
+}
+
+bool SerialPort::modemBit(PortHandle h, std::uint32_t bit) {
+    if (h == kNoPort) return false;
+    std::uint32_t status = 0;
+    driver_.modemStatus(h, status); // a failed call reads as all lines off
+    return (status & bit) != 0;
+}
+
+bool SerialPort::IsCTSOn(PortHandle h) { return modemBit(h, kModemCtsOn); }
+bool SerialPort::IsDSROn(PortHandle h) { return modemBit(h, kModemDsrOn); }
+bool SerialPort::IsDCDOn(PortHandle h) { return modemBit(h, kModemDcdOn); }
+
+bool SerialPort::ComPortExists(int port) { return port >= 1 && driver_.defaultConfig(ComDeviceName(port)); }
+
+void SerialPort::CloseHandle(PortHandle h) {
+    if (h != kNoPort) driver_.close(h);
+}
+
+} // namespace quenix

@@ -1,0 +1,279 @@
+// The serial driver on POSIX: termios for speed and framing, ioctl for the modem lines.
+//
+// COMn is the target of a link com<n> in the program folder when there is one (as Wine's
+// dosdevices does), else /dev/ttyS<n-1>. A pseudo-terminal has no modem control (its line
+// ioctls answer ENOTTY): its lines read as on, like a three-wire link with the handshake
+// looped back, and line writes do nothing. Any other failure of a line read reads as off.
+
+#include "io/serial_port.h"
+
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <map>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
+#if __has_include(<linux/serial.h>)
+#include <linux/serial.h>
+#define QUENIX_HAVE_SERIAL_INFO 1
+#endif
+
+namespace quenix {
+namespace {
+
+struct SpeedEntry {
+    std::uint32_t baud;
+    speed_t speed;
+};
+
+constexpr SpeedEntry kSpeeds[] = {
+    {110, B110},       {300, B300},       {600, B600},       {1200, B1200},     {2400, B2400},
+    {4800, B4800},     {9600, B9600},     {19200, B19200},   {38400, B38400},   {57600, B57600},
+    {115200, B115200}, {230400, B230400},
+};
+
+speed_t SpeedOf(std::uint32_t baud) {
+    for (const auto& e : kSpeeds)
+        if (e.baud == baud) return e.speed;
+    return 0;
+}
+
+std::uint32_t BaudOf(speed_t speed) {
+    for (const auto& e : kSpeeds)
+        if (e.speed == speed) return e.baud;
+    return 9600;
+}
+
+tcflag_t SizeFlag(int bits) {
+    switch (bits) {
+    case 5: return CS5;
+    case 6: return CS6;
+    case 7: return CS7;
+    default: return CS8;
+    }
+}
+
+class PosixSerialDriver final : public SerialDriver {
+public:
+    explicit PosixSerialDriver(std::string programFolder) : folder_(std::move(programFolder)) {}
+
+    PortHandle open(const std::string& deviceName) override {
+        std::string path = pathOf(deviceName);
+        if (path.empty()) return kNoPort;
+        int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+        if (fd < 0) return kNoPort;
+        // No sharing: a second open of the same port fails, as on Windows.
+        if (!::isatty(fd) || !uartPresent(fd, path) || ::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+            ::close(fd);
+            return kNoPort;
+        }
+        ::ioctl(fd, TIOCEXCL);
+        timeouts_[fd] = CommTimeouts{};
+        return fd;
+    }
+
+    bool getState(PortHandle h, CommState& s) override {
+        termios t{};
+        if (::tcgetattr(fd(h), &t) != 0) return false;
+        s.baudRate = BaudOf(::cfgetospeed(&t));
+        switch (t.c_cflag & CSIZE) {
+        case CS5: s.byteSize = 5; break;
+        case CS6: s.byteSize = 6; break;
+        case CS7: s.byteSize = 7; break;
+        default: s.byteSize = 8; break;
+        }
+        s.parity = (t.c_cflag & PARENB) ? ((t.c_cflag & PARODD) ? 1 : 2) : 0;
+        s.stopBits = (t.c_cflag & CSTOPB) ? 2 : 0;
+        s.flags = kCommFlagBinary;
+        if (t.c_cflag & CRTSCTS) s.flags |= kCommFlagOutxCtsFlow | 0x2000; // RTS handshake
+        return true;
+    }
+
+    bool setState(PortHandle h, const CommState& s) override {
+        termios t{};
+        if (::tcgetattr(fd(h), &t) != 0) return false;
+        speed_t speed = SpeedOf(s.baudRate);
+        if (speed == 0 || s.byteSize < 5 || s.byteSize > 8) return false;
+        // Raw bytes both ways; parity and stop bits as they were.
+        t.c_iflag &= ~static_cast<tcflag_t>(IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXON |
+                                            IXOFF | IXANY | INPCK);
+        t.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+        t.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL | ICANON | ISIG | IEXTEN);
+        t.c_cflag &= ~static_cast<tcflag_t>(CSIZE | CRTSCTS | HUPCL);
+        t.c_cflag |= SizeFlag(s.byteSize) | CREAD | CLOCAL;
+        if ((s.flags & kCommFlagOutxCtsFlow) != 0) t.c_cflag |= CRTSCTS;
+        t.c_cc[VMIN] = 0;
+        t.c_cc[VTIME] = 0;
+        ::cfsetispeed(&t, speed);
+        ::cfsetospeed(&t, speed);
+        if (::tcsetattr(fd(h), TCSANOW, &t) != 0) return false;
+        // DTR and RTS control "disable" hold the lines low.
+        int lines = 0;
+        if ((s.flags & kCommFlagDtrControlMask) == 0) lines |= TIOCM_DTR;
+        if ((s.flags & kCommFlagRtsControlMask) == 0) lines |= TIOCM_RTS;
+        if (lines != 0) lineIoctl(h, TIOCMBIC, lines);
+        return true;
+    }
+
+    bool getTimeouts(PortHandle h, CommTimeouts& t) override {
+        auto it = timeouts_.find(fd(h));
+        if (it == timeouts_.end()) return false;
+        t = it->second;
+        return true;
+    }
+
+    bool setTimeouts(PortHandle h, const CommTimeouts& t) override {
+        auto it = timeouts_.find(fd(h));
+        if (it == timeouts_.end()) return false;
+        it->second = t;
+        return true;
+    }
+
+    bool read(PortHandle h, char* buffer, std::size_t max, std::size_t& got) override {
+        got = 0;
+        CommTimeouts t{};
+        getTimeouts(h, t);
+        // An interval of all ones with zero totals: return at once with what is buffered.
+        bool immediate = t.readIntervalTimeout == 0xFFFFFFFFu && t.readTotalTimeoutMultiplier == 0 &&
+                         t.readTotalTimeoutConstant == 0;
+        std::int64_t budget = immediate ? 0
+                                        : static_cast<std::int64_t>(t.readTotalTimeoutMultiplier) *
+                                                  static_cast<std::int64_t>(max) +
+                                              t.readTotalTimeoutConstant;
+        auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(budget);
+        while (got < max) {
+            ssize_t n = ::read(fd(h), buffer + got, max - got);
+            if (n > 0) {
+                got += static_cast<std::size_t>(n);
+                continue;
+            }
+            if (n == 0 || errno == EAGAIN || errno == EWOULDBLOCK) {
+                if (immediate || !waitFor(h, POLLIN, deadline)) break;
+                continue;
+            }
+            if (errno == EINTR) continue;
+            // A pty whose other end is closed answers EIO: that is "nothing to read".
+            return errno == EIO;
+        }
+        return true;
+    }
+
+    bool write(PortHandle h, const char* data, std::size_t size, std::size_t& written) override {
+        written = 0;
+        CommTimeouts t{};
+        getTimeouts(h, t);
+        std::int64_t budget = static_cast<std::int64_t>(t.writeTotalTimeoutMultiplier) *
+                                  static_cast<std::int64_t>(size) +
+                              t.writeTotalTimeoutConstant;
+        bool unbounded = t.writeTotalTimeoutMultiplier == 0 && t.writeTotalTimeoutConstant == 0;
+        auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(unbounded ? 3600000 : budget);
+        while (written < size) {
+            ssize_t n = ::write(fd(h), data + written, size - written);
+            if (n > 0) {
+                written += static_cast<std::size_t>(n);
+                continue;
+            }
+            if (n < 0 && errno == EINTR) continue;
+            if (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK) return false;
+            if (!waitFor(h, POLLOUT, deadline)) break; // time-out: report success, short
+        }
+        return true;
+    }
+
+    bool escape(PortHandle h, CommEscape function) override {
+        switch (function) {
+        case CommEscape::SetDTR: return lineIoctl(h, TIOCMBIS, TIOCM_DTR);
+        case CommEscape::ClrDTR: return lineIoctl(h, TIOCMBIC, TIOCM_DTR);
+        case CommEscape::SetRTS: return lineIoctl(h, TIOCMBIS, TIOCM_RTS);
+        case CommEscape::ClrRTS: return lineIoctl(h, TIOCMBIC, TIOCM_RTS);
+        case CommEscape::SetBreak: return ::ioctl(fd(h), TIOCSBRK) == 0 || errno == ENOTTY || errno == EINVAL;
+        case CommEscape::ClrBreak: return ::ioctl(fd(h), TIOCCBRK) == 0 || errno == ENOTTY || errno == EINVAL;
+        }
+        return false;
+    }
+
+    bool modemStatus(PortHandle h, std::uint32_t& status) override {
+        status = 0;
+        int lines = 0;
+        if (::ioctl(fd(h), TIOCMGET, &lines) != 0) {
+            if (errno != ENOTTY && errno != EINVAL) return false;
+            status = kModemCtsOn | kModemDsrOn | kModemDcdOn; // no modem control: looped back
+            return true;
+        }
+        if (lines & TIOCM_CTS) status |= kModemCtsOn;
+        if (lines & TIOCM_DSR) status |= kModemDsrOn;
+        if (lines & TIOCM_RI) status |= kModemRingOn;
+        if (lines & TIOCM_CD) status |= kModemDcdOn;
+        return true;
+    }
+
+    bool defaultConfig(const std::string& deviceName) override {
+        std::string path = pathOf(deviceName);
+        if (path.empty()) return false;
+        int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+        if (fd < 0) return errno == EBUSY; // held exclusively by someone: it exists
+        bool ok = ::isatty(fd) && uartPresent(fd, path);
+        ::close(fd);
+        return ok;
+    }
+
+    void close(PortHandle h) override {
+        timeouts_.erase(fd(h));
+        ::close(fd(h));
+    }
+
+private:
+    static int fd(PortHandle h) { return static_cast<int>(h); }
+
+    std::string pathOf(const std::string& deviceName) const {
+        int n = ComPortNumber(deviceName);
+        if (n < 1) return {};
+        std::string link = folder_ + "/com" + std::to_string(n);
+        struct stat st{};
+        if (::lstat(link.c_str(), &st) == 0) return link;
+        return "/dev/ttyS" + std::to_string(n - 1);
+    }
+
+    // /dev/ttyS<n> nodes exist for every possible UART; only those with a UART behind them
+    // count as ports.
+    static bool uartPresent(int fd, const std::string& path) {
+#ifdef QUENIX_HAVE_SERIAL_INFO
+        if (path.rfind("/dev/ttyS", 0) == 0) {
+            serial_struct info{};
+            if (::ioctl(fd, TIOCGSERIAL, &info) == 0) return info.type != PORT_UNKNOWN;
+        }
+#else
+        (void)fd;
+        (void)path;
+#endif
+        return true;
+    }
+
+    static bool lineIoctl(PortHandle h, unsigned long request, int bits) {
+        if (::ioctl(fd(h), request, &bits) == 0) return true;
+        return errno == ENOTTY || errno == EINVAL; // no modem control here: nothing to do
+    }
+
+    static bool waitFor(PortHandle h, short events, std::chrono::steady_clock::time_point deadline) {
+        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) return false;
+        pollfd p{fd(h), events, 0};
+        int r = ::poll(&p, 1, static_cast<int>(left.count()));
+        return r > 0;
+    }
+
+    std::string folder_;
+    std::map<int, CommTimeouts> timeouts_;
+};
+
+} // namespace
+
+std::unique_ptr<SerialDriver> MakeSystemSerialDriver(const std::string& programFolder) {
+    return std::make_unique<PosixSerialDriver>(programFolder);
+}
+
+} // namespace quenix
