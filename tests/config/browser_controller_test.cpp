@@ -1,0 +1,296 @@
+#include "config/browser_controller.h"
+
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace quenix {
+namespace {
+
+using testing::DefaultConfiguration;
+using testing::FakeBeeper;
+using testing::FakeClock;
+using testing::FakeDialogs;
+using testing::FakeView;
+using testing::TempDir;
+
+class BrowserTest : public ::testing::Test {
+protected:
+    void SetUp() override { Load(DefaultConfiguration()); }
+    void Load(const std::string& text) {
+        dir.write("telvorin.cfg", text);
+        ASSERT_TRUE(store.LoadConfiguration());
+        browser.Refresh();
+    }
+    int IndexOf(const std::string& name) const {
+        auto names = view.items("Protocol");
+        auto it = std::find(names.begin(), names.end(), name);
+        return it == names.end() ? -1 : static_cast<int>(it - names.begin());
+    }
+    void Select(const std::string& name) {
+        int i = IndexOf(name);
+        ASSERT_GE(i, 0) << name;
+        view.setCurrentIndex("Protocol", i);
+        browser.SelectDevice(i);
+    }
+    std::vector<std::string> Messages() const { return dialogs.texts(); }
+
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    FakeView view;
+    bool formResult = false;
+    std::vector<bool> formCalls; // editFlag at each call
+    BrowserController browser{ctx, view, {nullptr, [this] {
+                                              formCalls.push_back(ctx.editFlag);
+                                              return formResult;
+                                          }}};
+};
+
+TEST(DeviceKind, DecidedFromTheNameInAnyCase) {
+    const std::pair<const char*, DeviceKind> rows[] = {
+        {"none", DeviceKind::None},           {"X10", DeviceKind::X10},           {"x10", DeviceKind::X10},
+        {"Winamp", DeviceKind::Winamp},       {"MOUSE", DeviceKind::Mouse},       {"IR Dimmer", DeviceKind::IrDimmer},
+        {"application", DeviceKind::Application}, {"Bluetooth", DeviceKind::Bluetooth},
+        {"keyboard", DeviceKind::Keyboard},   {"RECORDED", DeviceKind::Recorded}, {"Sony TV", DeviceKind::Infrared},
+        {"x10 lamp", DeviceKind::Infrared},   {"irdimmer", DeviceKind::Infrared}};
+    for (auto [name, kind] : rows) EXPECT_EQ(KindOfDevice(name), kind) << name;
+}
+
+TEST_F(BrowserTest, ListHoldsSectionsThenVirtualDevices) {
+    EXPECT_EQ(view.items("Protocol"),
+              (std::vector<std::string>{"Set-top Box", "Sony TV", "Philips Amp", "X10", "Application", "Recorded",
+                                        "Winamp", "IR Dimmer", "Mouse", "Keyboard", "Bluetooth"}));
+    EXPECT_EQ(view.currentIndex("Protocol"), 0);
+    EXPECT_EQ(store.currentDevice, "Set-top Box");
+}
+
+TEST_F(BrowserTest, EachKindShowsItsTitleAndCommands) {
+    const std::string v = store.version();
+    struct Row {
+        const char* device;
+        std::string title;
+        std::vector<std::string> firstCommands;
+        std::size_t count;
+    };
+    const Row rows[] = {
+        {"Sony TV", "Orvel's Quenix Remote Manager v" + v, {"Power", "Vol+"}, 6},
+        {"X10", "X10 Remote v" + v, {"All-U-Off", "All-L-On", "On", "Off", "Dim", "Bri", "All-L-Off", "Desk Lamp", "Fan"}, 9},
+        {"Winamp", "Special Remote v" + v, {"POWER ON", "POWER OFF", "PLAY"}, 24},
+        {"Mouse", "Special Remote v" + v, {"LEFT CLICK", "RIGHT CLICK"}, 11},
+        {"IR Dimmer", "Special Remote v" + v, {"ON/OFF", "DIM/BRI"}, 2},
+        {"Application", "Special Remote v" + v, {"Terminal", "Chime"}, 2},
+        {"Recorded", "Orvel's Quenix Remote Manager v" + v, {"Recorded"}, 1},
+        {"Keyboard", "Special Remote v" + v, {"EMPTY"}, 1},
+    };
+    for (const auto& row : rows) {
+        Select(row.device);
+        EXPECT_EQ(view.text("frmMain"), row.title) << row.device;
+        auto cmds = view.items("SendCmd");
+        ASSERT_EQ(cmds.size(), row.count) << row.device;
+        EXPECT_TRUE(std::equal(row.firstCommands.begin(), row.firstCommands.end(), cmds.begin())) << row.device;
+        EXPECT_EQ(view.isVisible("DIMScroll"), std::string(row.device) == "IR Dimmer");
+    }
+    EXPECT_EQ(view.items("SendCmd").back(), "EMPTY");
+    Select("Winamp");
+    EXPECT_EQ(view.items("SendCmd").back(), "TIME REMAINING");
+    Select("X10");
+    EXPECT_EQ(view.text("SendLabel"), "X10 command to be send");
+    Select("Philips Amp");
+    EXPECT_EQ(view.text("SendLabel"), "The IR command to be send");
+}
+
+TEST_F(BrowserTest, SectionNamedLikeAVirtualDeviceIsThatDevice) {
+    std::string cfg = DefaultConfiguration();
+    cfg.insert(cfg.find("[X10]"), "[winamp]\r\n# my player\r\nG0101,Play\r\n\r\n");
+    Load(cfg);
+    auto names = view.items("Protocol");
+    EXPECT_EQ(std::count(names.begin(), names.end(), "Winamp"), 0);
+    Select("winamp");
+    EXPECT_EQ(view.text("frmMain"), "Special Remote v" + store.version());
+    EXPECT_EQ(view.items("SendCmd").size(), 24u);
+}
+
+TEST_F(BrowserTest, DeviceWithoutCommandsListsEmpty) {
+    std::string cfg = DefaultConfiguration();
+    cfg.insert(cfg.find("[X10]"),
+               "[Blank]\r\n# nothing learned\r\nGPROTO=3\r\nSENDPLS=400\r\nREPEAT=20\r\nBITG= 1\r\nBIT0= 10\r\n"
+               "BIT1= 1100\r\nGREPEAT=0\r\n");
+    Load(cfg);
+    Select("Blank");
+    EXPECT_EQ(view.items("SendCmd"), std::vector<std::string>{"EMPTY"});
+    EXPECT_EQ(ctx.header.gproto, 3);
+    EXPECT_EQ(ctx.header.sendpls, 400);
+    EXPECT_EQ(ctx.header.bit1, "1100");
+}
+
+TEST_F(BrowserTest, ProtocolParametersLoadedForInfraredDevices) {
+    Select("Sony TV");
+    EXPECT_EQ(ctx.header.gproto, 1);
+    EXPECT_EQ(ctx.header.sendpls, 550);
+    EXPECT_EQ(ctx.header.repeat, 40);
+    EXPECT_EQ(ctx.header.bitg, "1111");
+    EXPECT_EQ(ctx.header.bit0, "01");
+    EXPECT_EQ(ctx.header.bit1, "011");
+    EXPECT_EQ(ctx.header.grepeat, 40);
+    EXPECT_EQ(view.text("SendPulse"), "550");
+    // Virtual devices and Recorded keep what was loaded.
+    Select("Recorded");
+    Select("Mouse");
+    EXPECT_EQ(ctx.header.gproto, 1);
+    Select("Philips Amp");
+    EXPECT_EQ(ctx.header.gproto, 2);
+    EXPECT_EQ(ctx.header.sendpls, 850);
+}
+
+TEST_F(BrowserTest, MissingParameterKeepsPreviousValues) {
+    std::string cfg = DefaultConfiguration();
+    cfg.insert(cfg.find("[X10]"), "[Broken]\r\n# no grepeat\r\nGPROTO=3\r\nSENDPLS=123\r\nREPEAT=20\r\n");
+    // Without its own keys the search would run into the next section: keep it last before [X10]
+    // with [X10] holding none of the keys.
+    Load(cfg);
+    Select("Sony TV");
+    Select("Broken");
+    EXPECT_EQ(ctx.header.gproto, 1);
+    EXPECT_EQ(ctx.header.sendpls, 550);
+}
+
+TEST_F(BrowserTest, SelectionIsStoredAndRestoredAtNextStart) {
+    Select("Philips Amp");
+    EXPECT_NE(dir.read("telvorin.cfg").find("PROTOCOL= 2\r\n"), std::string::npos);
+    ConfigStore again(dir.str());
+    ASSERT_TRUE(again.LoadConfiguration());
+    Context ctx2{again, clock, dialogs, beeper};
+    FakeView view2;
+    BrowserController browser2(ctx2, view2);
+    browser2.Refresh();
+    EXPECT_EQ(view2.currentIndex("Protocol"), 2);
+    EXPECT_EQ(again.currentDevice, "Philips Amp");
+    EXPECT_EQ(view2.items("SendCmd").front(), "Standby");
+}
+
+TEST_F(BrowserTest, StoredIndexOutsideTheListFallsBackToFirst) {
+    std::string cfg = DefaultConfiguration();
+    cfg.replace(cfg.find("PROTOCOL= 0"), 11, "PROTOCOL= 99");
+    Load(cfg);
+    EXPECT_EQ(view.currentIndex("Protocol"), 0);
+}
+
+TEST_F(BrowserTest, MenuRefusals) {
+    struct Row {
+        const char* device;
+        void (BrowserController::*action)();
+        const char* message;
+    };
+    const Row rows[] = {
+        {"Sony TV", &BrowserController::FileNew, "Use 'Recorded' virtual device to create a new device"},
+        {"Winamp", &BrowserController::FileNew, "Use 'Recorded' virtual device to create a new device"},
+        {"Recorded", &BrowserController::Edit, "Recorded is a virtual device and cannot be edited!"},
+        {"IR Dimmer", &BrowserController::Edit, "This is a read-only device!"},
+        {"Application", &BrowserController::Edit, "This is a read-only device!"},
+        {"Winamp", &BrowserController::Edit, "This is a read-only device!"},
+        {"Recorded", &BrowserController::ProtoDelete, "Recorded is a virtual device and cannot be deleted!"},
+        {"X10", &BrowserController::ProtoDelete, "The X10 device cannot be deleted!"},
+        {"Application", &BrowserController::ProtoDelete, "This is a read-only device!"},
+        {"IR Dimmer", &BrowserController::ProtoDelete, "This is a read-only device!"},
+        {"Winamp", &BrowserController::ProtoDelete, "This is a read-only device!"},
+    };
+    const std::string before = dir.read("telvorin.cfg");
+    for (const auto& row : rows) {
+        Select(row.device);
+        dialogs.messages.clear();
+        (browser.*row.action)();
+        ASSERT_EQ(dialogs.messages.size(), 1u) << row.device;
+        EXPECT_EQ(dialogs.messages[0].text, row.message) << row.device;
+        EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
+    }
+    EXPECT_TRUE(formCalls.empty());
+    // Only the PROTOCOL= index changed on the way.
+    const std::string after = dir.read("telvorin.cfg");
+    EXPECT_EQ(after.substr(after.find("[Set-top Box]")), before.substr(before.find("[Set-top Box]")));
+}
+
+TEST_F(BrowserTest, NewAndEditOpenTheFormAndRefreshOnSave) {
+    Select("Recorded");
+    browser.FileNew();
+    Select("Sony TV");
+    formResult = true;
+    browser.Edit();
+    EXPECT_EQ(formCalls, (std::vector<bool>{false, true}));
+}
+
+TEST_F(BrowserTest, DeleteAsksAndRemovesOnYesOnly) {
+    Select("Sony TV");
+    dialogs.answers = {MsgAnswer::No};
+    browser.ProtoDelete();
+    ASSERT_EQ(dialogs.messages.size(), 1u);
+    EXPECT_EQ(dialogs.messages[0].text, "Do you want to delete the device Sony TV from the current configuration file?");
+    EXPECT_EQ(dialogs.messages[0].buttons, MsgButtons::YesNo);
+    EXPECT_NE(dir.read("telvorin.cfg").find("[Sony TV]"), std::string::npos);
+
+    dialogs.answers = {MsgAnswer::Yes};
+    browser.ProtoDelete();
+    EXPECT_EQ(dir.read("telvorin.cfg").find("[Sony TV]"), std::string::npos);
+    EXPECT_EQ(IndexOf("Sony TV"), -1);
+    EXPECT_EQ(view.items("Protocol").front(), "Set-top Box");
+    EXPECT_NE(dir.read("telvorin.cfg").find("G11010000001100,Standby"), std::string::npos);
+}
+
+TEST_F(BrowserTest, AddApplicationEntry) {
+    struct Row {
+        std::optional<std::string> file;
+        std::optional<std::string> name;
+        std::optional<MsgAnswer> display;
+        std::vector<std::string> messages; // besides the Display ON? question
+        std::string storedLine;            // empty: nothing stored
+    };
+    const Row rows[] = {
+        {std::nullopt, std::nullopt, std::nullopt, {}, ""},
+        {"/opt/my,tool", std::nullopt, std::nullopt, {"The name of the file contains invalid characters!"}, ""},
+        {"/usr/bin/x-terminal-emulator", std::nullopt, std::nullopt, {"This command line exist in the configuration file."}, ""},
+        {"/usr/share/sounds/alsa/Front_Center.wav", std::nullopt, std::nullopt,
+         {"This command line exist in the configuration file."}, ""},
+        {"/usr/bin/xeyes", std::nullopt, std::nullopt, {"No new command defined"}, ""},
+        {"/usr/bin/xeyes", "  ", std::nullopt, {"No new command defined"}, ""},
+        {"/usr/bin/xeyes", "chime", std::nullopt, {"This command name exist in the configuration file."}, ""},
+        {"/usr/bin/xeyes", "Eyes", MsgAnswer::Yes, {"Display ON?"}, "@/usr/bin/xeyes,Eyes\r\n"},
+        {"/usr/bin/xclock", "Clock", MsgAnswer::No, {"Display ON?"}, "/usr/bin/xclock,Clock\r\n"},
+        {"/home/me/ding.MP3", "Ding", std::nullopt, {}, "/home/me/ding.MP3,Ding\r\n"},
+    };
+    Select("Application");
+    for (const auto& row : rows) {
+        dialogs.messages.clear();
+        dialogs.fileDialogs.clear();
+        dialogs.files = {row.file};
+        dialogs.inputs = {row.name};
+        dialogs.answers.clear();
+        if (row.display) dialogs.answers.push_back(*row.display);
+        const std::string before = dir.read("telvorin.cfg");
+        browser.AddApplication();
+        ASSERT_EQ(dialogs.fileDialogs.size(), 1u);
+        EXPECT_EQ(dialogs.fileDialogs[0].first, "Select file to run");
+        EXPECT_EQ(dialogs.fileDialogs[0].second,
+                  (std::vector<std::string>{"Executable Files (*.exe;*.com)", "Batch Files (*.bat;*.cmd)",
+                                            "Sound Files (*.wav;*.mp3)"}));
+        EXPECT_EQ(Messages(), row.messages) << row.file.value_or("cancel");
+        const std::string after = dir.read("telvorin.cfg");
+        if (row.storedLine.empty()) {
+            EXPECT_EQ(after, before);
+        } else {
+            auto section = after.find("[Application]");
+            auto entry = after.find(row.storedLine);
+            ASSERT_NE(entry, std::string::npos) << row.storedLine;
+            EXPECT_GT(entry, section);
+            EXPECT_LT(entry, after.find("[Monitoring]"));
+        }
+    }
+    EXPECT_EQ(view.items("SendCmd"), (std::vector<std::string>{"Terminal", "Chime", "Eyes", "Clock", "Ding"}));
+}
+
+} // namespace
+} // namespace quenix

@@ -1,0 +1,264 @@
+#include "config/main_controller.h"
+
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix {
+namespace {
+
+using testing::DefaultConfiguration;
+using testing::FakeBeeper;
+using testing::FakeClock;
+using testing::FakeDialogs;
+using testing::FakeView;
+using testing::TempDir;
+
+// Records texts of both windows and the hook calls in one sequence, so order can be checked.
+class LoggingView : public FakeView {
+public:
+    LoggingView(std::vector<std::string>& log, std::string prefix) : log_(log), prefix_(std::move(prefix)) {}
+    void setText(const std::string& c, const std::string& t) override {
+        FakeView::setText(c, t);
+        if (c == "StatusBar" || c == "WaitText") log_.push_back(prefix_ + t);
+    }
+    void setVisible(const std::string& c, bool v) override {
+        FakeView::setVisible(c, v);
+        if (c == "frmWaitToStart") log_.push_back(prefix_ + (v ? "shown" : "closed"));
+    }
+
+private:
+    std::vector<std::string>& log_;
+    std::string prefix_;
+};
+
+std::string WithKey(std::string text, const std::string& key, const std::string& value) {
+    auto p = text.find("\n" + key + "= ");
+    auto eol = text.find('\r', p);
+    return text.replace(p + key.size() + 3, eol - (p + key.size() + 3), value);
+}
+
+class MainTest : public ::testing::Test {
+protected:
+    MainTest() {
+        hooks.applyInterface = [this] { log.push_back("hook:applyInterface"); };
+        hooks.initInfraredIn = [this] { log.push_back("hook:initInfraredIn"); };
+        hooks.initInfraredOut = [this] { log.push_back("hook:initInfraredOut"); };
+        hooks.initX10 = [this] { log.push_back("hook:initX10"); };
+        hooks.fillZone = [this] { log.push_back("hook:fillZone"); };
+        hooks.startMonitoring = [this] {
+            log.push_back("hook:startMonitoring");
+            ctx.monitoring = true;
+        };
+        hooks.stopMonitoring = [this] { log.push_back("hook:stopMonitoring"); };
+        hooks.closePort = [this](PortHandle h) { log.push_back("hook:closePort " + std::to_string(h)); };
+        hooks.setCaptureHandle = [this](PortHandle h) { log.push_back("hook:setCaptureHandle " + std::to_string(h)); };
+        hooks.iconChanged = [this](const std::string& f) { log.push_back("icon:" + f); };
+        hooks.openUrl = [this](const std::string& u) { log.push_back("url:" + u); };
+    }
+
+    void Write(const std::string& text) { dir.write("telvorin.cfg", text); }
+    bool Start() {
+        main = std::make_unique<MainController>(ctx, view, wait, browser, hooks);
+        return main->StartUp();
+    }
+
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    std::vector<std::string> log;
+    LoggingView view{log, "status:"};
+    LoggingView wait{log, "wait:"};
+    BrowserController browser{ctx, view};
+    MainController::Hooks hooks;
+    std::unique_ptr<MainController> main;
+};
+
+TEST_F(MainTest, StartUpRunsItsStepsInOrder) {
+    std::string cfg = WithKey(WithKey(DefaultConfiguration(), "X10ENA", "1"), "MONITOR", "1");
+    Write(WithKey(cfg, "ITYPE", "4"));
+    ASSERT_TRUE(Start());
+    const std::vector<std::string> expected = {
+        "status:Loading configuration file...",
+        "wait:shown",
+        "wait:Starting...",
+        "status:Select IR Interface...",
+        "hook:applyInterface",
+        "wait:Initialize Infrared IN...",
+        "hook:initInfraredIn",
+        "wait:Initialize Infrared OUT...",
+        "hook:initInfraredOut",
+        "wait:Initialize X10...",
+        "hook:initX10",
+        "hook:fillZone",
+        "hook:startMonitoring",
+        "status:Application started successfully.",
+        "icon:zvkmon.ico",
+        "wait:closed",
+    };
+    EXPECT_EQ(log, expected);
+    EXPECT_EQ(view.text("frmMain"), "Orvel's Quenix Remote Manager v" + store.version());
+    EXPECT_EQ(view.text("ReceiverType"), "FirM");
+    EXPECT_EQ(view.text("ProcDelayparameter"), "20");
+    EXPECT_EQ(view.currentIndex("HScroll1"), 20);
+    EXPECT_TRUE(ctx.monitoring);
+    for (const char* item : {"InfraredInMenu", "InfraredOutMenu", "X10ConfMenu", "WinampMenu", "ApplicationMenu",
+                             "MouseMenu"})
+        EXPECT_TRUE(view.isChecked(item)) << item;
+    for (const char* item : {"IRDimmerMenu", "BluetoothConfigMenu", "KeyboardMenu", "BeepCheckbox"})
+        EXPECT_FALSE(view.isChecked(item)) << item;
+    EXPECT_FALSE(view.isTimerEnabled("BTAutoTimer"));
+}
+
+TEST_F(MainTest, WithoutInfraredNoProgressWindowAndMonitoringStopped) {
+    std::string cfg = WithKey(WithKey(DefaultConfiguration(), "IRINENA", "0"), "IROUTENA", "0");
+    Write(WithKey(cfg, "BTMODE", "2"));
+    ASSERT_TRUE(Start());
+    EXPECT_EQ(std::count(log.begin(), log.end(), "wait:shown"), 0);
+    EXPECT_NE(std::find(log.begin(), log.end(), "hook:stopMonitoring"), log.end());
+    EXPECT_EQ(std::find(log.begin(), log.end(), "hook:fillZone"), log.end());
+    EXPECT_EQ(log.back(), "icon:zvknomon.ico");
+    EXPECT_FALSE(view.isEnabled("InterfaceMenu"));
+    EXPECT_TRUE(view.isTimerEnabled("BTAutoTimer"));
+}
+
+TEST_F(MainTest, FailedLoadEndsWithTheThreeLineMessageAndStartsNothing) {
+    Write("[General]\r\nCOMPORT= 1\r\n[End]\r\n");
+    EXPECT_FALSE(Start());
+    ASSERT_EQ(dialogs.messages.size(), 1u);
+    EXPECT_EQ(dialogs.messages[0].text, "There is an error in the configuration file.\nThe application will be closed.\n"
+                                        "If the problem persists, please write to support@quenix-remote.org.");
+    EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
+    EXPECT_EQ(dialogs.messages[0].icon, MsgIcon::Critical);
+    EXPECT_EQ(log, std::vector<std::string>{"status:Loading configuration file..."});
+}
+
+TEST_F(MainTest, ReceiverTypeNamesFromTheLowFieldOfItype) {
+    const std::pair<const char*, const char*> rows[] = {{"0", "DCD Std"}, {"1", "IR Mouse"}, {"2", "IR Man"},
+                                                        {"3", "Creative"}, {"4", "FirM"},  {"5", "Unknown"},
+                                                        {"9", "Unknown"}, {"18", "IR Man"}};
+    for (auto [itype, name] : rows) {
+        Write(WithKey(DefaultConfiguration(), "ITYPE", itype));
+        ASSERT_TRUE(Start());
+        EXPECT_EQ(view.text("ReceiverType"), name) << itype;
+    }
+    EXPECT_EQ(ctx.txdOutput, 1);
+}
+
+TEST_F(MainTest, TogglesWriteTheirKeyAtOnce) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"InfraredInMenu", "IRINENA"},  {"InfraredOutMenu", "IROUTENA"},       {"IRDimmerMenu", "IRDIMENA"},
+        {"WinampMenu", "WINAMPENA"},    {"ApplicationMenu", "APPLICATIONENA"}, {"MouseMenu", "MOUSEENA"},
+        {"KeyboardMenu", "KEYBOARDENA"}, {"BeepCheckbox", "BEEPON"}};
+    Write(DefaultConfiguration());
+    ASSERT_TRUE(Start());
+    for (auto [control, key] : rows) {
+        const bool before = view.isChecked(control);
+        ASSERT_TRUE(main->Toggle(control));
+        EXPECT_EQ(view.isChecked(control), !before) << control;
+        std::string file = dir.read("telvorin.cfg");
+        EXPECT_NE(file.find("\r\n" + std::string(key) + "= " + (before ? "0" : "1") + "\r\n"), std::string::npos)
+            << key;
+        main->Toggle(control);
+        file = dir.read("telvorin.cfg");
+        EXPECT_NE(file.find("\r\n" + std::string(key) + "= " + (before ? "1" : "0") + "\r\n"), std::string::npos)
+            << key;
+    }
+    EXPECT_FALSE(main->Toggle("X10ConfMenu"));
+}
+
+TEST_F(MainTest, InterfaceMenuFollowsInfraredIn) {
+    Write(DefaultConfiguration());
+    ASSERT_TRUE(Start());
+    EXPECT_TRUE(view.isEnabled("InterfaceMenu"));
+    main->Toggle("InfraredInMenu");
+    EXPECT_FALSE(view.isEnabled("InterfaceMenu"));
+    EXPECT_FALSE(store.settings().irInEna);
+    ConfigStore reread(dir.str());
+    ASSERT_TRUE(reread.LoadConfiguration());
+    EXPECT_FALSE(reread.settings().irInEna);
+    main->Toggle("InfraredInMenu");
+    EXPECT_TRUE(view.isEnabled("InterfaceMenu"));
+}
+
+TEST_F(MainTest, SmallActions) {
+    Write(DefaultConfiguration());
+    ASSERT_TRUE(Start());
+    main->NotYetImplemented();
+    main->About();
+    main->HelpContent();
+    main->WebPage();
+    ASSERT_EQ(dialogs.messages.size(), 2u);
+    EXPECT_EQ(dialogs.messages[0].text, "Not yet implemented");
+    EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
+    EXPECT_EQ(dialogs.messages[1].caption, "ZVK");
+    EXPECT_EQ(dialogs.messages[1].text.rfind("Quenix Remote Manager v" + store.version(), 0), 0u);
+    EXPECT_EQ(log[log.size() - 2], "url:" + dir.str() + "/help/index.html");
+    EXPECT_EQ(log.back(), std::string("url:") + MainController::kWebPage);
+}
+
+TEST_F(MainTest, CompactWindowSwitchesTitles) {
+    Write(DefaultConfiguration());
+    ASSERT_TRUE(Start());
+    main->MinButton();
+    EXPECT_TRUE(main->compact());
+    EXPECT_EQ(view.text("frmMain"), "KPL Send Mgr v" + store.version());
+    // Another infrared device keeps the compact title.
+    browser.SelectDevice(1);
+    EXPECT_EQ(view.text("frmMain"), "KPL Send Mgr v" + store.version());
+    main->MinButton();
+    EXPECT_EQ(view.text("frmMain"), "Orvel's Quenix Remote Manager v" + store.version());
+}
+
+TEST_F(MainTest, RestoreLeavesCompactModeOnlyWhileMonitoring) {
+    Write(DefaultConfiguration());
+    ASSERT_TRUE(Start());
+    main->MinButton();
+    main->Restored();
+    EXPECT_TRUE(main->compact());
+    ctx.monitoring = true;
+    main->Minimised();
+    EXPECT_EQ(log.back(), "icon:zvkmon.ico");
+    main->Restored();
+    EXPECT_FALSE(main->compact());
+}
+
+TEST_F(MainTest, IconFollowsMonitoringState) {
+    Write(DefaultConfiguration());
+    ASSERT_TRUE(Start());
+    EXPECT_EQ(main->IconFile(), "zvknomon.ico");
+    ctx.monitoring = true;
+    EXPECT_EQ(main->IconFile(), "zvkmon.ico");
+    store.settings().btEna = true;
+    ctx.btPortHandle = 7;
+    EXPECT_EQ(main->IconFile(), "zvkbtmon.ico");
+}
+
+TEST_F(MainTest, ExitClosesPortsHandsNullHandleAndSaves) {
+    Write(DefaultConfiguration());
+    ASSERT_TRUE(Start());
+    log.clear();
+    // Text behind [End] is dropped by a save: proof that the exit saved.
+    ASSERT_TRUE(store.SetText(store.text() + "junk"));
+    ctx.irPortHandle = 5;
+    ctx.x10PortHandle = 6;
+    store.settings().x10Com = 2;
+    main->Exit();
+    EXPECT_EQ(log, (std::vector<std::string>{"hook:closePort 5", "hook:setCaptureHandle 0", "hook:closePort 6"}));
+    EXPECT_EQ(ctx.irPortHandle, kNoPort);
+    EXPECT_EQ(ctx.x10PortHandle, kNoPort);
+    EXPECT_EQ(dir.read("telvorin.cfg").find("junk"), std::string::npos);
+
+    // A shared default port is closed once.
+    log.clear();
+    ctx.irPortHandle = 5;
+    ctx.x10PortHandle = 5;
+    main->Exit();
+    EXPECT_EQ(log, (std::vector<std::string>{"hook:closePort 5", "hook:setCaptureHandle 0"}));
+}
+
+} // namespace
+} // namespace quenix
