@@ -1,12 +1,187 @@
-#include <cstdio>
-#include <cstring>
+// quenix-ir: the codec on the command line, for scripts and for LIRC's pulse/space text.
+#include "ir/analysis.h"
+#include "ir/codec.h"
+#include "ir/protocols.h"
+#include "ir/pulse_text.h"
 
-// quenix-ir: encode and decode infrared codes from the command line.
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace quenix;
+
+struct BadInput {
+    std::string what;
+};
+
+const char* kUsage = "quenix-ir: usage: quenix-ir decode [--period US] [--packed] [FILE|-] | quenix-ir encode "
+                     "--protocol NEC|SONY|RC5|CUSTOM [--sendpls US] [--bitg CELLS] [--bit0 CELLS] [--bit1 CELLS] "
+                     "[--repeat N] [--grepeat N] --code CODE [--format cells|packed|mode2]\n";
+
+int ParseInt(const std::string& option, const std::string& text, int low, int high) {
+    std::size_t used = 0;
+    long v = 0;
+    try {
+        v = std::stol(text, &used);
+    } catch (const std::exception&) {
+        used = 0;
+    }
+    if (used == 0 || used != text.size() || v < low || v > high)
+        throw BadInput{option + " needs a whole number from " + std::to_string(low) + " to " + std::to_string(high) +
+                       ", not \"" + text + "\""};
+    return static_cast<int>(v);
+}
+
+std::string BinaryOption(const std::string& option, const std::string& text, bool mayBeEmpty) {
+    if (text.empty() && !mayBeEmpty) throw BadInput{option + " must not be empty"};
+    if (text.find_first_not_of("01") != std::string::npos)
+        throw BadInput{option + " must hold only 0 and 1, not \"" + text + "\""};
+    return text;
+}
+
+// Options as "--name value" pairs and flags; the rest are positional.
+struct Args {
+    std::map<std::string, std::string> values;
+    std::vector<std::string> flags;
+    std::vector<std::string> positional;
+};
+
+Args ParseArgs(int argc, char** argv, const std::vector<std::string>& valued, const std::vector<std::string>& flagNames) {
+    Args a;
+    for (int i = 2; i < argc; ++i) {
+        std::string arg = argv[i];
+        auto isIn = [&](const std::vector<std::string>& list) {
+            for (const auto& n : list)
+                if (n == arg) return true;
+            return false;
+        };
+        if (isIn(valued)) {
+            if (i + 1 >= argc) throw BadInput{arg + " needs a value"};
+            a.values[arg] = argv[++i];
+        } else if (isIn(flagNames)) {
+            a.flags.push_back(arg);
+        } else if (arg.size() > 1 && arg[0] == '-' && arg != "-") {
+            throw BadInput{"unknown option " + arg};
+        } else {
+            a.positional.push_back(arg);
+        }
+    }
+    return a;
+}
+
+std::string ReadAll(const std::string& file) {
+    if (file == "-") return std::string(std::istreambuf_iterator<char>(std::cin), {});
+    std::ifstream in(file, std::ios::binary);
+    if (!in) throw BadInput{"cannot read " + file};
+    std::string data((std::istreambuf_iterator<char>(in)), {});
+    if (in.bad()) throw BadInput{"cannot read " + file};
+    return data;
+}
+
+std::string ProtocolName(int protocol) {
+    return protocol == kProtoUnknown ? "UNK" : std::string(PresetFor(protocol).name);
+}
+
+int Decode(int argc, char** argv) {
+    Args a = ParseArgs(argc, argv, {"--period"}, {"--packed"});
+    if (a.positional.size() > 1) throw BadInput{"decode reads one file, not " + std::to_string(a.positional.size())};
+    int period = a.values.count("--period") ? ParseInt("--period", a.values["--period"], 1, 100000) : 55;
+    std::string input = ReadAll(a.positional.empty() ? "-" : a.positional[0]);
+
+    std::vector<std::uint8_t> capture;
+    if (!a.flags.empty()) {
+        if (input.size() != kCaptureBytes)
+            throw BadInput{"a packed capture has " + std::to_string(kCaptureBytes) + " bytes, this one " +
+                           std::to_string(input.size())};
+        capture.assign(input.begin(), input.end());
+    } else {
+        std::string error;
+        auto runs = ParseMode2(input, error);
+        if (!runs) throw BadInput{error};
+        capture = SampleRuns(*runs, period);
+    }
+
+    RecordedSignal rec = DecodeRecording(capture);
+    MonitorFrame mon = ExtractFrame(capture);
+    std::cout << "protocol: " << ProtocolName(rec.protocol) << "\n"
+              << "unit_us: " << rec.unitSamples * period << "\n"
+              << "bits: " << rec.verdict.bits << "\n"
+              << "code: " << rec.code << "\n"
+              << "verdict: " << rec.status << "\n"
+              << "frame: " << mon.frame << "\n";
+    return 0;
+}
+
+int Encode(int argc, char** argv) {
+    Args a = ParseArgs(argc, argv,
+                       {"--protocol", "--sendpls", "--bitg", "--bit0", "--bit1", "--repeat", "--grepeat", "--code",
+                        "--format"},
+                       {});
+    if (!a.positional.empty()) throw BadInput{"unexpected argument " + a.positional[0]};
+    if (!a.values.count("--protocol")) throw BadInput{"--protocol is required"};
+    if (!a.values.count("--code")) throw BadInput{"--code is required"};
+
+    std::string name = a.values["--protocol"];
+    for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    int index = -1;
+    for (const ProtocolPreset& p : kProtocolPresets) {
+        std::string upper(p.name);
+        for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        if (upper == name) index = p.index;
+    }
+    if (index < 0) throw BadInput{"unknown protocol " + a.values["--protocol"]};
+
+    ProtocolHeader h = HeaderFromPreset(index);
+    if (a.values.count("--sendpls")) h.sendpls = ParseInt("--sendpls", a.values["--sendpls"], 1, 32767);
+    if (a.values.count("--repeat")) h.repeat = ParseInt("--repeat", a.values["--repeat"], 0, 32767);
+    if (a.values.count("--grepeat")) h.grepeat = ParseInt("--grepeat", a.values["--grepeat"], -32768, 32767);
+    if (a.values.count("--bitg")) h.bitg = BinaryOption("--bitg", a.values["--bitg"], true);
+    if (a.values.count("--bit0")) h.bit0 = BinaryOption("--bit0", a.values["--bit0"], false);
+    if (a.values.count("--bit1")) h.bit1 = BinaryOption("--bit1", a.values["--bit1"], false);
+    std::string format = a.values.count("--format") ? a.values["--format"] : "cells";
+    if (format != "cells" && format != "packed" && format != "mode2") throw BadInput{"unknown format " + format};
+
+    std::string code = a.values["--code"];
+    if (!IsValidCode(code)) throw BadInput{"not a valid code: \"" + a.values["--code"] + "\""};
+
+    bool toggle = false;
+    std::string cells = EncodeCommand(code, h, toggle);
+    if (format == "cells") {
+        std::cout << cells << "\n";
+    } else if (format == "packed") {
+        static const char* hex = "0123456789abcdef";
+        std::string line;
+        for (std::uint8_t b : PackCells(cells)) {
+            line += hex[b >> 4];
+            line += hex[b & 15];
+        }
+        std::cout << line << "\n";
+    } else {
+        std::cout << FormatMode2(CellsToRuns(cells, h.sendpls));
+    }
+    return 0;
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
-    if (argc < 2 || (std::strcmp(argv[1], "encode") != 0 && std::strcmp(argv[1], "decode") != 0)) {
-        std::fprintf(stderr, "usage: quenix-ir decode|encode ...\n");
+    std::string command = argc >= 2 ? argv[1] : "";
+    if (command != "decode" && command != "encode") {
+        std::fputs(kUsage, stderr);
         return 2;
     }
-    std::fprintf(stderr, "quenix-ir: %s is not available in this build\n", argv[1]);
-    return 2;
+    try {
+        return command == "decode" ? Decode(argc, argv) : Encode(argc, argv);
+    } catch (const BadInput& e) {
+        std::fprintf(stderr, "quenix-ir: %s\n", e.what.c_str());
+        return 2;
+    }
 }

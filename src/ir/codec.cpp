@@ -1,0 +1,194 @@
+#include "ir/codec.h"
+
+#include "config/config_text.h"
+#include "core/text.h"
+#include "ir/protocols.h"
+
+#include <cstddef>
+
+namespace quenix {
+
+namespace {
+
+bool IsPause(char c) { return c == 'g' || c == 'G'; }
+bool IsMarker(char c) { return c == 'g' || c == 'G'; }
+
+std::string BitsOnly(std::string_view code) {
+    if (!code.empty() && IsMarker(code.front())) code.remove_prefix(1);
+    return std::string(code);
+}
+
+} // namespace
+
+bool IsValidCode(std::string& code) {
+    code = Trim(code);
+    if (code.size() < 3) return false;
+    int syncs = 0;
+    for (char c : code) {
+        char l = static_cast<char>(c | 0x20);
+        if (l == 'g') {
+            ++syncs;
+        } else if (c != '0' && c != '1') {
+            return false;
+        }
+    }
+    return syncs <= 1;
+}
+
+int Rc5TogglePosition(std::string_view code) {
+    // The stored code is "G" + bits; the toggle is the third bit, not the third character.
+    std::size_t pos = !code.empty() && IsMarker(code.front()) ? 3 : 2;
+    return pos < code.size() ? static_cast<int>(pos) : -1;
+}
+
+std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool& rc5Toggle) {
+    if (header.gproto == kProtoRc5) {
+        char bit = rc5Toggle ? '0' : '1';
+        rc5Toggle = !rc5Toggle;
+        int pos = Rc5TogglePosition(code);
+        if (pos >= 0) code[static_cast<std::size_t>(pos)] = bit;
+    }
+    std::string body;
+    for (char c : code) {
+        if (c == '0') body += header.bit0;
+        else if (c == '1') body += header.bit1;
+    }
+    if (header.gproto == kProtoNec) body += '1'; // NEC's stop mark ends the last space
+
+    std::string cells = header.bitg + body;
+    if (header.repeat == 0 && header.grepeat <= 1) return cells;
+    for (int i = 0; i < 4; ++i) {
+        if (header.repeat == 0) {
+            // A short data-less burst, as NEC remotes send while a key is held.
+            cells.append(static_cast<std::size_t>(header.grepeat), '0');
+            cells.append(16, '1');
+            cells.append(4, '0');
+            cells += '1';
+        } else {
+            cells.append(static_cast<std::size_t>(header.repeat), '0');
+            if (header.grepeat > 1) cells += header.bitg;
+            cells += body;
+        }
+    }
+    return cells;
+}
+
+std::vector<std::uint8_t> PackCells(std::string_view cells) {
+    std::vector<std::uint8_t> bytes((cells.size() + 7) / 8, 0);
+    for (std::size_t i = 0; i < cells.size(); ++i)
+        if (cells[i] == '1') bytes[i / 8] = static_cast<std::uint8_t>(bytes[i / 8] | (0x80u >> (i % 8)));
+    return bytes;
+}
+
+namespace {
+
+std::string PulseDistanceToCode(std::string_view s) {
+    std::string code = "G";
+    std::size_t i = 0;
+    while (i < s.size()) {
+        int pauses = 0;
+        int zeros = 0;
+        for (; i < s.size() && (IsPause(s[i]) || s[i] == '0'); ++i) {
+            if (IsPause(s[i])) {
+                code += 'G';
+                ++pauses;
+            } else {
+                ++zeros;
+            }
+        }
+        if (zeros > 1) code += '1';
+        else if (zeros == 1) code += '0';
+        if (pauses >= 6) break;
+        if (i < s.size() && s[i] == '1') ++i;
+    }
+    return code;
+}
+
+std::string PulseWidthToCode(std::string_view s) {
+    std::string code;
+    int pauses = 0;
+    std::size_t i = 0;
+    while (i < s.size()) {
+        if (IsPause(s[i])) {
+            code += 'G';
+            ++pauses;
+            ++i;
+        } else if (s[i] == '0') {
+            ++i;
+        }
+        int ones = 0;
+        for (; i < s.size() && s[i] == '1'; ++i) ++ones;
+        if (ones > 1) code += '1';
+        else if (ones == 1) code += '0';
+        if (pauses >= 6) break;
+    }
+    return code;
+}
+
+std::string BiPhaseToCode(std::string_view cells) {
+    // The first start bit's leading half merges with the pause before it, so its trailing
+    // mark is taken as read; five pause cells guard the last pair.
+    std::string s(cells);
+    s += "ggggg";
+    for (char& c : s)
+        if (c == 'G') c = 'g';
+    std::string code = "G1";
+    std::size_t i = 2;
+    while (i + 1 < s.size()) {
+        char a = s[i];
+        char b = s[i + 1];
+        if (a == '1' && b == '0') {
+            code += '0';
+        } else if (a == '0' && b == '1') {
+            code += '1';
+        } else if (a == '1' && b == 'g') {
+            code += "0G1";
+            ++i; // the next start bit's mark is swallowed by the pair boundary
+        } else if (a == 'g' && b == '1') {
+            code += "G1";
+        } else if (a == b && a != 'g') {
+            return {};
+        }
+        i += 2;
+    }
+    return code;
+}
+
+} // namespace
+
+std::string RecordedToCode(std::string_view cells, int protocol) {
+    if (protocol == kProtoSony) return PulseWidthToCode(cells);
+    if (protocol == kProtoRc5) return BiPhaseToCode(cells);
+    return PulseDistanceToCode(cells);
+}
+
+LearnedCommand FindLearnedCommand(std::string_view configText, std::string_view code, int protocol) {
+    LearnedCommand result;
+    std::string bits = BitsOnly(code);
+    if (bits.empty()) return result;
+    if (protocol == kProtoRc5 && bits.size() >= 3) bits[2] = '0'; // stored with toggle 0
+    std::string needle = "G" + bits + ",";
+    int behind = FindText(needle, configText, 1);
+    int start = behind - static_cast<int>(needle.size()); // 1-based start of the match
+    if (behind == 0 || start <= 10) return result;
+
+    std::string name = ReadLine(configText, behind);
+    std::size_t bracket = configText.rfind('[', static_cast<std::size_t>(start - 1));
+    if (bracket == std::string_view::npos) return result;
+    std::string header = ReadLine(configText, static_cast<int>(bracket) + 2);
+    if (!header.empty() && header.back() == ']') header.pop_back();
+    header = Trim(header);
+    if (ToLower(header) == "general") return result;
+    result.found = true;
+    result.device = header;
+    result.command = name;
+    return result;
+}
+
+int BitsToNumber(std::string_view bits) {
+    unsigned value = 0;
+    for (char c : bits) value = ((value << 1) | (c == '1' ? 1u : 0u)) & 0xFFFFu;
+    return static_cast<std::int16_t>(static_cast<std::uint16_t>(value));
+}
+
+} // namespace quenix

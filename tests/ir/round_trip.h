@@ -1,0 +1,47 @@
+#pragma once
+// Shared by the round-trip tests and bench/decode_robustness: encode a code with its
+// protocol's preset, play it through a jittery sampler, decode it as the monitor would.
+
+#include "ir/analysis.h"
+#include "ir/codec.h"
+#include "ir/protocols.h"
+#include "ir/pulse_text.h"
+
+#include <random>
+#include <string>
+
+namespace quenix::roundtrip {
+
+// Random data bits for a protocol. An RC5 frame always opens with start bit 1, which the
+// decoder takes as read; the rest, the second start bit included, is random.
+inline std::string RandomBits(std::mt19937& rng, int protocol, int bits) {
+    std::string s;
+    for (int i = 0; i < bits; ++i) s += (rng() & 1) ? '1' : '0';
+    if (protocol == kProtoRc5 && !s.empty()) s[0] = '1';
+    return s;
+}
+
+// Every mark and space stretched or shrunk by its own factor in [1 - jitter, 1 + jitter].
+inline std::vector<PulseRun> Jitter(std::vector<PulseRun> runs, double jitter, std::mt19937& rng) {
+    std::uniform_real_distribution<double> factor(1.0 - jitter, 1.0 + jitter);
+    for (PulseRun& r : runs) r.us *= factor(rng);
+    return runs;
+}
+
+struct Trial {
+    std::string sent;   // the data bits as transmitted (RC5: toggle set by the first press)
+    MonitorFrame frame; // what the monitoring path made of it
+};
+
+inline Trial Run(int protocol, const std::string& bits, double periodUs, double jitter, std::mt19937& rng) {
+    ProtocolHeader h = HeaderFromPreset(protocol);
+    std::string code = "G" + bits;
+    bool toggle = false;
+    std::string cells = EncodeCommand(code, h, toggle);
+    Trial t;
+    t.sent = code.substr(1);
+    t.frame = ExtractFrame(SampleRuns(Jitter(CellsToRuns(cells, h.sendpls), jitter, rng), periodUs));
+    return t;
+}
+
+} // namespace quenix::roundtrip
