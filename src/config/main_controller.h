@@ -66,6 +66,8 @@ public:
     void Exit();
 
     bool compact() const { return browser_.compact(); }
+    // The program fills the hooks of the interface, port and monitoring code before StartUp.
+    Hooks& hooks() { return hooks_; }
     std::string FullTitle() const;
 
 private:

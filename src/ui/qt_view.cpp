@@ -14,6 +14,7 @@
 #include <QPlainTextEdit>
 #include <QSpinBox>
 #include <QStatusBar>
+#include <QSystemTrayIcon>
 #include <QTextEdit>
 #include <QTimer>
 #include <QWidget>
@@ -147,6 +148,9 @@ void QtView::setVisible(const std::string& control, bool visible) {
     QObject* o = find(control);
     if (auto* m = qobject_cast<QMenu*>(o)) {
         m->menuAction()->setVisible(visible);
+        if (!visible) m->hide(); // an open pop-up closes
+    } else if (auto* tray = qobject_cast<QSystemTrayIcon*>(o)) {
+        tray->setVisible(visible);
     } else if (auto* a = qobject_cast<QAction*>(o)) {
         a->setVisible(visible);
     } else if (auto* w = qobject_cast<QWidget*>(o)) {
@@ -184,8 +188,9 @@ std::vector<std::string> QtView::items(const std::string& control) const {
 }
 
 void QtView::setCurrentIndex(const std::string& control, int index) {
-    // Selecting from code fires the same signals as a click: the controller decides.
+    // The view is passive: selecting from code does not call back into the controllers.
     QObject* o = find(control);
+    QSignalBlocker block(o);
     if (auto* lw = qobject_cast<QListWidget*>(o)) {
         lw->setCurrentRow(index);
         if (index < 0) lw->clearSelection();
