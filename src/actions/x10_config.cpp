@@ -133,8 +133,8 @@ void X10ConfigController::onOK() {
     if (port != s.x10Com) ctx_.x10PortHandle = 0; // reopened by the next command
     s.x10Com = port;
     s.x10Ena = enabled;
-    ctx_.config.SetGeneralKey("X10COM=", std::to_string(port));
-    ctx_.config.SetGeneralKey("X10ENA=", enabled ? "1" : "0");
+    ctx_.config.SetGeneralKey("X10COM", std::to_string(port));
+    ctx_.config.SetGeneralKey("X10ENA", enabled ? "1" : "0");
     ctx_.config.SaveConfiguration();
     saved_ = true;
     main_.setStatus("X10 configuration saved OK.");

@@ -1,0 +1,80 @@
+#pragma once
+
+// A CM11 interface on the far end of a pty. It checks every byte as the interface does and
+// answers as it does; its time is the test's virtual clock, which drives it on each sleep.
+
+#include "core/clock.h"
+
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace quenix::testing {
+
+class Cm11Sim {
+public:
+    enum class Fault { None, Silent, TwoBytes, WrongChecksum, LateReady };
+
+    struct Event {
+        enum Kind { Address, Function, ClockSet } kind;
+        int houseCode = 0; // the nibble value, as on the wire
+        int value = 0;     // unit nibble or function code
+        int dims = 0;      // header bits 7..3
+        bool operator==(const Event&) const = default;
+    };
+
+    Cm11Sim();
+    ~Cm11Sim();
+    Cm11Sim(const Cm11Sim&) = delete;
+    Cm11Sim& operator=(const Cm11Sim&) = delete;
+
+    const std::string& slavePath() const { return slavePath_; }
+
+    // Handles what arrived, sends the answers due at virtual time now.
+    void service(std::int64_t now);
+
+    Fault fault = Fault::None;
+    int faultyAnswers = 1 << 30; // how many answers the fault spoils before it heals
+    int readyDelayMs = 0;        // LateReady: the ready byte comes this late
+
+    std::vector<Event> events;            // what went out on the power line
+    std::vector<std::string> complaints;  // bytes the interface would not accept
+    std::string received;                 // every byte from the computer
+
+private:
+    void onByte(std::uint8_t b, std::int64_t now);
+    void answer(std::string bytes, std::int64_t at);
+    bool spoil();
+
+    enum class State { Header, Second, AwaitGo, ClockRecord } state_ = State::Header;
+    std::uint8_t header_ = 0, second_ = 0;
+    std::string clockRecord_;
+    int lastHouse_ = -1;
+    struct Pending {
+        std::int64_t at;
+        std::string bytes;
+    };
+    std::deque<Pending> out_;
+    int master_ = -1, slave_ = -1;
+    std::string slavePath_;
+};
+
+// Virtual time that lets the simulator run at each sleep.
+class SimClock final : public Clock {
+public:
+    explicit SimClock(Cm11Sim& sim) : sim_(sim) {}
+    void sleep(int ms) override {
+        now_ += ms;
+        slept += ms;
+        sim_.service(now_);
+    }
+    std::int64_t nowMs() override { return now_; }
+    std::int64_t slept = 0;
+
+private:
+    Cm11Sim& sim_;
+    std::int64_t now_ = 0;
+};
+
+} // namespace quenix::testing
