@@ -1,0 +1,82 @@
+#include "io/capture_library.h"
+
+#include "io/dynamic_library.h"
+
+#include "serpulse/serpulse.h"
+
+namespace quenix {
+
+namespace {
+
+using SetHandleFn = std::int32_t(SERPULSE_CALL*)(std::intptr_t);
+using RecordFn = std::int32_t(SERPULSE_CALL*)(std::uint8_t*, std::int32_t, std::int32_t);
+using MonitorFn = std::int32_t(SERPULSE_CALL*)(std::uint8_t*, std::int32_t);
+using SendFn = std::int32_t(SERPULSE_CALL*)(const std::uint8_t*, std::int32_t, std::int32_t, std::int32_t);
+
+class DynamicCaptureLibrary final : public CaptureLibrary {
+public:
+    explicit DynamicCaptureLibrary(std::string path) : path_(std::move(path)) {}
+
+    std::optional<std::int32_t> SetHandle(PortHandle handle) override {
+        // The library takes 0 for "no port"; the program's closed handle is -1.
+        auto fn = entry<SetHandleFn>("SetHandle");
+        if (!fn) return std::nullopt;
+        return fn(handle == kNoPort ? 0 : handle);
+    }
+    std::optional<std::int32_t> IRRecord(std::uint8_t* buffer, int procDelay, int length) override {
+        auto fn = entry<RecordFn>("IRRecord");
+        if (!fn) return std::nullopt;
+        return fn(buffer, procDelay, length);
+    }
+    std::optional<std::int32_t> IRRecordN(std::uint8_t* buffer, int procDelay, int length) override {
+        auto fn = entry<RecordFn>("IRRecordN");
+        if (!fn) return std::nullopt;
+        return fn(buffer, procDelay, length);
+    }
+    std::optional<std::int32_t> IRMonitor(std::uint8_t* buffer, int procDelay) override {
+        auto fn = entry<MonitorFn>("IRMonitor");
+        if (!fn) return std::nullopt;
+        return fn(buffer, procDelay);
+    }
+    std::optional<std::int32_t> IRMonitorN(std::uint8_t* buffer, int procDelay) override {
+        auto fn = entry<MonitorFn>("IRMonitorN");
+        if (!fn) return std::nullopt;
+        return fn(buffer, procDelay);
+    }
+    std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
+                                       int txdMode) override {
+        auto fn = entry<SendFn>("IRSend");
+        if (!fn) return std::nullopt;
+        return fn(buffer, byteCount, pulseLength, txdMode);
+    }
+
+    std::string error() const override { return error_; }
+
+private:
+    template <class Fn>
+    Fn entry(const char* name) {
+        error_.clear();
+        if (!library_.loaded() && !library_.load(path_)) {
+            error_ = library_.error();
+            return nullptr;
+        }
+        void* symbol = library_.symbol(name);
+        if (!symbol) {
+            error_ = library_.error();
+            return nullptr;
+        }
+        return reinterpret_cast<Fn>(symbol);
+    }
+
+    std::string path_;
+    DynamicLibrary library_;
+    std::string error_;
+};
+
+} // namespace
+
+std::unique_ptr<CaptureLibrary> MakeCaptureLibrary(const std::string& programFolder) {
+    return std::make_unique<DynamicCaptureLibrary>(programFolder + "/" + CaptureLibraryFileName());
+}
+
+} // namespace quenix

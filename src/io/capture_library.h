@@ -1,0 +1,43 @@
+#pragma once
+
+// The binding to the capture and emission library, loaded at run time from the program
+// folder. A library that is missing, or lacks an entry point, never crashes the program:
+// the call fails and error() gives the operating system's own text for the failure.
+
+#include "config/context.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace quenix {
+
+class CaptureLibrary {
+public:
+    virtual ~CaptureLibrary() = default;
+
+    // Each call answers the library's result, or nullopt when the library could not be
+    // called (error() then says why).
+    virtual std::optional<std::int32_t> SetHandle(PortHandle handle) = 0;
+    virtual std::optional<std::int32_t> IRRecord(std::uint8_t* buffer, int procDelay, int length) = 0;
+    virtual std::optional<std::int32_t> IRRecordN(std::uint8_t* buffer, int procDelay, int length) = 0;
+    // buffer holds 600 bytes.
+    virtual std::optional<std::int32_t> IRMonitor(std::uint8_t* buffer, int procDelay) = 0;
+    virtual std::optional<std::int32_t> IRMonitorN(std::uint8_t* buffer, int procDelay) = 0;
+    virtual std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
+                                               int txdMode) = 0;
+
+    // The system's text for the last failure to load or call the library; empty after a
+    // call that reached it.
+    virtual std::string error() const = 0;
+};
+
+// The library's file name in the program folder.
+std::string CaptureLibraryFileName();
+
+// Binds lazily: the library is loaded on the first call, so a program without it starts
+// and only the capture and send calls fail.
+std::unique_ptr<CaptureLibrary> MakeCaptureLibrary(const std::string& programFolder);
+
+} // namespace quenix

@@ -1,0 +1,115 @@
+#include "serpulse/pulse_engine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace serpulse {
+
+std::int64_t SamplePeriodNs(int procDelay) {
+    int d = std::clamp(procDelay, 0, 100);
+    return 45'000 + 500 * static_cast<std::int64_t>(d);
+}
+
+int Sampler::capture(const Request& r) {
+    if (!r.buffer || r.length <= 0) return 0;
+    const std::int64_t period = SamplePeriodNs(r.procDelay);
+    const int total = r.length * 8;
+
+    // Find the start: a mark already present (monitor calls only), or an idle-to-mark edge.
+    std::int64_t start = time_.nowNs();
+    std::int64_t detected = start;
+    bool m = mark(r.polarity);
+    if (!m) stuck_ = false;
+    if (!(m && r.acceptMarkAtStart && !stuck_)) {
+        const std::int64_t deadline = start + r.edgeWaitNs;
+        bool seenIdle = !m;
+        std::int64_t lastIdle = start;
+        for (;;) {
+            if (time_.nowNs() >= deadline) return 0;
+            time_.sleepNs(kEdgePollNs);
+            std::int64_t now = time_.nowNs();
+            if (!mark(r.polarity)) {
+                seenIdle = true;
+                stuck_ = false;
+                lastIdle = now;
+                continue;
+            }
+            if (!seenIdle) continue;
+            // The edge came somewhere since the last idle look; take the middle.
+            start = lastIdle + (now - lastIdle) / 2;
+            detected = now;
+            break;
+        }
+    }
+
+    int lastMark = -1;
+    int markRun = 0;
+    for (int i = 0; i < total; ++i) {
+        const std::int64_t t = start + static_cast<std::int64_t>(i) * period;
+        bool s;
+        if (t < detected) {
+            s = true; // between the estimated edge and its detection the line was active
+        } else {
+            time_.waitUntilNs(t);
+            s = mark(r.polarity);
+        }
+        if (s) {
+            r.buffer[i / 8] = static_cast<std::uint8_t>(r.buffer[i / 8] | (0x80u >> (i % 8)));
+            lastMark = i;
+            if (++markRun >= kStuckMarkSamples) {
+                std::memset(r.buffer, 0, static_cast<std::size_t>(r.length));
+                stuck_ = true;
+                return 0;
+            }
+        } else {
+            markRun = 0;
+            if (i - lastMark >= kIdleStopSamples) break; // the rest of the buffer stays zero
+        }
+    }
+    return 1;
+}
+
+namespace {
+bool CellAt(const std::uint8_t* buffer, long cell) { return (buffer[cell / 8] & (0x80u >> (cell % 8))) != 0; }
+} // namespace
+
+std::vector<std::uint8_t> TxdStream(const std::uint8_t* buffer, int byteCount, int pulseUs) {
+    std::vector<std::uint8_t> out;
+    if (!buffer || byteCount <= 0 || pulseUs <= 0) return out;
+    const long cells = static_cast<long>(byteCount) * 8;
+    out.reserve(static_cast<std::size_t>(std::ceil(static_cast<double>(cells) * pulseUs / kTxdCharUs)) + 1);
+    for (long c = 0; c < cells; ++c) {
+        auto end = static_cast<std::size_t>(std::llround(static_cast<double>(c + 1) * pulseUs / kTxdCharUs));
+        out.resize(std::max(out.size(), end), CellAt(buffer, c) ? kTxdCarrierByte : kTxdIdleByte);
+    }
+    return out;
+}
+
+void Emitter::sendDtr(const std::uint8_t* buffer, int byteCount, int pulseUs) {
+    if (!buffer || byteCount <= 0 || pulseUs <= 0) return;
+    const long cells = static_cast<long>(byteCount) * 8;
+    const std::int64_t cellNs = static_cast<std::int64_t>(pulseUs) * 1000;
+    bool level = false;
+    line_.setDtr(false);
+    const std::int64_t start = time_.nowNs();
+    for (long c = 0; c < cells; ++c) {
+        bool on = CellAt(buffer, c);
+        if (on == level) continue;
+        time_.waitUntilNs(start + c * cellNs);
+        line_.setDtr(on);
+        level = on;
+    }
+    time_.waitUntilNs(start + cells * cellNs);
+    if (level) line_.setDtr(false);
+}
+
+bool Emitter::sendTxd(const std::uint8_t* buffer, int byteCount, int pulseUs) {
+    std::vector<std::uint8_t> stream = TxdStream(buffer, byteCount, pulseUs);
+    if (stream.empty()) return false;
+    bool ok = line_.write(stream.data(), stream.size());
+    line_.drain();
+    return ok;
+}
+
+} // namespace serpulse
