@@ -1,0 +1,197 @@
+#include "ir/analysis.h"
+#include "ir/codec.h"
+#include "ir/protocols.h"
+#include "ir/pulse_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace quenix {
+namespace {
+
+std::string Runs(std::initializer_list<std::pair<char, int>> runs) {
+    std::string s;
+    for (auto [c, n] : runs) s.append(static_cast<std::size_t>(n), c);
+    return s;
+}
+
+TEST(QuantiseRun, Boundaries) {
+    struct Case {
+        int length, unit, size;
+    };
+    const Case cases[] = {
+        {14, 10, 1}, {15, 10, 2}, {25, 10, 2}, {26, 10, 3}, {38, 10, 3}, {39, 10, 9}, {1, 10, 1}, {0, 0, 1},
+        {5, 0, 2},   {200, 10, 9},
+    };
+    for (const Case& c : cases) EXPECT_EQ(QuantiseRun(c.length, c.unit), c.size) << c.length << "/" << c.unit;
+}
+
+TEST(AnalyseRuns, ClassifiesByWhichRunsAreLong) {
+    struct Case {
+        std::string name;
+        std::string samples;
+        bool ok;
+        int cM, cS, unit, protocol;
+    };
+    // A run length standing alone in its bin reads one short: the windows around n - 1, n
+    // and n + 1 hold the same sum, and the first of them wins.
+    const Case cases[] = {
+        // Short marks, spaces of one and three units: pulse distance.
+        {"nec", Runs({{'1', 10}, {'0', 10}, {'1', 10}, {'0', 30}, {'1', 10}, {'0', 10}, {'1', 10}}), true, 9, 9, 9,
+         kProtoNec},
+        // Spaces of one unit, marks of one and two: pulse width.
+        {"sony", Runs({{'1', 40}, {'0', 10}, {'1', 20}, {'0', 10}, {'1', 10}, {'0', 10}, {'1', 10}}), true, 9, 9, 9,
+         kProtoSony},
+        // Both doubled: bi-phase.
+        {"rc5", Runs({{'1', 10}, {'0', 10}, {'1', 20}, {'0', 20}, {'1', 10}, {'0', 10}, {'1', 10}}), true, 9, 9, 9,
+         kProtoRc5},
+        // Nothing long: unknown, yet analysed. 9.5 rounds to the even 10.
+        {"flat", Runs({{'1', 10}, {'0', 11}, {'1', 10}, {'0', 11}}), true, 9, 10, 10, kProtoUnknown},
+        // Equal window sums: the shorter length wins.
+        {"tie", Runs({{'1', 10}, {'0', 10}, {'1', 30}, {'0', 30}}), true, 9, 9, 9, kProtoRc5},
+        // Runs over 99 count as 99, outside every window: nothing dominant.
+        {"long", Runs({{'1', 150}, {'0', 150}}), false, 0, 0, 0, kProtoUnknown},
+        {"silence", std::string(4800, '0'), false, 0, 0, 0, kProtoUnknown},
+        // A gap over 300 ends the walk: the long mark after it is never seen.
+        {"second sequence ignored",
+         Runs({{'1', 10}, {'0', 10}, {'1', 10}, {'0', 30}, {'1', 10}, {'0', 301}, {'1', 40}, {'0', 10}}), true, 9, 9,
+         9, kProtoNec},
+        // Leading silence is not a space.
+        {"leading gap", Runs({{'0', 40}, {'1', 10}, {'0', 10}, {'1', 20}, {'0', 10}, {'1', 10}}), true, 9, 9, 9,
+         kProtoSony},
+        // Half units round to the even neighbour.
+        {"half down", Runs({{'1', 9}, {'0', 10}, {'1', 9}, {'0', 30}, {'1', 9}}), true, 8, 9, 8, kProtoNec},
+        {"half up", Runs({{'1', 12}, {'0', 13}, {'1', 12}, {'0', 39}, {'1', 12}}), true, 11, 12, 12, kProtoNec},
+    };
+    for (const Case& c : cases) {
+        RunAnalysis a = AnalyseRuns(c.samples);
+        EXPECT_EQ(a.ok, c.ok) << c.name;
+        EXPECT_EQ(a.cM, c.cM) << c.name;
+        EXPECT_EQ(a.cS, c.cS) << c.name;
+        if (c.ok) {
+            EXPECT_EQ(a.unit, c.unit) << c.name;
+            EXPECT_EQ(a.protocol, c.protocol) << c.name;
+        }
+    }
+}
+
+TEST(QuantiseSamples, CellsPausesAndMeasuredLengths) {
+    QuantisedSamples q = QuantiseSamples(Runs({{'1', 80}, {'0', 10}, {'1', 21}, {'0', 30}, {'1', 10}, {'0', 101}}), 10);
+    EXPECT_EQ(q.cells, "G0110001g");
+    EXPECT_EQ(q.plen1, "-80-21-10");
+    EXPECT_EQ(q.plen0, "-10-30");
+    // A gap cut off by the end counts only when it is over 100 samples.
+    EXPECT_EQ(QuantiseSamples(Runs({{'1', 10}, {'0', 100}}), 10).cells, "1");
+    EXPECT_EQ(QuantiseSamples(Runs({{'0', 10}, {'1', 10}}), 10).cells, "01");
+}
+
+TEST(SelectFrame, LongerOfTheFirstTwoSecondOnATie) {
+    EXPECT_EQ(SelectFrame("GG0101G011G"), "0101");
+    EXPECT_EQ(SelectFrame("G011GG0101G1"), "0101");
+    EXPECT_EQ(SelectFrame("G0101GG1010G11111111"), "1010");
+    EXPECT_EQ(SelectFrame("G0101"), "0101");
+    EXPECT_EQ(SelectFrame("GGG"), "");
+}
+
+TEST(BitCountVerdict, TextsAndValueFields) {
+    struct Case {
+        int protocol;
+        std::string code;
+        std::string status, addr, cmd, toggle;
+    };
+    const Case cases[] = {
+        {kProtoNec, "G" + std::string(32, '1'), "A valid NEC type command has been received.", "", "", "N"},
+        {kProtoNec, std::string(16, '0'), "A valid NEC type command has been received.", "", "", "N"},
+        {kProtoNec, std::string(42, '0'), "A valid NEC type command has been received.", "", "", "N"},
+        {kProtoNec, std::string(48, '0'), "A valid NEC type command has been received.", "", "", "N"},
+        {kProtoNec, std::string(33, '0'), "A possible invalid NEC type command has been received.", "", "", "N"},
+        {kProtoSony, "G101010010000", "A valid SONY type command has been received.", "21", "16", "N"},
+        {kProtoSony, "G101010010000111", "A valid 15 bits SONY type command has been received.", "169", "7", "N"},
+        {kProtoSony, "G1010100100001", "A possible invalid SONY type command has been received.", "", "", "N"},
+        {kProtoRc5, "G11110000001100", "A valid RC5 type command has been received.", "16", "12", "1"},
+        {kProtoRc5, "G1101000000110", "A possible invalid RC5 type command has been received(less than 14 bits)!", "16",
+         "6", "0"},
+        {kProtoRc5, "G110100000011001", "A possible valid command has been received (more than 14 bits).", "16", "25",
+         "0"},
+    };
+    for (const Case& c : cases) {
+        CodeVerdict v = BitCountVerdict(c.protocol, c.code);
+        EXPECT_EQ(v.status, c.status) << c.code;
+        EXPECT_EQ(v.addrVal, c.addr) << c.code;
+        EXPECT_EQ(v.cmdVal, c.cmd) << c.code;
+        EXPECT_EQ(v.toggleVal, c.toggle) << c.code;
+    }
+    EXPECT_EQ(BitCountVerdict(kProtoNec, "G0101").gType, "2");
+    EXPECT_EQ(BitCountVerdict(kProtoSony, "G0101").bits, 4);
+}
+
+std::vector<std::uint8_t> Capture(int protocol, std::string code, double period = 55) {
+    ProtocolHeader h = HeaderFromPreset(protocol);
+    bool toggle = false;
+    return SampleRuns(CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls), period);
+}
+
+// A capture holding exactly these samples, padded with silence.
+std::vector<std::uint8_t> Samples(const std::string& samples) {
+    std::vector<std::uint8_t> bytes = PackCells(samples);
+    bytes.resize(600, 0);
+    return bytes;
+}
+
+std::string NoLeadIn() {
+    std::string s;
+    for (int i = 0; i < 6; ++i) s += Runs({{'1', 10}, {'0', 10}, {'1', 10}, {'0', 30}});
+    return s + std::string(10, '1');
+}
+
+TEST(DecodeRecording, StatusTexts) {
+    std::vector<std::uint8_t> burst(600, 0);
+    for (int i = 0; i < 19; ++i) burst[static_cast<std::size_t>(i)] = 0xFF;
+    struct Case {
+        std::string name;
+        std::vector<std::uint8_t> capture;
+        std::string status;
+    };
+    const Case cases[] = {
+        {"39 bytes", std::vector<std::uint8_t>(39, 0xF0), "Recorded signal to short!"},
+        // Carrier ends at byte 19: 19 + 30 bytes kept is under 50.
+        {"early end", burst, "Not enough information recorded to decode the signal!"},
+        {"flat", std::vector<std::uint8_t>(600, 0xF0), "Unknown protocol!"},
+        {"sony", Capture(kProtoSony, "G101010010000"), "A valid SONY type command has been received."},
+        {"seven bits", Capture(kProtoNec, "G0110101"), "Invalid command (less than 8 bit)!"},
+        // Pulse distance without a lead-in: nothing stands between two pauses.
+        {"no lead-in", Samples(NoLeadIn()), "Command cannot be extracted!"},
+        // Bi-phase whose second frame opens with a doubled space.
+        {"rc5 violation",
+         Samples(Runs({{'1', 10}, {'0', 10}, {'1', 20}, {'0', 20}, {'1', 10}, {'0', 150}, {'1', 10}, {'0', 20}, {'1', 20},
+                       {'0', 10}, {'1', 10}})),
+         "Recorded signal is invalid!"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(DecodeRecording(c.capture).status, c.status) << c.name;
+
+    burst[19] = 0x01; // carrier up to byte 20: 50 bytes are left, and one burst is no signal
+    EXPECT_EQ(DecodeRecording(burst).status, "Recorded signal is invalid or unknown!");
+
+    RecordedSignal nec = DecodeRecording(Capture(kProtoNec, "G0110101011"));
+    EXPECT_EQ(nec.status, "A possible invalid NEC type command has been received.");
+    EXPECT_TRUE(nec.recognised);
+    EXPECT_EQ(nec.code, "G0110101011");
+    // More 1s than 0s: the long space dominates and the unit reads double (19, not 9), yet
+    // every gap still quantises to the right side of a 0/1 decision.
+    EXPECT_EQ(nec.unitSamples, 19);
+}
+
+TEST(ExtractFrame, FramesUnderSevenBitsAreDropped) {
+    // A NEC code's frame is its bits; the stop mark closes the last space.
+    EXPECT_EQ(ExtractFrame(Capture(kProtoNec, "G0110101")).frame, "0110101");
+    EXPECT_EQ(ExtractFrame(Capture(kProtoNec, "G011010")).frame, "");
+    MonitorFrame f = ExtractFrame(Capture(kProtoNec, "G00100000110111110001000011101111"));
+    EXPECT_EQ(f.analysis.protocol, kProtoNec);
+    EXPECT_EQ(f.frame, "00100000110111110001000011101111");
+}
+
+TEST(Unpack, TopBitFirst) { EXPECT_EQ(UnpackSamples({0x81, 0x40}), "1000000101000000"); }
+
+} // namespace
+} // namespace quenix
