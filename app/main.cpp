@@ -1,31 +1,28 @@
+#include "actions/audio.h"
 #include "config/config_store.h"
+#include "config/context.h"
+#include "core/clock.h"
 #include "core/program_folder.h"
+#include "ui/frm_main.h"
 #include "ui/qt_dialogs.h"
 
 #include <QApplication>
-#include <QLabel>
-#include <QMainWindow>
-#include <QStatusBar>
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     app.setApplicationName("Quenix Remote Manager");
+    // The window hides in the notification area; only the exit ends the program.
+    app.setQuitOnLastWindowClosed(false);
 
     quenix::ConfigStore store(quenix::ProgramFolder());
+    quenix::SystemClock clock;
     quenix::QtDialogs dialogs;
-    if (!store.LoadConfiguration()) {
-        dialogs.messageBox("There is an error in the configuration file.\nThe application will be closed.\n"
-                           "If the problem persists, please write to support@quenix-remote.org.",
-                           "ZVK", quenix::MsgIcon::Critical, quenix::MsgButtons::Ok);
-        return 1;
-    }
-    QMainWindow window;
-    window.setObjectName("frmMain");
-    window.setWindowTitle(QString::fromLatin1("Orvel's Quenix Remote Manager v") +
-                          QString::fromStdString(store.version()));
-    window.statusBar()->setObjectName("StatusBar");
-    window.statusBar()->showMessage("Application started successfully.");
-    window.resize(800, 560);
+    std::unique_ptr<quenix::AudioOutput> audio = quenix::MakeSystemAudio();
+    quenix::Context ctx(store, clock, dialogs, *audio);
+
+    quenix::FrmMain window(ctx);
+    dialogs.setParent(&window);
+    if (!window.startUp()) return 1;
     window.show();
     return app.exec();
 }

@@ -1,0 +1,482 @@
+#include "ui/frm_main.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QDesktopServices>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QSystemTrayIcon>
+#include <QTimer>
+#include <QUrl>
+#include <QVBoxLayout>
+
+#if __has_include("ui/new_protocol_form.h")
+#include "ui/new_protocol_form.h"
+#define QUENIX_HAVE_DEVICE_FORM 1
+#include <QDialog>
+#endif
+
+namespace quenix {
+namespace {
+
+QString Q(const std::string& s) { return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size())); }
+
+// Every control carries its object name and a name a screen reader can speak.
+template <class W>
+W* Named(W* w, const char* objectName, const QString& accessible, const QString& tip = {}) {
+    w->setObjectName(objectName);
+    w->setAccessibleName(accessible);
+    if (!tip.isEmpty()) w->setToolTip(tip);
+    return w;
+}
+
+QLineEdit* Field(QWidget* parent, const char* name, const QString& accessible, const QString& tip, int chars) {
+    auto* e = Named(new QLineEdit(parent), name, accessible, tip);
+    e->setMinimumWidth(e->fontMetrics().horizontalAdvance(QString(chars, QChar('0'))) + 16);
+    return e;
+}
+
+QLabel* Caption(const QString& text, QWidget* buddy, QWidget* parent) {
+    auto* l = new QLabel(text, parent);
+    l->setBuddy(buddy);
+    return l;
+}
+
+} // namespace
+
+FrmMain::FrmMain(Context& ctx, QWidget* parent)
+    : QMainWindow(parent), ctx_(ctx), view_(this), wait_(std::make_unique<FrmWaitToStart>(this)),
+      waitView_(wait_.get()) {
+    setObjectName("frmMain");
+    setWindowTitle("Quenix Remote Manager");
+    setAccessibleName("Quenix Remote Manager");
+
+    buildMenus();
+    auto* central = new QWidget(this);
+    auto* layout = new QHBoxLayout(central);
+    layout->setContentsMargins(10, 10, 10, 6);
+    layout->setSpacing(12);
+    layout->addWidget(buildDevicePanel(), 1);
+
+    fullOnly_ = new QWidget(central);
+    auto* right = new QVBoxLayout(fullOnly_);
+    right->setContentsMargins(0, 0, 0, 0);
+    right->setSpacing(10);
+    right->addWidget(buildSignalPanel(), 1);
+    auto* lower = new QHBoxLayout;
+    lower->setSpacing(12);
+    lower->addWidget(buildRecordPanel(), 3);
+    lower->addWidget(buildInterfacePanel(), 2);
+    right->addLayout(lower);
+    layout->addWidget(fullOnly_, 3);
+    setCentralWidget(central);
+
+    auto* status = Named(new QStatusBar(this), "StatusBar", "Status");
+    setStatusBar(status);
+
+    buildTray();
+    buildTimers();
+
+    BrowserController::Hooks browserHooks;
+#ifdef QUENIX_HAVE_DEVICE_FORM
+    browserHooks.deviceForm = [this] { return ShowNewProtocolForm(ctx_, view_, this) == QDialog::Accepted; };
+#endif
+    browser_ = std::make_unique<BrowserController>(ctx_, view_, std::move(browserHooks));
+
+    MainController::Hooks hooks;
+    hooks.openUrl = [](const std::string& target) {
+        QString t = Q(target);
+        QDesktopServices::openUrl(t.contains("://") ? QUrl(t) : QUrl::fromLocalFile(t));
+    };
+    hooks.iconChanged = [this](const std::string& file) {
+        QIcon icon(Q(ctx_.config.folder() + "/" + file));
+        if (icon.isNull()) return;
+        tray_->setIcon(icon);
+        setWindowIcon(icon);
+    };
+    hooks.compactChanged = [this](bool compact) { setCompactLayout(compact); };
+    main_ = std::make_unique<MainController>(ctx_, view_, waitView_, *browser_, std::move(hooks));
+    wire();
+
+    resize(sizeHint().expandedTo(QSize(980, 640)));
+}
+
+FrmMain::~FrmMain() = default;
+
+QAction* FrmMain::addAction(QMenu* menu, const char* name, const QString& text, bool checkable,
+                            const QKeySequence& shortcut) {
+    auto* a = menu->addAction(text);
+    a->setObjectName(name);
+    a->setCheckable(checkable);
+    if (!shortcut.isEmpty()) a->setShortcut(shortcut);
+    return a;
+}
+
+void FrmMain::buildMenus() {
+    QMenu* file = menuBar()->addMenu("&File");
+    file->setObjectName("FileMenu");
+    addAction(file, "FileNewMenu", "&New device...", false, QKeySequence::New);
+    addAction(file, "EditMenu", "&Edit device...", false, QKeySequence("Ctrl+E"));
+    addAction(file, "ProtoDeleteMenu", "&Delete device...");
+    file->addSeparator();
+    addAction(file, "AddApplicationMenu", "Add &application entry...");
+    file->addSeparator();
+    addAction(file, "ExitMenu", "E&xit", false, QKeySequence("Ctrl+Q"));
+
+    QMenu* settings = menuBar()->addMenu("&Settings");
+    settings->setObjectName("SettingsMenu");
+    addAction(settings, "InfraredInMenu", "Infrared &input", true);
+    addAction(settings, "InfraredOutMenu", "Infrared &output", true);
+    QMenu* iface = settings->addMenu("Input &interface");
+    iface->setObjectName("InterfaceMenu");
+    interfaceGroup_ = new QActionGroup(this);
+    const std::pair<const char*, const char*> interfaces[] = {{"StdDcdMenu", "&Standard (DCD)"},
+                                                              {"IRMouseMenu", "IR &Mouse"},
+                                                              {"IRManMenu", "IR M&an"},
+                                                              {"CreativeInfraMenu", "&Creative Infra"},
+                                                              {"FirmMenu", "&FirM"},
+                                                              {"UnavailableMenu", "&Unavailable"}};
+    for (auto [name, text] : interfaces) interfaceGroup_->addAction(addAction(iface, name, text, true));
+    iface->addSeparator();
+    addAction(iface, "AutoDetectMenu", "Auto &detect");
+    settings->addSeparator();
+    addAction(settings, "X10ConfMenu", "&X10...", true);
+    addAction(settings, "IRDimmerMenu", "IR &dimmer", true);
+    addAction(settings, "WinampMenu", "&Winamp", true);
+    addAction(settings, "ApplicationMenu", "&Applications", true);
+    addAction(settings, "MouseMenu", "&Mouse", true);
+    addAction(settings, "KeyboardMenu", "&Keyboard", true);
+    addAction(settings, "BluetoothConfigMenu", "&Bluetooth phone...", true);
+    settings->addSeparator();
+    addAction(settings, "CalibrationMenu", "&Calibration...");
+    addAction(settings, "MenuProcDelay", "Capture &delay...");
+
+    QMenu* monitoring = menuBar()->addMenu("&Monitoring");
+    monitoring->setObjectName("MonitoringMenu");
+    addAction(monitoring, "MonitoringStartMenu", "&Start", true, QKeySequence("F5"));
+    addAction(monitoring, "MonitoringStopMenu", "S&top", true, QKeySequence("Shift+F5"));
+    addAction(monitoring, "RestartMonMenu", "&Restart");
+    monitoring->addSeparator();
+    addAction(monitoring, "MonitorConfigureMenu", "&Configure events...");
+
+    QMenu* plugins = menuBar()->addMenu("&Plugins");
+    plugins->setObjectName("PluginMenu");
+    addAction(plugins, "AddPluginMenu", "&Add plugin...");
+    addAction(plugins, "RemovePluginMenu", "&Remove plugin...");
+
+    QMenu* help = menuBar()->addMenu("&Help");
+    help->setObjectName("HelpMenu");
+    addAction(help, "HelpContentMenu", "&Contents", false, QKeySequence::HelpContents);
+    addAction(help, "WebPageMenu", "&Web page");
+    addAction(help, "UpdateMenu", "Check for &updates");
+    help->addSeparator();
+    addAction(help, "AboutMenu", "&About Quenix Remote Manager");
+}
+
+QWidget* FrmMain::buildDevicePanel() {
+    auto* panel = new QWidget(this);
+    auto* v = new QVBoxLayout(panel);
+    v->setContentsMargins(0, 0, 0, 0);
+    v->setSpacing(6);
+
+    devices_ = Named(new QListWidget(panel), "Protocol", "Devices", "The remote controls and virtual devices");
+    commands_ = Named(new QListWidget(panel), "SendCmd", "Commands", "The commands of the selected device");
+    auto* recCmd = Field(panel, "RecCmd", "Key received", "The key received while monitoring", 12);
+    auto* execCmd = Field(panel, "ExecCmd", "Action executed", "What was done for the key received", 12);
+    recCmd->setEnabled(false);
+    execCmd->setEnabled(false);
+    auto* l111 = Named(new QLabel("&Dev.", panel), "Label111", "Devices");
+    auto* l112 = Named(new QLabel("C&md.", panel), "Label112", "Commands");
+    l111->setBuddy(devices_);
+    l112->setBuddy(commands_);
+    devices_->setMinimumWidth(devices_->fontMetrics().horizontalAdvance("Set-top Box Living") + 24);
+
+    v->addWidget(l111);
+    v->addWidget(recCmd);
+    v->addWidget(devices_, 3);
+    v->addWidget(l112);
+    v->addWidget(execCmd);
+    v->addWidget(commands_, 4);
+    v->addWidget(Named(new QLabel("The IR command to be send", panel), "SendLabel", "Command to be sent"));
+
+    // FirM zones and the dimmer level appear only for their device or interface.
+    auto* zoneRow = new QHBoxLayout;
+    auto* zoneNr = Named(new QLabel("Zone", panel), "ZoneNr", "FirM zone");
+    auto* zone = Named(new QComboBox(panel), "Zone", "FirM zone", "FirM Interface zone selection");
+    auto* firm = Named(new QLabel(panel), "FirmAnswer", "FirM answer");
+    zoneNr->setBuddy(zone);
+    zoneRow->addWidget(zoneNr);
+    zoneRow->addWidget(zone, 1);
+    zoneRow->addWidget(firm);
+    for (QWidget* w : {static_cast<QWidget*>(zoneNr), static_cast<QWidget*>(zone), static_cast<QWidget*>(firm)})
+        w->setVisible(false);
+    v->addLayout(zoneRow);
+    auto* dimRow = new QHBoxLayout;
+    auto* dimLabel = Named(new QLabel("Dimmer level", panel), "DIMLabel", "Dimmer level");
+    auto* dim = Named(new QScrollBar(Qt::Horizontal, panel), "DIMScroll", "Dimmer level");
+    dim->setRange(0, 100);
+    dimLabel->setVisible(false);
+    dim->setVisible(false);
+    dimRow->addWidget(dimLabel);
+    dimRow->addWidget(dim, 1);
+    v->addLayout(dimRow);
+
+    // Buttons: two rows so that their captions never clip in the narrow compact window.
+    auto* grid = new QGridLayout;
+    grid->setSpacing(6);
+    auto* rec = Named(new QPushButton("&Record", panel), "RecButton", "Record", "Capture a command from the remote");
+    auto* send = Named(new QPushButton("&Send", panel), "SendButton", "Send", "Send the selected command");
+    auto* save = Named(new QPushButton("Sa&ve", panel), "SaveCmdButton", "Save", "Store the recorded command");
+    auto* del = Named(new QPushButton("De&lete", panel), "DeleteCmdButton", "Delete", "Delete the selected command");
+    auto* min = Named(new QPushButton("Compact", panel), "MinButton", "Compact window",
+                      "Switch between the full and the compact send window");
+    send->setDefault(true);
+    learnButtons_ = new QWidget(panel);
+    auto* lb = new QHBoxLayout(learnButtons_);
+    lb->setContentsMargins(0, 0, 0, 0);
+    lb->setSpacing(6);
+    lb->addWidget(rec);
+    lb->addWidget(save);
+    lb->addWidget(del);
+    grid->addWidget(learnButtons_, 0, 0, 1, 2);
+    grid->addWidget(send, 1, 0);
+    grid->addWidget(min, 1, 1);
+    v->addLayout(grid);
+    return panel;
+}
+
+QWidget* FrmMain::buildSignalPanel() {
+    auto* box = new QGroupBox("Signal", this);
+    box->setObjectName("SignalGroup");
+    auto* v = new QVBoxLayout(box);
+    auto* signal = Named(new QLabel(box), "Signal", "Recorded signal", "The last recorded signal");
+    signal->setMinimumHeight(140);
+    signal->setFrameShape(QFrame::StyledPanel);
+    signal->setAlignment(Qt::AlignCenter);
+    signal->setAutoFillBackground(true);
+    QPalette p = signal->palette();
+    p.setColor(QPalette::Window, Qt::white);
+    p.setColor(QPalette::WindowText, QColor(0x20, 0x60, 0x20));
+    signal->setPalette(p);
+    signal->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    v->addWidget(signal, 1);
+    auto* row = new QHBoxLayout;
+    auto* scroll = Named(new QScrollBar(Qt::Horizontal, box), "HScroll1", "Signal position");
+    scroll->setRange(0, 4800);
+    row->addWidget(scroll, 1);
+    row->addWidget(Named(new QPushButton("<->", box), "GExt", "Enlarge", "Enlarge the signal"));
+    row->addWidget(Named(new QPushButton("-><-", box), "Gshr", "Shrink", "Shrink the signal"));
+    row->addWidget(Named(new QPushButton("Reset", box), "GReset", "Reset view", "Back to the start view"));
+    v->addLayout(row);
+    return box;
+}
+
+QWidget* FrmMain::buildRecordPanel() {
+    auto* box = new QGroupBox("Received command", this);
+    box->setObjectName("RecordPanel");
+    auto* g = new QGridLayout(box);
+    g->setHorizontalSpacing(8);
+    g->setVerticalSpacing(6);
+    auto* name = Field(box, "ProtocolName", "Protocol", "The protocol recognised", 6);
+    name->setReadOnly(true);
+    auto* params = Named(new QLabel(box), "ProtocolParams", "Protocol parameters");
+    auto* gprot = Field(box, "GProt", "Generic Protocol detected", "Generic Protocol detected", 3);
+    auto* bits = Field(box, "BitNr", "Number of bits", "Number of bits for the current code", 3);
+    auto* cmd = Field(box, "CmdVal", "Command (dec.)", "Command (dec.)", 5);
+    auto* addr = Field(box, "AddrVal", "Address(dec.)", "Address(dec.)", 5);
+    auto* toggle = Field(box, "ToggleVal", "Toggle bit", "Toggle bit (RC5 only) can be 0, 1 or N", 2);
+    auto* gtype = Field(box, "GType", "Sync type",
+                        "Sync Type (0-nosync,1-sync on first sequence only, 2- sync on all sequences)", 2);
+    auto* multi = Field(box, "MultiSeq", "Multisequence (Y/N)", "Multisequence (Y/N)", 2);
+    auto* ir = Field(box, "IRCommand", "Command received", "The protocol & command received, if known", 16);
+    auto* code = Field(box, "CodeStr", "Code", "The command code: G followed by the bits", 24);
+    auto* pulse = Field(box, "SendPulse", "Pulse length", "The pulse length in us", 5);
+
+    g->addWidget(Caption("&Protocol", name, box), 0, 0);
+    g->addWidget(name, 0, 1);
+    g->addWidget(params, 0, 2, 1, 2);
+    g->addWidget(Caption("&Generic", gprot, box), 1, 0);
+    g->addWidget(gprot, 1, 1);
+    g->addWidget(Caption("&Bits", bits, box), 1, 2);
+    g->addWidget(bits, 1, 3);
+    g->addWidget(Caption("Co&mmand", cmd, box), 2, 0);
+    g->addWidget(cmd, 2, 1);
+    g->addWidget(Caption("&Address", addr, box), 2, 2);
+    g->addWidget(addr, 2, 3);
+    g->addWidget(Caption("&Toggle", toggle, box), 3, 0);
+    g->addWidget(toggle, 3, 1);
+    g->addWidget(Caption("S&ync type", gtype, box), 3, 2);
+    g->addWidget(gtype, 3, 3);
+    g->addWidget(Caption("Multisequence (Y/N)", multi, box), 4, 0, 1, 3);
+    g->addWidget(multi, 4, 3);
+    g->addWidget(Caption("Rece&ived", ir, box), 5, 0);
+    g->addWidget(ir, 5, 1, 1, 3);
+    g->addWidget(Caption("C&ode", code, box), 6, 0);
+    g->addWidget(code, 6, 1, 1, 3);
+    g->addWidget(Caption("P&ulse (us)", pulse, box), 7, 0);
+    g->addWidget(pulse, 7, 1);
+    g->setColumnStretch(1, 1);
+    g->setColumnStretch(3, 1);
+    g->setRowStretch(8, 1);
+    return box;
+}
+
+QWidget* FrmMain::buildInterfacePanel() {
+    auto* box = new QGroupBox("Interface", this);
+    box->setObjectName("InterfacePanel");
+    auto* f = new QFormLayout(box);
+    f->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    auto* type = Named(new QLabel("Unknown", box), "ReceiverType", "Receiver type");
+    auto* com = Named(new QComboBox(box), "ComList", "Serial port", "The serial port of the infrared interface");
+    auto* txd = Named(new QCheckBox("&TxD output", box), "TxDCheckBox", "TxD output",
+                      "Send with a software carrier on TxD instead of DTR");
+    auto* irda = Named(new QCheckBox("Ir&DA output", box), "IrDACheckBox", "IrDA output");
+    auto* beep = Named(new QCheckBox("B&eep on keys", box), "BeepCheckbox", "Beep on keys",
+                       "Beep when a remote key is received");
+    auto* delay = Named(new QLabel("0", box), "ProcDelayparameter", "Capture delay",
+                        "The capture delay per sample, set by calibration");
+    f->addRow("Receiver", type);
+    f->addRow(Caption("Po&rt", com, box), com);
+    f->addRow(txd);
+    f->addRow(irda);
+    f->addRow(beep);
+    f->addRow("Capture delay", delay);
+    return box;
+}
+
+void FrmMain::buildTray() {
+    trayMenu_ = new QMenu(this);
+    trayMenu_->setObjectName("mnuSystray");
+    addAction(trayMenu_, "mnuRestore", "&Restore");
+    trayMenu_->addSeparator();
+    addAction(trayMenu_, "mnuStartMonitor", "&Start monitoring");
+    addAction(trayMenu_, "mnuStopMonitor", "S&top monitoring");
+    addAction(trayMenu_, "mnuRestartMonitor", "Re&start monitoring");
+    trayMenu_->addSeparator();
+    addAction(trayMenu_, "mnuExit", "E&xit");
+    tray_ = new QSystemTrayIcon(this);
+    tray_->setObjectName("TrayIcon");
+    tray_->setContextMenu(trayMenu_);
+}
+
+void FrmMain::buildTimers() {
+    const std::pair<const char*, int> timers[] = {
+        {"IRMonTimer", 1}, {"BTMonTimer", 100}, {"BTAutoTimer", 2000}, {"SecondTimer", 200}};
+    for (auto [name, ms] : timers) {
+        auto* t = new QTimer(this);
+        t->setObjectName(name);
+        t->setInterval(ms);
+    }
+}
+
+QAction* FrmMain::action(const QString& name) const { return findChild<QAction*>(name); }
+
+void FrmMain::wire() {
+    connect(devices_, &QListWidget::currentRowChanged, this, [this](int row) { browser_->SelectDevice(row); });
+    connect(commands_, &QListWidget::currentRowChanged, this, [this](int row) { browser_->SelectCommand(row); });
+
+    auto on = [this](const char* name, auto slot) {
+        if (QAction* a = action(name)) connect(a, &QAction::triggered, this, slot);
+    };
+    for (const char* toggle : {"InfraredInMenu", "InfraredOutMenu", "IRDimmerMenu", "WinampMenu", "ApplicationMenu",
+                               "MouseMenu", "KeyboardMenu"})
+        on(toggle, [this, toggle] { main_->Toggle(toggle); });
+    auto* beep = findChild<QCheckBox*>("BeepCheckbox");
+    connect(beep, &QCheckBox::clicked, this, [this] { main_->Toggle("BeepCheckbox"); });
+    auto* irda = findChild<QCheckBox*>("IrDACheckBox");
+    connect(irda, &QCheckBox::clicked, this, [this, irda] {
+        irda->setChecked(false);
+        main_->NotYetImplemented();
+    });
+    for (const char* item : {"UpdateMenu", "AddPluginMenu", "RemovePluginMenu"})
+        on(item, [this] { main_->NotYetImplemented(); });
+    on("AboutMenu", [this] { main_->About(); });
+    on("HelpContentMenu", [this] { main_->HelpContent(); });
+    on("WebPageMenu", [this] { main_->WebPage(); });
+    on("FileNewMenu", [this] { browser_->FileNew(); });
+    on("EditMenu", [this] { browser_->Edit(); });
+    on("ProtoDeleteMenu", [this] { browser_->ProtoDelete(); });
+    on("AddApplicationMenu", [this] { browser_->AddApplication(); });
+    on("ExitMenu", [this] { exitProgram(); });
+    on("mnuExit", [this] { exitProgram(); });
+    on("mnuRestore", [this] {
+        showNormal();
+        activateWindow();
+    });
+    connect(findChild<QPushButton*>("MinButton"), &QPushButton::clicked, this, [this] { main_->MinButton(); });
+    connect(tray_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::DoubleClick || reason == QSystemTrayIcon::Trigger) {
+            showNormal();
+            activateWindow();
+        }
+    });
+}
+
+bool FrmMain::startUp() {
+    wait_->adjustSize();
+    return main_->StartUp();
+}
+
+void FrmMain::setCompactLayout(bool compact) {
+    if (compact) fullSize_ = size();
+    fullOnly_->setVisible(!compact);
+    learnButtons_->setVisible(!compact);
+    menuBar()->setVisible(!compact);
+    if (compact) {
+        // Let the layout shrink to the device panel, then fit the window to it.
+        setMinimumSize(0, 0);
+        centralWidget()->adjustSize();
+        QSize hint = sizeHint();
+        resize(hint.width(), qMax(hint.height(), 420));
+    } else if (fullSize_.isValid()) {
+        resize(fullSize_);
+    }
+}
+
+void FrmMain::exitProgram() {
+    if (exiting_) return;
+    exiting_ = true;
+    main_->Exit();
+    tray_->hide();
+    wait_->hide();
+    hide();
+    QApplication::quit();
+}
+
+void FrmMain::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() != QEvent::WindowStateChange) return;
+    if (isMinimized()) {
+        // Without a notification area the window stays on the task bar, or it would be lost.
+        if (QSystemTrayIcon::isSystemTrayAvailable()) {
+            tray_->setToolTip(windowTitle().left(63));
+            QTimer::singleShot(0, this, [this] { main_->Minimised(); });
+        }
+    } else {
+        main_->Restored();
+    }
+}
+
+void FrmMain::closeEvent(QCloseEvent* event) {
+    // Closing the window is the File exit.
+    exitProgram();
+    event->accept();
+}
+
+} // namespace quenix

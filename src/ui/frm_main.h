@@ -1,0 +1,83 @@
+#pragma once
+
+#include "config/browser_controller.h"
+#include "config/context.h"
+#include "config/main_controller.h"
+#include "ui/frm_wait_to_start.h"
+#include "ui/qt_view.h"
+
+#include <QMainWindow>
+
+#include <memory>
+
+class QAction;
+class QActionGroup;
+class QGroupBox;
+class QListWidget;
+class QMenu;
+class QPushButton;
+class QSystemTrayIcon;
+class QTimer;
+class QWidget;
+
+namespace quenix {
+
+// The main window. It builds the widgets under their object names and forwards every event to
+// the controllers; the logic lives in MainController and BrowserController.
+class FrmMain : public QMainWindow {
+    Q_OBJECT
+public:
+    explicit FrmMain(Context& ctx, QWidget* parent = nullptr);
+    ~FrmMain() override;
+
+    // The load handler. False when the configuration could not be loaded: the program ends.
+    bool startUp();
+
+    QtView& view() { return view_; }
+    MainController& controller() { return *main_; }
+    BrowserController& browser() { return *browser_; }
+    // A menu or tray action by object name, or null.
+    QAction* action(const QString& name) const;
+    QSystemTrayIcon* trayIcon() const { return tray_; }
+    QMenu* trayMenu() const { return trayMenu_; }
+    FrmWaitToStart* waitWindow() const { return wait_.get(); }
+
+    // File exit and mnuExit: closes the ports, saves and ends the event loop.
+    void exitProgram();
+
+protected:
+    void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildMenus();
+    QWidget* buildDevicePanel();
+    QWidget* buildSignalPanel();
+    QWidget* buildRecordPanel();
+    QWidget* buildInterfacePanel();
+    void buildTray();
+    void buildTimers();
+    void wire();
+    void setCompactLayout(bool compact);
+    QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
+                       const QKeySequence& shortcut = {});
+
+    Context& ctx_;
+    QtView view_;
+    std::unique_ptr<FrmWaitToStart> wait_;
+    QtView waitView_;
+    std::unique_ptr<BrowserController> browser_;
+    std::unique_ptr<MainController> main_;
+
+    QListWidget* devices_ = nullptr;
+    QListWidget* commands_ = nullptr;
+    QWidget* fullOnly_ = nullptr;    // panels the compact window leaves out
+    QWidget* learnButtons_ = nullptr; // Record, Save, Delete
+    QMenu* trayMenu_ = nullptr;
+    QSystemTrayIcon* tray_ = nullptr;
+    QActionGroup* interfaceGroup_ = nullptr;
+    QSize fullSize_;
+    bool exiting_ = false;
+};
+
+} // namespace quenix
