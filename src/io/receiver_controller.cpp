@@ -1,0 +1,293 @@
+#include "io/receiver_controller.h"
+
+#include "core/text.h"
+
+#include <array>
+
+namespace quenix {
+
+namespace {
+
+constexpr const char* kCaption = "ZVK";
+constexpr int kMaxComPort = 30;
+
+struct InterfaceRow {
+    int type;
+    const char* name;
+    const char* menu;
+};
+
+constexpr std::array<InterfaceRow, 6> kInterfaces{{
+    {kDcdStd, "DCDStd", "StdDcdMenu"},
+    {kIrMouse, "IRMouse", "IRMouseMenu"},
+    {kIrMan, "IRMan", "IRManMenu"},
+    {kCreative, "Creative", "CreativeInfraMenu"},
+    {kFirM, "FirM", "FirmMenu"},
+    {kUnknownInterface, "Unknown", "UnavailableMenu"},
+}};
+
+const InterfaceRow* RowOf(int type) {
+    for (const auto& r : kInterfaces)
+        if (r.type == type) return &r;
+    return nullptr;
+}
+
+} // namespace
+
+const char* InterfaceName(int type) {
+    const InterfaceRow* r = RowOf(type);
+    return r ? r->name : "";
+}
+
+const char* InterfaceMenu(int type) {
+    const InterfaceRow* r = RowOf(type);
+    return r ? r->menu : "";
+}
+
+ReceiverController::ReceiverController(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library)
+    : ctx_(ctx), view_(view), port_(port), library_(library) {}
+
+void ReceiverController::writeItype() {
+    Settings& s = ctx_.settings();
+    s.itypeHigh = ctx_.txdOutput;
+    s.itypeLow = ctx_.interfaceType;
+    ctx_.config.SetGeneralKey("ITYPE", std::to_string(ctx_.txdOutput * 16 + ctx_.interfaceType));
+}
+
+void ReceiverController::setFirmControlsVisible(bool visible) {
+    for (const char* c : {"FirmAnswer", "ZoneNr", "Zone"}) view_.setVisible(c, visible);
+}
+
+void ReceiverController::selectInterface(int type) {
+    const InterfaceRow* row = RowOf(type);
+    if (!row) return;
+    ctx_.interfaceType = type;
+    view_.setText("ReceiverType", row->name);
+    for (const auto& r : kInterfaces) view_.setChecked(r.menu, r.type == type);
+
+    const PortHandle h = handle();
+    switch (type) {
+    case kDcdStd: // powered from RTS; DTR is the transmitter's
+        port_.SetRTS(h, true);
+        port_.SetDTR(h, false);
+        break;
+    case kIrMouse: // powered from RTS and DTR, TxD held low
+        port_.SetRTS(h, true);
+        port_.SetDTR(h, true);
+        port_.SetTxDBreak(h, false);
+        break;
+    case kCreative:
+        port_.SetDTR(h, true);
+        port_.SetRTS(h, true);
+        break;
+    case kFirM:
+        port_.SetRTS(h, false);
+        port_.SetDTR(h, false);
+        // FirM talks over the data lines: no TxD transmitter beside it.
+        view_.setChecked("TxDCheckBox", false);
+        view_.setEnabled("TxDCheckBox", false);
+        view_.setEnabled("IrDACheckBox", false);
+        ctx_.txdOutput = 0;
+        port_.ConfigureComPort(9600, 8, h);
+        break;
+    default: break;
+    }
+    if (type == kFirM) {
+        setFirmControlsVisible(true);
+    } else {
+        setFirmControlsVisible(false);
+        view_.setEnabled("TxDCheckBox", true);
+    }
+    writeItype();
+    if (type == kIrMan) initialiseIRMan();
+}
+
+void ReceiverController::applyStoredInterface() {
+    const Settings& s = ctx_.settings();
+    const int mode = s.itypeHigh;
+    const int type = s.itypeLow;
+    ctx_.txdOutput = mode;
+    view_.setChecked("TxDCheckBox", mode == 1);
+    view_.setChecked("IrDACheckBox", mode == 2);
+    view_.setEnabled("IrDACheckBox", mode != 1);
+    view_.setEnabled("TxDCheckBox", mode != 2);
+    if (mode == 1) port_.ConfigureComPort(115200, 6, handle());
+    if (type >= kDcdStd && type <= kFirM) {
+        selectInterface(type);
+    } else {
+        ctx_.interfaceType = type;
+        view_.setText("ReceiverType", "");
+    }
+}
+
+void ReceiverController::listPorts() {
+    Settings& s = ctx_.settings();
+    std::vector<std::string> items;
+    int selected = -1;
+    for (int n = 1; n <= kMaxComPort; ++n) {
+        if (!port_.ComPortExists(n)) continue;
+        if (n == s.comPort) {
+            selected = static_cast<int>(items.size());
+            view_.setColor("ComList", View::ColorRole::Foreground, kGreen);
+        }
+        items.push_back(ComDeviceName(n));
+    }
+    view_.setItems("ComList", items);
+    if (selected >= 0) view_.setCurrentIndex("ComList", selected);
+    if (items.empty()) {
+        view_.setStatus("There is no COM port available!");
+        return;
+    }
+    if (handle() != kNoPort) port_.CloseHandle(handle());
+    ctx_.irPortHandle = port_.OpenComPort(s.comPort);
+    if (handle() != kNoPort) {
+        library_.SetHandle(handle());
+        port_.ConfigureComPort(9600, 8, handle());
+    }
+}
+
+void ReceiverController::onComListClick() {
+    Settings& s = ctx_.settings();
+    const std::string item = view_.currentText("ComList");
+    const int n = ComPortNumber(item);
+    if (n == 0 || n == s.comPort) return;
+
+    const PortHandle old = handle();
+    if (s.comPort != 0 && old != kNoPort) {
+        port_.CloseHandle(old);
+        ctx_.irPortHandle = kNoPort;
+        library_.SetHandle(kNoPort);
+    }
+    s.comPort = n;
+    if (s.comPort == s.x10Com) s.x10Com = 0; // the X10 interface gives its port up
+    ctx_.config.SetGeneralKey("COMPORT", std::to_string(s.comPort));
+    ctx_.config.SetGeneralKey("X10COM", std::to_string(s.x10Com));
+
+    ctx_.irPortHandle = port_.OpenComPort(n);
+    // An X10 interface on the "Default" port shares the infrared handle.
+    if (old != kNoPort && ctx_.x10PortHandle == old) ctx_.x10PortHandle = ctx_.irPortHandle;
+    ctx_.irmanInitialised = false;
+    if (handle() == kNoPort) {
+        view_.setColor("ComList", View::ColorRole::Foreground, kRed);
+        return;
+    }
+    view_.setColor("ComList", View::ColorRole::Foreground, kGreen);
+    port_.ConfigureComPort(9600, 8, handle());
+    library_.SetHandle(handle());
+    applyStoredInterface();
+}
+
+bool ReceiverController::irmanHandshake() {
+    const PortHandle h = handle();
+    port_.SetRTS(h, false);
+    port_.SetDTR(h, false);
+    ctx_.clock.sleep(200);
+    port_.SetRTS(h, true);
+    port_.SetDTR(h, true);
+    ctx_.clock.sleep(500);
+    port_.WriteComPort("I", h);
+    ctx_.clock.sleep(500);
+    port_.WriteComPort("R", h);
+    std::string reply;
+    for (int round = 0; round < 20; ++round) {
+        ctx_.clock.sleep(100);
+        reply = Trim(ToLower(reply + port_.ReadComPort(h)));
+        if (reply.find("ok") != std::string::npos) return true;
+    }
+    return false;
+}
+
+bool ReceiverController::initialiseIRMan() {
+    if (ctx_.irmanInitialised) return true;
+    port_.ConfigureComPort(9600, 8, handle());
+    if (irmanHandshake()) {
+        ctx_.dialogs.message("IRMan interface initialized OK", kCaption, MsgIcon::Information);
+        ctx_.irmanInitialised = true;
+        return true;
+    }
+    ctx_.dialogs.message("IRMan interface cannot be initialized!", kCaption, MsgIcon::Exclamation);
+    return false;
+}
+
+int ReceiverController::dcdOnCount() {
+    int on = 0;
+    for (int i = 0; i < 10; ++i) {
+        if (i > 0) ctx_.clock.sleep(5);
+        if (port_.IsDCDOn(handle())) ++on;
+    }
+    return on;
+}
+
+void ReceiverController::onAutoDetectMenu() {
+    const PortHandle h = handle();
+    Settings& s = ctx_.settings();
+    auto detected = [&](int type, const char* status) {
+        view_.setStatus(status);
+        ctx_.interfaceType = type;
+        s.itypeLow = type;
+        s.itypeHigh = ctx_.txdOutput;
+        applyStoredInterface();
+    };
+
+    port_.ConfigureComPort(9600, 8, h);
+    port_.SetRTS(h, true);
+
+    // IRMouse: idles with DCD off while RTS and DTR power it. Whether DSR follows RTS is read
+    // but never held against the receiver: some hold DSR up whatever RTS does.
+    if (port_.IsDSROn(h)) {
+        port_.SetRTS(h, false);
+        port_.IsDSROn(h);
+    }
+    port_.SetRTS(h, true);
+    port_.SetDTR(h, true);
+    if (10 - dcdOnCount() > 5) {
+        detected(kIrMouse, "IRMouse interface autodetected.");
+        return;
+    }
+
+    // DCD standard: idles with DCD on while RTS powers it. The unpowered read is not judged
+    // either, for the same reason.
+    port_.SetRTS(h, false);
+    port_.IsDCDOn(h);
+    port_.SetRTS(h, true);
+    if (dcdOnCount() > 5) {
+        detected(kDcdStd, "DCD Standard interface autodetected.");
+        return;
+    }
+
+    if (irmanHandshake()) {
+        ctx_.irmanInitialised = true;
+        detected(kIrMan, "IRMan interface autodetected and initialized OK.");
+        return;
+    }
+
+    view_.setStatus("Cannot detect interface or no interface connected to COM" + std::to_string(s.comPort) + ".");
+    selectInterface(kUnknownInterface);
+}
+
+void ReceiverController::onTxDCheckBox() {
+    if (view_.isChecked("TxDCheckBox")) {
+        // A virtual IrDA port cannot go with the TxD transmitter.
+        view_.setEnabled("IrDACheckBox", false);
+        ctx_.txdOutput = 1;
+        port_.ConfigureComPort(115200, 6, handle());
+    } else {
+        // The port keeps 115200 baud, 6 bits until it is next opened or configured.
+        view_.setEnabled("IrDACheckBox", true);
+        ctx_.txdOutput = 0;
+    }
+    writeItype();
+}
+
+void ReceiverController::onIrDACheckBox() {
+    if (!view_.isChecked("IrDACheckBox")) {
+        view_.setEnabled("TxDCheckBox", true);
+        return;
+    }
+    view_.setEnabled("TxDCheckBox", false);
+    ctx_.dialogs.message("Not yet implemented", kCaption, MsgIcon::Exclamation);
+    view_.setChecked("IrDACheckBox", false);
+    view_.setEnabled("TxDCheckBox", true);
+}
+
+} // namespace quenix
