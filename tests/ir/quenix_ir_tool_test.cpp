@@ -1,0 +1,120 @@
+// Runs the built quenix-ir the way a script would.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string>
+#include <sys/wait.h>
+
+namespace {
+
+struct Output {
+    std::string out;
+    int status = -1;
+};
+
+// Runs a shell command line; stderr goes to the file err so that it can be checked apart.
+Output Shell(const std::string& command) {
+    Output o;
+    FILE* p = popen(command.c_str(), "r");
+    if (!p) return o;
+    std::array<char, 4096> buf{};
+    std::size_t n = 0;
+    while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) o.out.append(buf.data(), n);
+    int rc = pclose(p);
+    o.status = WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+    return o;
+}
+
+const std::string kTool = QUENIX_PROGRAM_DIR "/quenix-ir";
+
+std::string Field(const std::string& out, const std::string& key) {
+    std::size_t at = out.find(key + ": ");
+    if (at == std::string::npos) return "<missing>";
+    at += key.size() + 2;
+    return out.substr(at, out.find('\n', at) - at);
+}
+
+TEST(QuenixIrTool, EncodeToPulseTextAndDecodeGivesTheCodeBack) {
+    struct Case {
+        std::string protocol, code, decoded, name, verdict;
+    };
+    const Case cases[] = {
+        {"NEC", "G00100000110111110001000011101111", "G00100000110111110001000011101111", "NEC",
+         "A valid NEC type command has been received."},
+        {"SONY", "G101010010000", "G101010010000", "SONY", "A valid SONY type command has been received."},
+        {"SONY", "G1010100100001000", "G1010100100001000", "SONY",
+         "A possible invalid SONY type command has been received."},
+        // The first RC5 transmission carries toggle 1.
+        {"RC5", "G11010000001100", "G11110000001100", "RC5", "A valid RC5 type command has been received."},
+        // Custom has NEC's patterns but no stop mark, so the last gap runs into the pause
+        // and the last bit is lost.
+        {"CUSTOM", "G0010000011011111", "G001000001101111", "NEC",
+         "A possible invalid NEC type command has been received."},
+    };
+    for (const Case& c : cases) {
+        Output o = Shell(kTool + " encode --protocol " + c.protocol + " --code " + c.code + " --format mode2 | " +
+                         kTool + " decode 2>&1");
+        EXPECT_EQ(o.status, 0) << o.out;
+        EXPECT_EQ(Field(o.out, "protocol"), c.name) << c.code;
+        EXPECT_EQ(Field(o.out, "code"), c.decoded) << o.out;
+        EXPECT_EQ(Field(o.out, "frame"), c.decoded.substr(1)) << o.out;
+        EXPECT_EQ(Field(o.out, "verdict"), c.verdict) << o.out;
+    }
+}
+
+TEST(QuenixIrTool, CellsPackedAndOptions) {
+    Output o = Shell(kTool + " encode --protocol NEC --code G00000000111111110000000011111111 --format cells");
+    ASSERT_EQ(o.status, 0);
+    const std::size_t first = 24 + 16 * 2 + 16 * 4 + 1;
+    EXPECT_EQ(o.out.size(), first + 4 * (50 + first - 24) + 1); // four repeats without lead-in, newline
+    o = Shell(kTool + " encode --protocol sony --code G101 --repeat 0 --grepeat 0 --bitg 11 --format packed");
+    EXPECT_EQ(o.out, "dac0\n"); // 11 011 01 011 -> 1101 1010 11, filled with 0 cells
+    o = Shell(kTool + " encode --protocol RC5 --code G101 --repeat 0 --format cells");
+    EXPECT_EQ(o.out, "011001\n");
+}
+
+TEST(QuenixIrTool, PackedCaptureAndPeriod) {
+    std::string tmp = ::testing::TempDir() + "/quenix_ir_capture.bin";
+    // A NEC key sampled at 50 us: the period given to decode scales the reported unit.
+    Output o = Shell(kTool + " encode --protocol NEC --code G00100000110111110001000011101111 --format mode2 | " +
+                     kTool + " decode --period 50");
+    EXPECT_EQ(Field(o.out, "unit_us"), "500");
+    EXPECT_EQ(Field(o.out, "frame"), "00100000110111110001000011101111");
+    o = Shell("head -c 600 /dev/zero > " + tmp + " && " + kTool + " decode --packed " + tmp);
+    EXPECT_EQ(o.status, 0);
+    EXPECT_EQ(Field(o.out, "protocol"), "UNK");
+    EXPECT_EQ(Field(o.out, "verdict"), "Not enough information recorded to decode the signal!");
+    std::remove(tmp.c_str());
+}
+
+TEST(QuenixIrTool, BadInputIsOneLineOnStderrAndStatusTwo) {
+    const std::string cases[] = {
+        "encode --protocol NEC --code 10x1",
+        "encode --protocol NEC --code G1g01",
+        "encode --protocol FOO --code G101",
+        "encode --protocol NEC --code G101 --sendpls 0",
+        "encode --protocol NEC --code G101 --bit0 12",
+        "encode --protocol NEC --code G101 --format wav",
+        "encode --protocol NEC --code G101 --frobnicate",
+        "encode --protocol NEC",
+        "decode /nonexistent/file",
+        "decode --period x",
+        "frobnicate",
+    };
+    for (const std::string& args : cases) {
+        Output o = Shell(kTool + " " + args + " 2>&1 >/dev/null");
+        EXPECT_EQ(o.status, 2) << args;
+        EXPECT_EQ(std::count(o.out.begin(), o.out.end(), '\n'), 1) << args << ": " << o.out;
+        Output quiet = Shell(kTool + " " + args + " 2>/dev/null");
+        EXPECT_EQ(quiet.out, "") << args;
+    }
+    Output o = Shell("printf 'pulse 500\\nspace abc\\n' | " + kTool + " decode 2>&1 >/dev/null");
+    EXPECT_EQ(o.status, 2);
+    o = Shell("printf 'abc' | " + kTool + " decode --packed 2>&1 >/dev/null");
+    EXPECT_EQ(o.status, 2);
+    EXPECT_EQ(o.out, "quenix-ir: a packed capture has 600 bytes, this one 3\n");
+}
+
+} // namespace
