@@ -207,11 +207,20 @@ QWidget* FrmMain::buildDevicePanel() {
     l112->setBuddy(commands_);
     devices_->setMinimumWidth(devices_->fontMetrics().horizontalAdvance("Set-top Box Living") + 24);
 
-    v->addWidget(l111);
-    v->addWidget(recCmd);
+    // While monitoring the labels read IN / OUT and the fields beside them show the key and
+    // the action; otherwise they label the lists below.
+    auto labelRow = [v](QLabel* label, QLineEdit* field) {
+        auto* row = new QHBoxLayout;
+        row->setSpacing(8);
+        label->setMinimumWidth(label->fontMetrics().horizontalAdvance("Dev.M"));
+        row->addWidget(label);
+        row->addWidget(field, 1);
+        v->addLayout(row);
+    };
+    labelRow(l111, recCmd);
     v->addWidget(devices_, 3);
-    v->addWidget(l112);
-    v->addWidget(execCmd);
+    v->addSpacing(4);
+    labelRow(l112, execCmd);
     v->addWidget(commands_, 4);
     v->addWidget(Named(new QLabel("The IR command to be send", panel), "SendLabel", "Command to be sent"));
 
@@ -275,6 +284,7 @@ QWidget* FrmMain::buildSignalPanel() {
     p.setColor(QPalette::WindowText, QColor(0x20, 0x60, 0x20));
     signal->setPalette(p);
     signal->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    signal->setText("No signal recorded yet.");
     v->addWidget(signal, 1);
     auto* row = new QHBoxLayout;
     auto* scroll = Named(new QScrollBar(Qt::Horizontal, box), "HScroll1", "Signal position");

@@ -1,0 +1,204 @@
+#include "ui_support.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QCheckBox>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace quenix::testing {
+namespace {
+
+// Clicks far enough apart that no two of them make a double click.
+// A check box takes clicks on its box and caption only, so those are aimed near the left edge.
+void Click(QWidget* w) {
+    QPoint at = qobject_cast<QCheckBox*>(w) ? QPoint(8, w->height() / 2) : w->rect().center();
+    QTest::mouseClick(w, Qt::LeftButton, {}, at, QApplication::doubleClickInterval() + 20);
+}
+
+std::string Title(const WindowRig& rig) { return rig.window->windowTitle().toStdString(); }
+
+TEST(FrmMain, EverySharedObjectNameExists) {
+    WindowRig rig;
+    const char* widgets[] = {"Protocol", "SendCmd", "RecButton", "SendButton", "SaveCmdButton", "DeleteCmdButton",
+                             "MinButton", "StatusBar", "ProtocolName", "ProtocolParams", "GProt", "BitNr", "CmdVal",
+                             "AddrVal", "ToggleVal", "GType", "MultiSeq", "IRCommand", "CodeStr", "SendPulse",
+                             "RecCmd", "ExecCmd", "ProcDelayparameter", "HScroll1", "Signal", "GExt", "Gshr",
+                             "GReset", "DIMScroll", "DIMLabel", "ReceiverType", "ComList", "TxDCheckBox",
+                             "IrDACheckBox", "BeepCheckbox", "FirmAnswer", "ZoneNr", "Zone", "Label111", "Label112"};
+    for (const char* name : widgets) {
+        QWidget* w = rig.find(name);
+        ASSERT_NE(w, nullptr) << name;
+        EXPECT_FALSE(w->accessibleName().isEmpty()) << name;
+    }
+    const char* actions[] = {"StdDcdMenu", "IRMouseMenu", "IRManMenu", "CreativeInfraMenu", "FirmMenu",
+                             "UnavailableMenu", "AutoDetectMenu", "InfraredInMenu", "InfraredOutMenu",
+                             "IRDimmerMenu", "X10ConfMenu", "WinampMenu", "ApplicationMenu", "BluetoothConfigMenu",
+                             "MouseMenu", "KeyboardMenu", "FileNewMenu", "EditMenu", "ProtoDeleteMenu",
+                             "CalibrationMenu", "MenuProcDelay", "AddApplicationMenu", "MonitoringStartMenu",
+                             "MonitoringStopMenu", "AboutMenu", "HelpContentMenu", "WebPageMenu", "UpdateMenu",
+                             "AddPluginMenu", "RemovePluginMenu", "mnuRestore", "mnuExit"};
+    for (const char* name : actions) {
+        QAction* a = rig.window->action(name);
+        ASSERT_NE(a, nullptr) << name;
+        EXPECT_FALSE(a->text().isEmpty()) << name;
+    }
+    for (const char* name : {"InterfaceMenu", "mnuSystray"}) EXPECT_NE(rig.window->findChild<QMenu*>(name), nullptr);
+    const std::pair<const char*, int> timers[] = {
+        {"IRMonTimer", 1}, {"BTMonTimer", 100}, {"BTAutoTimer", 2000}, {"SecondTimer", 200}};
+    for (auto [name, ms] : timers) {
+        auto* t = rig.window->findChild<QTimer*>(name);
+        ASSERT_NE(t, nullptr) << name;
+        EXPECT_EQ(t->interval(), ms);
+    }
+}
+
+TEST(FrmMain, StartsOnTheShippedConfiguration) {
+    WindowRig rig;
+    ASSERT_TRUE(rig.window->startUp());
+    rig.window->show();
+    EXPECT_EQ(Title(rig), "Orvel's Quenix Remote Manager v" + rig.store.version());
+    EXPECT_EQ(rig.find<QStatusBar>("StatusBar")->currentMessage(), "Application started successfully.");
+    EXPECT_TRUE(rig.window->action("InfraredInMenu")->isChecked());
+    EXPECT_FALSE(rig.window->action("KeyboardMenu")->isChecked());
+    EXPECT_TRUE(rig.window->findChild<QMenu*>("InterfaceMenu")->menuAction()->isEnabled());
+    EXPECT_EQ(rig.find<QLabel>("ReceiverType")->text(), "DCD Std");
+    EXPECT_EQ(rig.find<QListWidget>("Protocol")->currentItem()->text(), "Set-top Box");
+    EXPECT_EQ(rig.find<QListWidget>("SendCmd")->count(), 6);
+    EXPECT_FALSE(rig.window->waitWindow()->isVisible());
+}
+
+TEST(FrmMain, BrokenConfigurationEndsStartUp) {
+    WindowRig rig;
+    rig.dir.write("telvorin.cfg", "[General]\r\nCOMPORT= 1\r\n[End]\r\n");
+    EXPECT_FALSE(rig.window->startUp());
+    ASSERT_EQ(rig.fakeDialogs.messages.size(), 1u);
+    EXPECT_EQ(rig.fakeDialogs.messages[0].caption, "ZVK");
+}
+
+TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
+    WindowRig rig;
+    ASSERT_TRUE(rig.window->startUp());
+    rig.window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(rig.window.get()));
+
+    rig.clickRow("Protocol", "X10");
+    EXPECT_EQ(Title(rig), "X10 Remote v" + rig.store.version());
+    EXPECT_EQ(rig.find<QListWidget>("SendCmd")->item(7)->text(), "Desk Lamp");
+    EXPECT_NE(rig.dir.read("telvorin.cfg").find("PROTOCOL= 3\r\n"), std::string::npos);
+
+    rig.clickRow("Protocol", "IR Dimmer");
+    EXPECT_TRUE(rig.find("DIMScroll")->isVisible());
+    rig.clickRow("Protocol", "Sony TV");
+    EXPECT_FALSE(rig.find("DIMScroll")->isVisible());
+    rig.clickRow("SendCmd", "Mute");
+    EXPECT_EQ(rig.store.currentCommand, "Mute");
+
+    // A menu toggle writes the file at once; the check box too.
+    rig.window->action("MouseMenu")->trigger();
+    EXPECT_FALSE(rig.window->action("MouseMenu")->isChecked());
+    EXPECT_NE(rig.dir.read("telvorin.cfg").find("MOUSEENA= 0\r\n"), std::string::npos);
+    Click(rig.find("BeepCheckbox"));
+    EXPECT_TRUE(rig.find<QCheckBox>("BeepCheckbox")->isChecked());
+    EXPECT_NE(rig.dir.read("telvorin.cfg").find("BEEPON= 1\r\n"), std::string::npos);
+    rig.window->action("InfraredInMenu")->trigger();
+    EXPECT_FALSE(rig.window->findChild<QMenu*>("InterfaceMenu")->menuAction()->isEnabled());
+
+    // Refusals and the unfinished items.
+    rig.window->action("FileNewMenu")->trigger();
+    rig.window->action("AddPluginMenu")->trigger();
+    Click(rig.find("IrDACheckBox"));
+    EXPECT_FALSE(rig.find<QCheckBox>("IrDACheckBox")->isChecked());
+    EXPECT_EQ(rig.fakeDialogs.texts(),
+              (std::vector<std::string>{"Use 'Recorded' virtual device to create a new device", "Not yet implemented",
+                                        "Not yet implemented"}));
+
+    // The compact send window and back.
+    Click(rig.find("MinButton"));
+    EXPECT_EQ(Title(rig), "KPL Send Mgr v" + rig.store.version());
+    EXPECT_FALSE(rig.find("RecordPanel")->isVisible());
+    EXPECT_FALSE(rig.find("RecButton")->isVisible());
+    EXPECT_TRUE(rig.find("SendButton")->isVisible());
+    EXPECT_LT(rig.window->width(), 500);
+    Click(rig.find("MinButton"));
+    EXPECT_EQ(Title(rig), "Orvel's Quenix Remote Manager v" + rig.store.version());
+    EXPECT_TRUE(rig.find("RecordPanel")->isVisible());
+}
+
+TEST(FrmMain, SelectionSurvivesARestart) {
+    std::string saved;
+    {
+        WindowRig rig;
+        ASSERT_TRUE(rig.window->startUp());
+        rig.window->show();
+        rig.clickRow("Protocol", "Philips Amp");
+        saved = rig.dir.read("telvorin.cfg");
+    }
+    WindowRig rig;
+    rig.dir.write("telvorin.cfg", saved);
+    ASSERT_TRUE(rig.window->startUp());
+    EXPECT_EQ(rig.find<QListWidget>("Protocol")->currentItem()->text(), "Philips Amp");
+    EXPECT_EQ(rig.find<QListWidget>("SendCmd")->item(0)->text(), "Standby");
+}
+
+TEST(FrmMain, DeleteDeviceAfterTheQuestion) {
+    WindowRig rig;
+    ASSERT_TRUE(rig.window->startUp());
+    rig.window->show();
+    rig.clickRow("Protocol", "Sony TV");
+    rig.fakeDialogs.answers = {MsgAnswer::Yes};
+    rig.window->action("ProtoDeleteMenu")->trigger();
+    EXPECT_TRUE(rig.find<QListWidget>("Protocol")->findItems("Sony TV", Qt::MatchExactly).isEmpty());
+    EXPECT_EQ(rig.dir.read("telvorin.cfg").find("[Sony TV]"), std::string::npos);
+}
+
+TEST(FrmMain, ExitSavesAndRemovesTheTrayIcon) {
+    WindowRig rig;
+    ASSERT_TRUE(rig.window->startUp());
+    rig.window->show();
+    ASSERT_TRUE(rig.store.SetText(rig.store.text() + "left behind"));
+    rig.window->action("mnuExit")->trigger();
+    EXPECT_EQ(rig.dir.read("telvorin.cfg").find("left behind"), std::string::npos);
+    EXPECT_FALSE(rig.window->trayIcon()->isVisible());
+    EXPECT_FALSE(rig.window->isVisible());
+}
+
+// No caption is cut: every visible button, label and check box is at least as wide as it needs.
+void ExpectNothingClipped(const QWidget* window, const char* when) {
+    for (QWidget* w : window->findChildren<QWidget*>()) {
+        if (!w->isVisibleTo(window)) continue;
+        if (!qobject_cast<QAbstractButton*>(w) && !qobject_cast<QLabel*>(w)) continue;
+        if (qobject_cast<QLabel*>(w) && w->objectName() == "Signal") continue;
+        EXPECT_GE(w->width(), w->minimumSizeHint().width())
+            << when << ": " << w->objectName().toStdString() << " " << w->metaObject()->className();
+        EXPECT_GE(w->height(), w->minimumSizeHint().height()) << when << ": " << w->objectName().toStdString();
+    }
+}
+
+TEST(FrmMain, NothingClippedAtDefaultSizeAt1280x800AndCompact) {
+    WindowRig rig;
+    ASSERT_TRUE(rig.window->startUp());
+    rig.window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(rig.window.get()));
+    EXPECT_LE(rig.window->width(), 1280);
+    EXPECT_LE(rig.window->height(), 800);
+    ExpectNothingClipped(rig.window.get(), "default");
+    rig.window->resize(1280, 800);
+    QApplication::processEvents();
+    ExpectNothingClipped(rig.window.get(), "1280x800");
+    Click(rig.find("MinButton"));
+    QApplication::processEvents();
+    ExpectNothingClipped(rig.window.get(), "compact");
+}
+
+} // namespace
+} // namespace quenix::testing

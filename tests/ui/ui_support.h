@@ -1,0 +1,52 @@
+#pragma once
+
+#include "config/config_store.h"
+#include "config/context.h"
+#include "support/fakes.h"
+#include "ui/frm_main.h"
+
+#include <QApplication>
+#include <QListWidget>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+
+namespace quenix::testing {
+
+// A program folder in a temporary directory with the shipped configuration and icons, and the
+// main window on it.
+struct WindowRig {
+    explicit WindowRig(Dialogs* dialogs = nullptr) : dlg(dialogs ? *dialogs : fakeDialogs) {
+        dir.write("telvorin.cfg", DefaultConfiguration());
+        for (const char* icon : {"zvkmon.ico", "zvknomon.ico", "zvkbtmon.ico"})
+            std::filesystem::copy_file(std::filesystem::path(QUENIX_SOURCE_DIR) / "data/icons" / icon, dir.file(icon));
+        ctx = std::make_unique<Context>(store, clock, dlg, beeper);
+        window = std::make_unique<FrmMain>(*ctx);
+    }
+
+    template <class T = QWidget>
+    T* find(const char* name) const { return window->findChild<T*>(name); }
+
+    // Clicks the row of a list that shows the text, as a user does.
+    void clickRow(const char* list, const QString& text) {
+        auto* lw = find<QListWidget>(list);
+        auto items = lw->findItems(text, Qt::MatchExactly);
+        ASSERT_EQ(items.size(), 1) << text.toStdString();
+        lw->scrollToItem(items[0]);
+        QTest::mouseClick(lw->viewport(), Qt::LeftButton, {}, lw->visualItemRect(items[0]).center());
+    }
+
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    FakeClock clock;
+    FakeDialogs fakeDialogs;
+    FakeBeeper beeper;
+    Dialogs& dlg;
+    std::unique_ptr<Context> ctx;
+    std::unique_ptr<FrmMain> window;
+};
+
+} // namespace quenix::testing
