@@ -1,0 +1,122 @@
+#include "actions/winamp.h"
+#include "peers.h"
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <thread>
+
+namespace quenix::testing {
+namespace {
+
+std::string ScriptPath() {
+    for (const char* p : {"/usr/lib/mpv-mpris/mpris.so", "/usr/lib/x86_64-linux-gnu/mpv/scripts/mpris.so",
+                          "/etc/mpv/scripts/mpris.so"}) {
+        if (std::filesystem::exists(p)) return p;
+    }
+    return {};
+}
+
+std::string Shell(const std::string& command) {
+    std::string out;
+    FILE* f = popen(command.c_str(), "r");
+    if (!f) return out;
+    std::array<char, 512> buf{};
+    while (fgets(buf.data(), buf.size(), f)) out += buf.data();
+    pclose(f);
+    return out;
+}
+
+// The player's own answer, read with dbus-send: independent of the code under test.
+std::string Property(const std::string& name) {
+    std::string out = Shell("dbus-send --print-reply --dest=org.mpris.MediaPlayer2.mpv /org/mpris/MediaPlayer2 "
+                          "org.freedesktop.DBus.Properties.Get string:org.mpris.MediaPlayer2.Player string:" +
+                          name + " 2>/dev/null");
+    std::size_t v = out.find("variant");
+    return v == std::string::npos ? std::string() : out.substr(v);
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+    for (int i = 0; i < 300; ++i) {
+        if (condition()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return condition();
+}
+
+bool Contains(const std::string& s, const std::string& part) { return s.find(part) != std::string::npos; }
+
+// mpv with its MPRIS script on a session bus of the test's own, playing three generated songs.
+TEST(MprisPlayer, WordsChangeWhatThePlayerReports) {
+    for (const char* tool : {"dbus-daemon", "dbus-send", "mpv", "sox"}) ASSERT_TRUE(HaveProgram(tool)) << tool;
+    std::string script = ScriptPath();
+    ASSERT_FALSE(script.empty()) << "mpv-mpris is not installed";
+
+    TempDir dir;
+    for (const char* song : {"one", "two", "three"}) {
+        std::string cmd = "sox -n -r 22050 -c 1 " + dir.file(std::string(song) + ".wav").string() +
+                          " synth 30 sine 440 vol 0.1";
+        ASSERT_EQ(std::system(cmd.c_str()), 0);
+    }
+    ChildProcess bus({"dbus-daemon", "--session", "--nofork", "--print-address=1"}, {}, true);
+    std::string address = bus.readLine(10000);
+    ASSERT_FALSE(address.empty());
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    ChildProcess mpv({"mpv", "--no-config", "--no-video", "--ao=null", "--no-terminal", "--idle=yes",
+                      "--script=" + script, dir.file("one.wav").string(), dir.file("two.wav").string(),
+                      dir.file("three.wav").string()},
+                     {"DBUS_SESSION_BUS_ADDRESS=" + address});
+
+    auto link = MakeSystemWinampLink("/usr/bin/mpv");
+    clsWinamp winamp(*link, "/usr/bin/");
+    ConfigStore store;
+    ASSERT_TRUE(store.LoadFromText(DefaultConfiguration()));
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx(store, clock, dialogs, beeper);
+    auto run = [&](const char* word) { return WinampAction(ctx, winamp, word); };
+    auto status = [](const char* s) { return Eventually([&] { return Contains(Property("PlaybackStatus"), s); }); };
+    auto playing = [](const char* file) { return Eventually([&] { return Contains(Property("Metadata"), file); }); };
+
+    ASSERT_TRUE(Eventually([&] { return winamp.Version() != 0; })) << "mpv did not appear on the bus";
+    ASSERT_TRUE(playing("one.wav"));
+    EXPECT_EQ(run("GETNAME"), "one");
+
+    EXPECT_EQ(run("PAUSE"), "(||)  one");
+    EXPECT_TRUE(status("Paused"));
+    EXPECT_EQ(winamp.IsPlaying(), 3);
+    EXPECT_EQ(run("PLAY"), "(>)  one");
+    EXPECT_TRUE(status("Playing"));
+    EXPECT_EQ(winamp.IsPlaying(), 1);
+
+    EXPECT_EQ(run("NEXT").substr(0, 6), "(>>)  ");
+    EXPECT_TRUE(playing("two.wav"));
+    EXPECT_EQ(run("GETNAME"), "two");
+    EXPECT_EQ(run("PREV").substr(0, 6), "(<<)  ");
+    EXPECT_TRUE(playing("one.wav"));
+    EXPECT_EQ(winamp.SongLen(), 30);
+
+    Shell("dbus-send --print-reply --dest=org.mpris.MediaPlayer2.mpv /org/mpris/MediaPlayer2 "
+        "org.freedesktop.DBus.Properties.Set string:org.mpris.MediaPlayer2.Player string:Volume variant:double:0.5");
+    EXPECT_EQ(run("VOLUP"), "VOLUME UP 10% OK.");
+    EXPECT_TRUE(Eventually([] { return Contains(Property("Volume"), "double 0.6"); })) << Property("Volume");
+    EXPECT_EQ(run("SHUFFLE"), "Winamp toggle SUFFLE OK.");
+    EXPECT_TRUE(Eventually([] { return Contains(Property("Shuffle"), "boolean true"); })) << Property("Shuffle");
+    EXPECT_EQ(run("EQON"), "Winamp toggle EQ OK."); // nothing to press, nothing breaks
+    EXPECT_TRUE(status("Playing"));
+
+    EXPECT_EQ(run("STOP"), "Stop playing.");
+    EXPECT_TRUE(status("Stopped"));
+    EXPECT_EQ(run("POWER OFF"), "Winamp CLOSED.");
+    EXPECT_TRUE(Eventually([&] { return winamp.Version() == 0; }));
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+}
+
+} // namespace
+} // namespace quenix::testing
