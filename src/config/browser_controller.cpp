@@ -191,10 +191,17 @@ void BrowserController::SelectDevice(int index) {
         if (hooks_.prepareInfraredDevice) hooks_.prepareInfraredDevice();
         view_.setText("SendLabel", "The IR command to be send");
         if (ctx_.settings().itypeLow == 4) view_.setText("ZoneNr", "FirM Interface zone selection");
-        if (kind == DeviceKind::Infrared) LoadProtocolParameters(name);
+        if (kind == DeviceKind::Infrared) {
+            LoadProtocolParameters(name);
+            std::string description = Trim(ctx_.config.GetDeviceDescription(name));
+            view_.setStatus(description.empty() ? name + " selected." : name + ": " + description);
+        } else {
+            view_.setStatus("Recorded: the last code captured with Record.");
+        }
         EnableLearning(true);
         break;
     default:
+        view_.setStatus(name + ": a virtual device.");
         view_.setText("SendLabel", "Special command to be send");
         EnableLearning(false);
         break;

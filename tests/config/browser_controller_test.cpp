@@ -103,6 +103,7 @@ TEST_F(BrowserTest, EachKindShowsItsTitleAndCommands) {
     EXPECT_EQ(view.text("SendLabel"), "X10 command to be send");
     Select("Philips Amp");
     EXPECT_EQ(view.text("SendLabel"), "The IR command to be send");
+    EXPECT_EQ(view.text("StatusBar"), "Philips Amp: RC5 remote of the stereo amplifier");
 }
 
 TEST_F(BrowserTest, SectionNamedLikeAVirtualDeviceIsThatDevice) {

@@ -1,0 +1,120 @@
+// Pictures of the windows for a person to look at, taken on a private X server with a tray host
+// (see ui_main.cpp). Skipped when the tests draw offscreen.
+
+#include "ui_support.h"
+#include "ui/qt_dialogs.h"
+
+#include <QDir>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace quenix::testing {
+namespace {
+
+class Screens : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (qgetenv("QT_QPA_PLATFORM") != "xcb") GTEST_SKIP() << "needs the X server of QUENIX_UI_XVFB";
+        folder = QString::fromLocal8Bit(qgetenv("QUENIX_SCREENSHOT_DIR"));
+        suffix = QString::fromLocal8Bit(qgetenv("QUENIX_SCREENSHOT_SUFFIX"));
+        ASSERT_FALSE(folder.isEmpty());
+        QDir().mkpath(folder);
+    }
+
+    QString path(const QString& name) const { return folder + "/" + name + suffix + ".png"; }
+    void save(QWidget* w, const QString& name) {
+        settle();
+        ASSERT_TRUE(w->grab().save(path(name))) << path(name).toStdString();
+    }
+    void saveScreen(const QString& name) {
+        settle();
+        ASSERT_TRUE(QApplication::primaryScreen()->grabWindow(0).save(path(name))) << path(name).toStdString();
+    }
+    static void settle() {
+        for (int i = 0; i < 10; ++i) {
+            QApplication::processEvents();
+            QTest::qWait(20);
+        }
+    }
+
+    QString folder;
+    QString suffix;
+};
+
+TEST_F(Screens, MainWindowFullAndCompact) {
+    WindowRig rig;
+    ASSERT_TRUE(rig.window->startUp());
+    rig.window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(rig.window.get()));
+    save(rig.window.get(), "main_full");
+    saveScreen("screen_full");
+
+    rig.clickRow("Protocol", "X10");
+    save(rig.window.get(), "main_x10");
+
+    rig.window->resize(1280, 800);
+    save(rig.window.get(), "main_1280x800");
+
+    rig.clickRow("Protocol", "Sony TV");
+    QTest::mouseClick(rig.find<QPushButton>("MinButton"), Qt::LeftButton);
+    EXPECT_EQ(rig.window->windowTitle().toStdString(), "KPL Send Mgr v" + rig.store.version());
+    save(rig.window.get(), "main_compact");
+}
+
+TEST_F(Screens, TrayIconAndMenu) {
+    ASSERT_TRUE(QSystemTrayIcon::isSystemTrayAvailable()) << "trayer did not start";
+    WindowRig rig;
+    ASSERT_TRUE(rig.window->startUp());
+    rig.window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(rig.window.get()));
+
+    rig.window->showMinimized();
+    settle();
+    EXPECT_TRUE(rig.window->trayIcon()->isVisible());
+    EXPECT_FALSE(rig.window->isVisible());
+    EXPECT_FALSE(rig.window->trayIcon()->icon().isNull());
+
+    QMenu* menu = rig.window->trayMenu();
+    QRect icon = rig.window->trayIcon()->geometry();
+    QPoint at = icon.isValid() ? icon.topLeft() - QPoint(0, menu->sizeHint().height()) : QPoint(1000, 600);
+    menu->popup(at);
+    settle();
+    save(menu, "tray_menu");
+    saveScreen("screen_tray");
+    menu->hide();
+
+    rig.window->action("mnuRestore")->trigger();
+    settle();
+    EXPECT_TRUE(rig.window->isVisible());
+    EXPECT_FALSE(rig.window->trayIcon()->isVisible());
+}
+
+TEST_F(Screens, RefusalMessage) {
+    QtDialogs dialogs;
+    WindowRig rig(&dialogs);
+    dialogs.setParent(rig.window.get());
+    rig.fakeDialogs.answers.clear();
+    ASSERT_TRUE(rig.window->startUp());
+    rig.window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(rig.window.get()));
+    rig.clickRow("Protocol", "Recorded");
+    QString text;
+    QTimer::singleShot(300, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box) return;
+        text = box->text();
+        save(box, "refusal");
+        box->accept();
+    });
+    rig.window->action("EditMenu")->trigger();
+    EXPECT_EQ(text, "Recorded is a virtual device and cannot be edited!");
+}
+
+} // namespace
+} // namespace quenix::testing
