@@ -1,0 +1,268 @@
+#include "ir/device_editor.h"
+#include "ir/protocols.h"
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix {
+namespace {
+
+using testing::DefaultConfiguration;
+using testing::FakeBeeper;
+using testing::FakeClock;
+using testing::FakeDialogs;
+using testing::FakeView;
+using testing::TempDir;
+
+class DeviceEditorTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir.write("telvorin.cfg", DefaultConfiguration());
+        ASSERT_TRUE(store.LoadConfiguration());
+        mainView.setItems("Protocol", {"Set-top Box", "Sony TV", "Philips Amp", "Recorded", "winamp"});
+    }
+
+    // A valid new NEC device typed into the form.
+    void TypeValidDevice(DeviceEditor& editor) {
+        form.setText("CProtIn", "Hifi Set");
+        form.setText("ProtDesc", "the hifi");
+        form.setCurrentIndex("GProtoIn", kProtoNec);
+        editor.OnProtocolChanged();
+    }
+
+    std::string LastMessage() const { return dialogs.messages.empty() ? "" : dialogs.messages.back().text; }
+
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    FakeView form;
+    FakeView mainView;
+};
+
+TEST_F(DeviceEditorTest, ValidationOrderAndMessages) {
+    struct Case {
+        std::string box, value;
+        std::string message; // empty: passes, and the confirmation is asked
+        std::string box2 = {}, value2 = {};
+    };
+    const std::string kRepeat = "REPEAT must have an integer value greater than 16 (or 0)";
+    const std::string kGrepeat = "GREPEAT must have an integer value greater than 16 (or 0 or 1)";
+    const std::string kChars = "Device name cannot contain the following chars: [ ] , # ";
+    const std::string kLength = "Device name must have 3 to 12 characters";
+    const Case cases[] = {
+        {"CProtIn", " End ", "This is a reserved name!", "SendPlsIn", "0"}, // before anything else
+        {"CProtIn", "  GENERAL", "This is a reserved name!"},
+        {"CProtIn", "ab", kLength},
+        {"CProtIn", "abc", ""},
+        {"CProtIn", "abcdefghijkl", ""},
+        {"CProtIn", "abcdefghijklm", kLength},
+        {"CProtIn", "a[bc", kChars},
+        {"CProtIn", "ab%cd", kChars}, // refused, though the message does not name it
+        {"CProtIn", "hifi,x", kChars, "SendPlsIn", "0"},
+        {"CProtIn", " SONY tv ", "The new device name is in use"},
+        {"CProtIn", "a#", kChars}, // the character test comes before the length test
+        {"SendPlsIn", "0", "SENDPLS must have an integer value greater than 0"},
+        {"SendPlsIn", "abc", "SENDPLS must have an integer value greater than 0"},
+        {"RepeatIn", "15", kRepeat},
+        {"RepeatIn", "16", ""},
+        {"RepeatIn", "0", ""},
+        {"RepeatIn", "-1", kRepeat},
+        {"GRepeatIn", "2", kGrepeat},
+        {"GRepeatIn", "15", kGrepeat},
+        {"GRepeatIn", "16", ""},
+        {"GRepeatIn", "-5", ""},
+        {"GRepeatIn", "2", "SENDPLS must have an integer value greater than 0", "SendPlsIn", "0"},
+        {"BitGIn", "", "BITx must not be empty, if no BITG, then BITG=0"},
+        {"Bit1In", "  ", "BITx must not be empty, if no BITG, then BITG=0"},
+        {"ProtDesc", "a, b", "Description cannot contain the following chars: [ ] , # "},
+        {"ProtDesc", "a, b", "BITx must not be empty, if no BITG, then BITG=0", "Bit0In", ""},
+        {"Bit0In", "10 1", "BIT0 must have a binary value"},
+        {"Bit0In", "1x", "BIT0 must have a binary value", "BitGIn", "2"},
+        {"BitGIn", "2", "BITG must have a binary value", "Bit1In", "2"},
+        {"Bit1In", "1000a", "BIT1 must have a binary value"},
+        {"Bit1In", "1000a", "Description cannot contain the following chars: [ ] , # ", "ProtDesc", "#1"},
+    };
+    for (const Case& c : cases) {
+        DeviceEditor editor(ctx, form, mainView);
+        ASSERT_TRUE(editor.Open());
+        TypeValidDevice(editor);
+        form.setText(c.box, c.value);
+        if (!c.box2.empty()) form.setText(c.box2, c.value2);
+        dialogs.messages.clear();
+        EXPECT_FALSE(editor.OnCreate()) << c.box << "=" << c.value; // refused, or No to the question
+        ASSERT_EQ(dialogs.messages.size(), 1u) << c.box << "=" << c.value;
+        const auto& m = dialogs.messages[0];
+        if (c.message.empty()) {
+            EXPECT_EQ(m.text.rfind("A new device with the following parameters will be created:\r\n", 0), 0u)
+                << c.box << "=" << c.value << ": " << m.text;
+            EXPECT_EQ(m.buttons, MsgButtons::YesNo);
+        } else {
+            EXPECT_EQ(m.text, c.message) << c.box << "=" << c.value;
+            EXPECT_EQ(m.caption, "ZVK");
+            EXPECT_EQ(m.icon, MsgIcon::Exclamation);
+        }
+        EXPECT_EQ(store.text(), DefaultConfiguration()) << "nothing changes before a Yes";
+    }
+}
+
+TEST_F(DeviceEditorTest, TrimsTheBoxesItValidates) {
+    DeviceEditor editor(ctx, form, mainView);
+    ASSERT_TRUE(editor.Open());
+    TypeValidDevice(editor);
+    form.setText("CProtIn", "  Hifi Set  ");
+    form.setText("Bit0In", " 10 ");
+    form.setText("BitGIn", " 11 ");
+    editor.OnCreate();
+    EXPECT_EQ(form.text("CProtIn"), "Hifi Set");
+    EXPECT_EQ(form.text("Bit0In"), "10");
+    EXPECT_EQ(form.text("BitGIn"), "11");
+}
+
+TEST_F(DeviceEditorTest, NewDeviceGoesBeforeX10AndIsSaved) {
+    DeviceEditor editor(ctx, form, mainView);
+    ASSERT_TRUE(editor.Open());
+    EXPECT_EQ(form.items("GProtoIn"), (std::vector<std::string>{"NEC", "SONY", "RC5", "Custom"}));
+    TypeValidDevice(editor);
+    form.setText("RepeatIn", "200");
+    form.setText("GRepeatIn", "100");
+    dialogs.answers.push_back(MsgAnswer::Yes);
+    ASSERT_TRUE(editor.OnCreate());
+
+    const std::string header = "\r\n[Hifi Set]\r\n# the hifi\r\nGPROTO=0\r\nSENDPLS=550\r\nREPEAT=200\r\n"
+                               "BITG= 111111111111111100000000\r\nBIT0= 10\r\nBIT1= 1000\r\nGREPEAT=200\r\n\r\n";
+    EXPECT_EQ(dialogs.messages.back().text,
+              "A new device with the following parameters will be created:\r\n" + header + "\r\nDo you want to save it?");
+    std::string expected = DefaultConfiguration();
+    expected.insert(expected.find("[X10]"), header);
+    EXPECT_EQ(store.text(), expected);
+    EXPECT_EQ(dir.read("telvorin.cfg"), expected);
+}
+
+TEST_F(DeviceEditorTest, EditReplacesTheHeaderAndKeepsTheCommands) {
+    store.currentDevice = "Sony TV";
+    ctx.editFlag = true;
+    DeviceEditor editor(ctx, form, mainView);
+    ASSERT_TRUE(editor.Open());
+    EXPECT_EQ(form.text("CProtIn"), "Sony TV");
+    EXPECT_EQ(form.text("ProtDesc"), "SONY 12-bit remote of the living-room TV");
+    EXPECT_EQ(form.currentIndex("GProtoIn"), kProtoSony);
+    EXPECT_EQ(form.text("SendPlsIn"), "550");
+    EXPECT_EQ(form.text("RepeatIn"), "40");
+    EXPECT_EQ(form.text("GRepeatIn"), "40");
+    EXPECT_EQ(form.text("BitGIn"), "1111");
+    EXPECT_EQ(form.text("Bit0In"), "01");
+    EXPECT_EQ(form.text("Bit1In"), "011");
+
+    form.setText("SendPlsIn", "600");
+    form.setText("ProtDesc", "bedroom TV");
+    dialogs.answers.push_back(MsgAnswer::Yes);
+    ASSERT_TRUE(editor.OnCreate());
+    const std::string header = "[Sony TV]\r\n# bedroom TV\r\nGPROTO=1\r\nSENDPLS=600\r\nREPEAT=40\r\n"
+                               "BITG= 1111\r\nBIT0= 01\r\nBIT1= 011\r\nGREPEAT=40";
+    EXPECT_EQ(dialogs.messages.back().text, "The edited device is:\r\n" + header + "\r\nDo you want to save it?");
+
+    std::string expected = DefaultConfiguration();
+    std::size_t from = expected.find("[Sony TV]");
+    std::size_t to = expected.find("\r", expected.find("GREPEAT", from));
+    expected.replace(from, to - from, header);
+    EXPECT_EQ(store.text(), expected);
+    EXPECT_NE(store.text().find("BIT1= 011\r\nGREPEAT=40\r\nG101010010000,Power\r\n"), std::string::npos);
+    EXPECT_EQ(dir.read("telvorin.cfg"), expected);
+}
+
+TEST_F(DeviceEditorTest, NoKeepsTheFormOpenAndTheTextUnchanged) {
+    DeviceEditor editor(ctx, form, mainView);
+    ASSERT_TRUE(editor.Open());
+    TypeValidDevice(editor);
+    dialogs.answers.push_back(MsgAnswer::No);
+    EXPECT_FALSE(editor.OnCreate());
+    EXPECT_EQ(store.text(), DefaultConfiguration());
+    EXPECT_EQ(dir.read("telvorin.cfg"), DefaultConfiguration());
+}
+
+TEST_F(DeviceEditorTest, EditOfABrokenHeaderRefusesToOpen) {
+    // The keys are searched onward from the header, so only the last device's header can
+    // really miss one; an earlier device would borrow the next device's key.
+    std::string text = DefaultConfiguration();
+    std::size_t bit1 = text.find("BIT1=", text.find("[Philips Amp]"));
+    text.replace(bit1, 5, "BITX=");
+    ASSERT_TRUE(store.LoadFromText(text));
+    store.currentDevice = "Philips Amp";
+    ctx.editFlag = true;
+    DeviceEditor editor(ctx, form, mainView);
+    EXPECT_FALSE(editor.Open());
+    ASSERT_EQ(dialogs.messages.size(), 1u);
+    EXPECT_EQ(dialogs.messages[0].text, "Error in the configuration file\r\nThe Device Form can not be opened");
+    EXPECT_EQ(dialogs.messages[0].caption, "Critical Error");
+    EXPECT_EQ(dialogs.messages[0].icon, MsgIcon::Critical);
+}
+
+TEST_F(DeviceEditorTest, FillFromRecording) {
+    struct Case {
+        std::string protocol, unit, multi, gtype;
+        int index;
+        std::string repeat, grepeat, bitg, bit0, bit1;
+    };
+    const Case cases[] = {
+        {"NEC", "550", "n", "2", kProtoNec, "50", "50", "111111111111111100000000", "10", "1000"},
+        {"SONY", "495", " Y ", "1", kProtoSony, "40", "1", "1111", "01", "011"},
+        {"RC5", "880", "y", "0", kProtoRc5, "90", "0", "", "10", "01"},
+        // Anything else is Custom: the patterns in the boxes stay, REPEAT follows the
+        // multisequence field.
+        {"UNK", "605", "y", "7", kProtoCustom, "50", "50", "1", "0", "11"},
+        {"UNK", "605", "n", "1", kProtoCustom, "0", "1", "1", "0", "11"},
+    };
+    for (const Case& c : cases) {
+        FakeView f;
+        f.setText("BitGIn", "1");
+        f.setText("Bit0In", "0");
+        f.setText("Bit1In", "11");
+        store.currentDevice = "Recorded";
+        mainView.setText("ProtocolName", c.protocol);
+        mainView.setText("SendPulse", c.unit);
+        mainView.setText("MultiSeq", c.multi);
+        mainView.setText("GType", c.gtype);
+        DeviceEditor editor(ctx, f, mainView);
+        ASSERT_TRUE(editor.Open());
+        EXPECT_EQ(f.currentIndex("GProtoIn"), c.index) << c.protocol;
+        EXPECT_EQ(f.text("SendPlsIn"), c.unit) << c.protocol;
+        EXPECT_EQ(f.text("RepeatIn"), c.repeat) << c.protocol;
+        EXPECT_EQ(f.text("GRepeatIn"), c.grepeat) << c.protocol;
+        EXPECT_EQ(f.text("BitGIn"), c.bitg) << c.protocol;
+        EXPECT_EQ(f.text("Bit0In"), c.bit0) << c.protocol;
+        EXPECT_EQ(f.text("Bit1In"), c.bit1) << c.protocol;
+    }
+    // Without a recognised protocol or unit nothing is filled.
+    FakeView f;
+    mainView.setText("ProtocolName", "");
+    DeviceEditor editor(ctx, f, mainView);
+    ASSERT_TRUE(editor.Open());
+    EXPECT_EQ(f.currentIndex("GProtoIn"), -1);
+    EXPECT_EQ(f.text("SendPlsIn"), "");
+}
+
+TEST_F(DeviceEditorTest, ChoosingAnEntryFillsItsPresets) {
+    DeviceEditor editor(ctx, form, mainView);
+    ASSERT_TRUE(editor.Open());
+    for (int index : {kProtoNec, kProtoSony, kProtoRc5, kProtoCustom, -1}) {
+        form.setCurrentIndex("GProtoIn", index);
+        editor.OnProtocolChanged();
+        const ProtocolPreset& p = PresetFor(index);
+        EXPECT_EQ(form.text("SendPlsIn"), p.sendpls);
+        EXPECT_EQ(form.text("RepeatIn"), p.repeat);
+        EXPECT_EQ(form.text("GRepeatIn"), p.grepeat);
+        EXPECT_EQ(form.text("BitGIn"), p.bitg);
+        EXPECT_EQ(form.text("Bit0In"), p.bit0);
+        EXPECT_EQ(form.text("Bit1In"), p.bit1);
+    }
+    form.setCurrentIndex("GProtoIn", kProtoRc5);
+    editor.OnProtocolChanged();
+    EXPECT_EQ(form.text("SendPlsIn"), "850");
+    EXPECT_EQ(form.text("BitGIn"), "");
+}
+
+} // namespace
+} // namespace quenix
