@@ -94,6 +94,7 @@ TEST_F(MainTest, StartUpRunsItsStepsInOrder) {
         "wait:Initialize X10...",
         "hook:initX10",
         "hook:fillZone",
+        "status:Set-top Box: NEC remote of the satellite receiver", // the lists are filled
         "hook:startMonitoring",
         "status:Application started successfully.",
         "icon:zvkmon.ico",
