@@ -5,6 +5,9 @@
 
 #include <string>
 
+// winmm exports it, but the MinGW headers do not declare it.
+extern "C" BOOL WINAPI mciExecute(LPCSTR command);
+
 namespace quenix {
 namespace {
 
