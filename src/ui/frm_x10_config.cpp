@@ -31,6 +31,7 @@ QListWidget* AddList(QDialog* dialog, const char* name, const QString& label) {
     l->setObjectName(name);
     l->setAccessibleName(label);
     l->setFixedWidth(70);
+    l->setMinimumHeight(230);
     return l;
 }
 
