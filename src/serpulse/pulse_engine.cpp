@@ -43,8 +43,13 @@ int Sampler::capture(const Request& r) {
         }
     }
 
+    auto samples = [period](std::int64_t ns) { return static_cast<int>((ns + period - 1) / period); };
+    const int frameGap = samples(kFrameGapNs);
+    const int endIdle = samples(kEndIdleNs);
+    const int singleFrameEndIdle = samples(kSingleFrameEndIdleNs);
     int lastMark = -1;
     int markRun = 0;
+    int frames = 0;
     for (int i = 0; i < total; ++i) {
         const std::int64_t t = start + static_cast<std::int64_t>(i) * period;
         bool s;
@@ -55,6 +60,7 @@ int Sampler::capture(const Request& r) {
             s = mark(r.polarity);
         }
         if (s) {
+            if (lastMark < 0 || i - lastMark > frameGap) ++frames;
             r.buffer[i / 8] = static_cast<std::uint8_t>(r.buffer[i / 8] | (0x80u >> (i % 8)));
             lastMark = i;
             if (++markRun >= kStuckMarkSamples) {
@@ -64,7 +70,7 @@ int Sampler::capture(const Request& r) {
             }
         } else {
             markRun = 0;
-            if (i - lastMark >= kIdleStopSamples) break; // the rest of the buffer stays zero
+            if (i - lastMark >= (frames >= 2 ? endIdle : singleFrameEndIdle)) break; // the rest stays zero
         }
     }
     return 1;

@@ -45,10 +45,14 @@ enum class Polarity { MarkWhenDcdOff, MarkWhenDcdOn };
 // A run of marks this long is a line stuck active (a missing receiver, a pseudo-terminal),
 // not a remote: no protocol keeps carrier on for 44 ms (800 samples of 55 us).
 inline constexpr int kStuckMarkSamples = 800;
-// Sampling stops after this much silence behind the last mark: 640 samples (35 ms at 55 us)
-// are more than any gap inside a frame and more than the 300 samples that end the decoder's
-// first sequence or the 240 that the recorder keeps behind the signal.
-inline constexpr int kIdleStopSamples = 640;
+// When sampling stops. A pause of 16.5 ms (300 samples of 55 us, where the decoder ends a
+// sequence) separates frames. Once two frames are in, 35 ms of silence ends the capture;
+// with one frame so far, sampling goes on for 140 ms of silence, longer than the longest
+// repeat gap (RC5's 150 units of 850 us), because the decoder reads RC5 from its second
+// frame. Either way the key is handled long before 4800 samples (264 ms) would be full.
+inline constexpr std::int64_t kFrameGapNs = 16'500'000;
+inline constexpr std::int64_t kEndIdleNs = 35'000'000;
+inline constexpr std::int64_t kSingleFrameEndIdleNs = 140'000'000;
 // How often an idle line is looked at while waiting for the first edge.
 inline constexpr std::int64_t kEdgePollNs = 100'000;
 // How long a monitor call waits for a first edge before it answers "nothing".

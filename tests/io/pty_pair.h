@@ -1,0 +1,85 @@
+#pragma once
+
+// A pseudo-terminal pair whose slave a program folder links as com<n>, as a serial port
+// with a device on the far end would appear.
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <poll.h>
+#include <pty.h>
+#include <stdexcept>
+#include <string>
+#include <termios.h>
+#include <unistd.h>
+
+namespace quenix::testing {
+
+class PtyPair {
+public:
+    PtyPair() {
+        int slave = -1;
+        if (::openpty(&master_, &slave, nullptr, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
+        name_ = ::ttyname(slave);
+        // The far end reads raw bytes; the slave stays closed until the program opens it, but
+        // keeping one descriptor open holds the pair alive.
+        termios t{};
+        ::tcgetattr(master_, &t);
+        ::cfmakeraw(&t);
+        ::tcsetattr(master_, TCSANOW, &t);
+        keep_ = slave;
+        ::fcntl(master_, F_SETFL, ::fcntl(master_, F_GETFL) | O_NONBLOCK);
+    }
+    ~PtyPair() {
+        ::close(master_);
+        ::close(keep_);
+    }
+    PtyPair(const PtyPair&) = delete;
+    PtyPair& operator=(const PtyPair&) = delete;
+
+    void linkAs(const std::filesystem::path& folder, int n) const {
+        std::filesystem::create_symlink(name_, folder / ("com" + std::to_string(n)));
+    }
+
+    int master() const { return master_; }
+    const std::string& slaveName() const { return name_; }
+
+    // Writes to the program and waits until the bytes can be read on the slave side.
+    void send(const std::string& bytes) const {
+        std::size_t done = 0;
+        while (done < bytes.size()) {
+            ssize_t n = ::write(master_, bytes.data() + done, bytes.size() - done);
+            if (n > 0) done += static_cast<std::size_t>(n);
+            else waitFor(master_, POLLOUT);
+        }
+        waitFor(keep_, POLLIN);
+    }
+
+    // Everything the program has written so far; waits until at least `atLeast` bytes came.
+    std::string receive(std::size_t atLeast = 0, int timeoutMs = 2000) const {
+        std::string out;
+        char buf[4096];
+        for (;;) {
+            ssize_t n = ::read(master_, buf, sizeof buf);
+            if (n > 0) {
+                out.append(buf, static_cast<std::size_t>(n));
+                continue;
+            }
+            if (out.size() >= atLeast) return out;
+            pollfd p{master_, POLLIN, 0};
+            if (::poll(&p, 1, timeoutMs) <= 0) return out;
+        }
+    }
+
+private:
+    static void waitFor(int fd, short events) {
+        pollfd p{fd, events, 0};
+        ::poll(&p, 1, 1000);
+    }
+
+    int master_ = -1;
+    int keep_ = -1;
+    std::string name_;
+};
+
+} // namespace quenix::testing

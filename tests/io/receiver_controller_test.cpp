@@ -1,0 +1,294 @@
+// The receiver interfaces against simulated receivers on simulated ports, in virtual time.
+
+#include "io/receiver_controller.h"
+#include "support/fakes.h"
+#include "support/sim_serial.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix::testing {
+namespace {
+
+// Records what the controller hands the capture library.
+class RecordingLibrary final : public CaptureLibrary {
+public:
+    std::optional<std::int32_t> SetHandle(PortHandle h) override {
+        handles.push_back(h);
+        return 1;
+    }
+    std::optional<std::int32_t> IRRecord(std::uint8_t*, int, int) override { return 0; }
+    std::optional<std::int32_t> IRRecordN(std::uint8_t*, int, int) override { return 0; }
+    std::optional<std::int32_t> IRMonitor(std::uint8_t*, int) override { return 0; }
+    std::optional<std::int32_t> IRMonitorN(std::uint8_t*, int) override { return 0; }
+    std::optional<std::int32_t> IRSend(const std::uint8_t*, int, int, int) override { return 0; }
+    std::string error() const override { return {}; }
+    std::vector<PortHandle> handles;
+};
+
+class ReceiverTest : public ::testing::Test {
+protected:
+    ReceiverTest() : store(folder.str()), ctx(store, clock, dialogs, beeper) {
+        folder.write(ConfigStore::kFileName, DefaultConfiguration());
+        EXPECT_TRUE(store.LoadConfiguration());
+        store.settings().comPort = 2;
+        driver.port(2);
+    }
+
+    // Opens COM2 the way the start-up does.
+    void start() {
+        controller.listPorts();
+        ASSERT_NE(ctx.irPortHandle, kNoPort);
+    }
+    SimPort& com2() { return driver.port(2); }
+    // What the file on disk says now.
+    Settings saved() const {
+        ConfigStore fresh(folder.str());
+        EXPECT_TRUE(fresh.LoadConfiguration());
+        return fresh.settings();
+    }
+
+    TempDir folder;
+    ConfigStore store;
+    SimClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx;
+    FakeView view;
+    SimSerialDriver driver{clock};
+    SerialPort port{driver};
+    RecordingLibrary library;
+    ReceiverController controller{ctx, view, port, library};
+};
+
+TEST_F(ReceiverTest, DetectionTellsTheReceiversApartByTheirLines) {
+    struct Case {
+        const char* name;
+        std::function<std::unique_ptr<SimPeer>()> peer; // nullptr: no device, lines as `inputs`
+        std::uint32_t inputs;
+        int type;
+        std::string status;
+    };
+    auto irman = [](std::string answer, std::string dcd) {
+        return [answer, dcd] {
+            auto p = std::make_unique<IRManPeer>();
+            p->answer = answer;
+            p->dcdPattern = dcd;
+            return std::unique_ptr<SimPeer>(std::move(p));
+        };
+    };
+    const Case cases[] = {
+        {"standard", [] { return std::make_unique<DcdReceiver>(StandardReceiver()); }, 0, 0,
+         "DCD Standard interface autodetected."},
+        {"irmouse", [] { return std::make_unique<DcdReceiver>(IRMouseReceiver()); }, 0, 1,
+         "IRMouse interface autodetected."},
+        // An IRMan's DCD is not wired; floating, it reads on and off alike, so neither line
+        // probe takes it and the handshake decides.
+        {"irman", irman("OK", "10"), 0, 2, "IRMan interface autodetected and initialized OK."},
+        {"silent irman", irman("", "10"), 0, 9, "Cannot detect interface or no interface connected to COM2."},
+        // Nothing on the lines at all reads as an IRMouse idling: kept as the probe has it.
+        {"dead port", nullptr, 0, 1, "IRMouse interface autodetected."},
+        // A three-wire link with the handshake looped back (all lines on).
+        {"looped back", nullptr, kModemCtsOn | kModemDsrOn | kModemDcdOn, 0, "DCD Standard interface autodetected."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::unique_ptr<SimPeer> peer = c.peer ? c.peer() : nullptr;
+        com2().peer = peer.get();
+        com2().inputs = c.inputs;
+        ctx.irmanInitialised = false;
+        dialogs.messages.clear();
+        store.settings().itypeLow = 0;
+        start();
+
+        controller.onAutoDetectMenu();
+        EXPECT_EQ(view.text("StatusBar"), c.status);
+        EXPECT_EQ(ctx.interfaceType, c.type);
+        EXPECT_EQ(saved().itypeLow, c.type);
+        EXPECT_TRUE(view.isChecked(InterfaceMenu(c.type)));
+        EXPECT_EQ(view.text("ReceiverType"), InterfaceName(c.type));
+        EXPECT_EQ(ctx.irmanInitialised, c.type == 2);
+        EXPECT_TRUE(dialogs.messages.empty()) << dialogs.messages.front().text; // detection reports in the status bar
+        port.CloseHandle(ctx.irPortHandle);
+        ctx.irPortHandle = kNoPort;
+        com2().peer = nullptr;
+    }
+}
+
+TEST_F(ReceiverTest, EachInterfaceSetsItsLinesAndControls) {
+    struct Case {
+        int type;
+        bool rts, dtr, brk;
+        bool firmShown;
+        bool txdEnabled;
+    };
+    // The lines start as on, on, on; a line the interface leaves alone stays so.
+    const Case cases[] = {
+        {0, true, false, true, false, true},  {1, true, true, false, false, true}, {3, true, true, true, false, true},
+        {4, false, false, true, true, false}, {9, true, true, true, false, true},
+    };
+    start();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.type);
+        ctx.txdOutput = 1;
+        port.SetRTS(ctx.irPortHandle, true);
+        port.SetDTR(ctx.irPortHandle, true);
+        port.SetTxDBreak(ctx.irPortHandle, true);
+        controller.selectInterface(c.type);
+
+        EXPECT_EQ(com2().rts, c.rts);
+        EXPECT_EQ(com2().dtr, c.dtr);
+        EXPECT_EQ(com2().brk, c.brk);
+        EXPECT_EQ(view.text("ReceiverType"), InterfaceName(c.type));
+        for (int other : {0, 1, 2, 3, 4, 9}) EXPECT_EQ(view.isChecked(InterfaceMenu(other)), other == c.type);
+        for (const char* firm : {"FirmAnswer", "ZoneNr", "Zone"}) EXPECT_EQ(view.isVisible(firm), c.firmShown);
+        EXPECT_EQ(view.isEnabled("TxDCheckBox"), c.txdEnabled);
+        // FirM talks at 9600 baud and drops the TxD transmitter.
+        const int mode = c.type == 4 ? 0 : 1;
+        EXPECT_EQ(ctx.txdOutput, mode);
+        EXPECT_EQ(saved().itypeHigh * 16 + saved().itypeLow, mode * 16 + c.type);
+    }
+    EXPECT_EQ(com2().state.baudRate, 9600u);
+}
+
+TEST_F(ReceiverTest, ThePortListShowsExistingPortsUpToThirty) {
+    for (int n : {5, 12, 30, 31}) driver.port(n);
+    driver.port(7).present = false;
+    store.settings().comPort = 12;
+    controller.listPorts();
+    EXPECT_EQ(view.items("ComList"), (std::vector<std::string>{"COM2", "COM5", "COM12", "COM30"}));
+    EXPECT_EQ(view.currentIndex("ComList"), 2);
+    EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kGreen);
+    ASSERT_NE(ctx.irPortHandle, kNoPort);
+    EXPECT_TRUE(driver.port(12).open);
+    EXPECT_EQ(library.handles, std::vector<PortHandle>{ctx.irPortHandle});
+    EXPECT_EQ(driver.port(12).state.baudRate, 9600u);
+    EXPECT_EQ(driver.port(12).timeouts.readIntervalTimeout, 0xFFFFFFFFu);
+}
+
+TEST_F(ReceiverTest, NoPortAtAllOnlySaysSo) {
+    com2().present = false;
+    controller.listPorts();
+    EXPECT_EQ(view.text("StatusBar"), "There is no COM port available!");
+    EXPECT_TRUE(view.items("ComList").empty());
+    EXPECT_EQ(ctx.irPortHandle, kNoPort);
+    // The menus still work on the closed port.
+    controller.onIRMouseMenu();
+    EXPECT_EQ(view.text("ReceiverType"), "IRMouse");
+}
+
+TEST_F(ReceiverTest, ChangingToTheX10PortTakesItAndReappliesTheInterface) {
+    driver.port(5);
+    store.settings().x10Com = 5;
+    store.settings().itypeLow = 1; // IRMouse: RTS and DTR power it
+    start();
+    PortHandle old = ctx.irPortHandle;
+    ctx.x10PortHandle = 77;
+    ctx.irmanInitialised = true;
+
+    view.setCurrentIndex("ComList", 1); // COM5
+    controller.onComListClick();
+
+    EXPECT_FALSE(com2().open);
+    ASSERT_NE(ctx.irPortHandle, kNoPort);
+    EXPECT_NE(ctx.irPortHandle, old);
+    EXPECT_EQ(library.handles, (std::vector<PortHandle>{old, kNoPort, ctx.irPortHandle}));
+    EXPECT_EQ(ctx.x10PortHandle, 77);
+    EXPECT_FALSE(ctx.irmanInitialised);
+    Settings s = saved();
+    EXPECT_EQ(s.comPort, 5);
+    EXPECT_EQ(s.x10Com, 0);
+    EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kGreen);
+    EXPECT_TRUE(driver.port(5).rts);
+    EXPECT_TRUE(driver.port(5).dtr);
+    EXPECT_EQ(view.text("ReceiverType"), "IRMouse");
+
+    // Clicking the port already in use changes nothing.
+    controller.onComListClick();
+    EXPECT_EQ(library.handles.size(), 3u);
+}
+
+TEST_F(ReceiverTest, APortThatWillNotOpenTurnsTheListRed) {
+    driver.port(5).busy = true;
+    start();
+    ctx.irmanInitialised = true;
+    view.setCurrentIndex("ComList", 1);
+    controller.onComListClick();
+    EXPECT_EQ(ctx.irPortHandle, kNoPort);
+    EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kRed);
+    EXPECT_FALSE(ctx.irmanInitialised);
+    EXPECT_EQ(saved().comPort, 5);
+    EXPECT_TRUE(dialogs.messages.empty());
+}
+
+TEST_F(ReceiverTest, TheTxDBoxSwitchesTheTransmitterAndTheIrDABoxNeverStays) {
+    start();
+    controller.onFirmMenu();
+    controller.onStdDcdMenu();
+
+    view.setChecked("TxDCheckBox", true);
+    controller.onTxDCheckBox();
+    EXPECT_EQ(ctx.txdOutput, 1);
+    EXPECT_FALSE(view.isEnabled("IrDACheckBox"));
+    EXPECT_EQ(com2().state.baudRate, 115200u);
+    EXPECT_EQ(com2().state.byteSize, 6);
+    EXPECT_EQ(com2().state.parity, 2); // as the driver had it
+    EXPECT_EQ(saved().itypeHigh, 1);
+
+    view.setChecked("TxDCheckBox", false);
+    controller.onTxDCheckBox();
+    EXPECT_EQ(ctx.txdOutput, 0);
+    EXPECT_TRUE(view.isEnabled("IrDACheckBox"));
+    EXPECT_EQ(com2().state.baudRate, 115200u); // not reconfigured until the next open
+    EXPECT_EQ(saved().itypeHigh, 0);
+
+    view.setChecked("IrDACheckBox", true);
+    controller.onIrDACheckBox();
+    ASSERT_EQ(dialogs.messages.size(), 1u);
+    EXPECT_EQ(dialogs.messages[0].text, "Not yet implemented");
+    EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
+    EXPECT_EQ(dialogs.messages[0].icon, MsgIcon::Exclamation);
+    EXPECT_FALSE(view.isChecked("IrDACheckBox"));
+    EXPECT_TRUE(view.isEnabled("TxDCheckBox"));
+}
+
+TEST_F(ReceiverTest, StoredItypeRestoresModeAndInterface) {
+    struct Case {
+        int itype;
+        bool txd, irda;
+        std::uint32_t baud;
+        std::string caption;
+    };
+    const Case cases[] = {
+        {16, true, false, 115200, "DCDStd"},
+        {18, true, false, 9600, "IRMan"}, // the handshake talks at 9600 baud
+        {34, false, true, 9600, "IRMan"}, // IrDA shown checked, without its message
+        {1, false, false, 9600, "IRMouse"},
+        {9, false, false, 9600, ""},
+    };
+    IRManPeer irman;
+    com2().peer = &irman;
+    start();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.itype);
+        dialogs.messages.clear();
+        ctx.irmanInitialised = false;
+        port.ConfigureComPort(9600, 8, ctx.irPortHandle);
+        store.settings().itypeHigh = c.itype / 16;
+        store.settings().itypeLow = c.itype % 16;
+        controller.applyStoredInterface();
+        EXPECT_EQ(view.isChecked("TxDCheckBox"), c.txd);
+        EXPECT_EQ(view.isChecked("IrDACheckBox"), c.irda);
+        EXPECT_EQ(com2().state.baudRate, c.baud);
+        EXPECT_EQ(view.text("ReceiverType"), c.caption);
+        EXPECT_EQ(ctx.interfaceType, c.itype % 16);
+        if (c.caption == "IRMan") {
+            ASSERT_EQ(dialogs.messages.size(), 1u);
+            EXPECT_EQ(dialogs.messages[0].text, "IRMan interface initialized OK");
+        } else {
+            EXPECT_TRUE(dialogs.messages.empty());
+        }
+    }
+}
+
+} // namespace
+} // namespace quenix::testing

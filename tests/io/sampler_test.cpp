@@ -1,0 +1,245 @@
+// The capture library's sampler and emitter on the simulated port, in virtual time: frames
+// made by the project's encoder go through a receiver's DCD line and come back as codes.
+
+#include "io/port_line.h"
+#include "ir/analysis.h"
+#include "ir/codec.h"
+#include "ir/protocols.h"
+#include "support/sim_serial.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix::testing {
+namespace {
+
+using serpulse::Polarity;
+using serpulse::Sampler;
+
+PortHandle OpenCom1(SimSerialDriver& driver, SerialPort& port) {
+    driver.port(1);
+    return port.OpenComPort(1);
+}
+
+// One receiver on COM1 of a simulated port, read by the sampler.
+class Rig {
+public:
+    explicit Rig(DcdReceiver r, bool withPeer = true) : receiver(r) {
+        if (withPeer) driver.port(1).peer = &receiver;
+        port.ConfigureComPort(9600, 8, handle);
+        port.SetRTS(handle, true);
+        port.SetDTR(handle, true);
+    }
+
+    // Puts an encoded transmission on the air, starting `afterUs` from now.
+    Waveform& transmit(const std::string& cells, double cellUs, double afterUs, double jitterUs = 0) {
+        receiver.air.push_back({cells, cellUs, clock.nowNs() + static_cast<std::int64_t>(afterUs * 1000), jitterUs});
+        return receiver.air.back();
+    }
+
+    int capture(std::vector<std::uint8_t>& buffer, Polarity polarity, bool monitor, int procDelay = 20) {
+        Sampler::Request r;
+        r.buffer = buffer.data();
+        r.length = static_cast<int>(buffer.size());
+        r.procDelay = procDelay;
+        r.polarity = polarity;
+        r.edgeWaitNs = monitor ? serpulse::kMonitorEdgeWaitNs : serpulse::kRecordEdgeWaitNs;
+        r.acceptMarkAtStart = monitor;
+        return sampler.capture(r);
+    }
+
+    SimClock clock;
+    SimSerialDriver driver{clock};
+    SerialPort port{driver};
+    DcdReceiver receiver;
+    PortHandle handle = OpenCom1(driver, port);
+    PortLine line{port, handle};
+    Sampler sampler{line, clock};
+};
+
+std::string Encode(const std::string& bits, ProtocolHeader h) {
+    std::string code = "G" + bits;
+    bool toggle = false;
+    return EncodeCommand(code, h, toggle);
+}
+
+TEST(Sampler, FramesOfEachProtocolComeBackAsTheirCode) {
+    struct Case {
+        const char* name;
+        int protocol;
+        std::string bits;
+        bool mouse; // IRMouse receiver, read with the inverted polarity
+    };
+    const Case cases[] = {
+        {"nec", kProtoNec, "00100000110111110001000011101111", false},
+        {"nec mouse", kProtoNec, "10100000010111110111000010001111", true},
+        {"sony", kProtoSony, "101010010000", false},
+        {"sony 15", kProtoSony, "011010010001101", true},
+        {"rc5", kProtoRc5, "11010110001101", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rig rig(c.mouse ? IRMouseReceiver() : StandardReceiver());
+        ProtocolHeader h = HeaderFromPreset(c.protocol);
+        std::string sent = c.bits;
+        std::string code = "G" + sent;
+        bool toggle = false;
+        std::string cells = EncodeCommand(code, h, toggle);
+        sent = code.substr(1); // RC5 carries the toggle the first press set
+        rig.transmit(cells, h.sendpls, 3217.0, 25.0);
+
+        std::vector<std::uint8_t> buffer(600, 0);
+        ASSERT_EQ(rig.capture(buffer, c.mouse ? Polarity::MarkWhenDcdOn : Polarity::MarkWhenDcdOff, false), 1);
+        EXPECT_EQ(buffer[0] & 0x80, 0x80) << "sampling starts on the first carrier";
+
+        MonitorFrame frame = ExtractFrame(buffer);
+        EXPECT_EQ(frame.analysis.protocol, c.protocol);
+        EXPECT_EQ(frame.frame, sent) << frame.code;
+        RecordedSignal recorded = DecodeRecording(buffer);
+        EXPECT_TRUE(recorded.recognised) << recorded.status;
+        EXPECT_EQ(recorded.protocol, c.protocol);
+    }
+}
+
+TEST(Sampler, StopsSoonAfterTheLastCarrierAndLeavesTheRestZero) {
+    ProtocolHeader h = HeaderFromPreset(kProtoNec);
+    h.repeat = 0; // one sequence, no repeats
+    const std::string bits = "00100000110111110001000011101111";
+    const std::string frame = Encode(bits, h);
+    struct Case {
+        const char* name;
+        std::string cells;
+        double stopsAfterMs; // silence behind the last carrier
+    };
+    // One frame may yet be followed by the second that RC5 needs: 140 ms. Two frames are
+    // enough: 35 ms. Both far below the 264 ms of a full buffer.
+    const Case cases[] = {
+        {"one frame", frame, 140.0},
+        {"two frames", frame + std::string(60, '0') + frame, 35.0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rig rig(StandardReceiver());
+        Waveform& w = rig.transmit(c.cells, h.sendpls, 1000);
+        std::vector<std::uint8_t> buffer(600, 0);
+        ASSERT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOff, false), 1);
+        const double afterEndMs = static_cast<double>(rig.clock.nowNs() - w.endNs()) / 1e6;
+        EXPECT_NEAR(afterEndMs, c.stopsAfterMs, 0.2);
+        EXPECT_EQ(ExtractFrame(buffer).frame, bits);
+        // Nothing is written behind the stop.
+        const std::size_t stopByte = static_cast<std::size_t>((rig.clock.nowNs() - w.startNs) / 55'000 / 8) + 1;
+        ASSERT_LT(stopByte, buffer.size());
+        EXPECT_EQ(std::count(buffer.begin() + static_cast<long>(stopByte), buffer.end(), 0),
+                  static_cast<long>(buffer.size() - stopByte));
+    }
+}
+
+TEST(Sampler, RecordGivesUpAfterFiveSecondsWithoutAnEdge) {
+    struct Case {
+        const char* name;
+        bool peer;
+        Polarity polarity;
+    };
+    // An idle standard receiver, and a line stuck active (a pseudo-terminal's DCD read with
+    // the IRMouse polarity): neither has an edge to start on.
+    for (Case c : {Case{"idle", true, Polarity::MarkWhenDcdOff}, Case{"stuck", false, Polarity::MarkWhenDcdOn}}) {
+        SCOPED_TRACE(c.name);
+        Rig rig(StandardReceiver(), c.peer);
+        std::vector<std::uint8_t> buffer(600, 0);
+        const std::int64_t start = rig.clock.nowNs();
+        EXPECT_EQ(rig.capture(buffer, c.polarity, false), 0);
+        const std::int64_t waited = rig.clock.nowNs() - start;
+        EXPECT_GE(waited, 5'000'000'000);
+        EXPECT_LT(waited, 5'001'000'000);
+        EXPECT_EQ(std::count(buffer.begin(), buffer.end(), 0), 600);
+    }
+}
+
+TEST(Sampler, AStuckLineIsNoSignalAndIsNotSampledAgainUntilItIdles) {
+    Rig rig(StandardReceiver(), false); // DCD always on: IRMouse polarity reads carrier
+    std::vector<std::uint8_t> buffer(600, 0);
+    EXPECT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOn, true), 0);
+    EXPECT_TRUE(rig.sampler.stuck());
+    EXPECT_EQ(std::count(buffer.begin(), buffer.end(), 0), 600);
+
+    // The next monitor call waits only its short edge time.
+    const std::int64_t start = rig.clock.nowNs();
+    EXPECT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOn, true), 0);
+    EXPECT_LE(rig.clock.nowNs() - start, serpulse::kMonitorEdgeWaitNs + serpulse::kEdgePollNs);
+
+    // Once the line idles and a real frame comes, it is captured.
+    rig.driver.port(1).inputs = kModemCtsOn | kModemDsrOn;
+    EXPECT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOn, true), 0);
+    EXPECT_FALSE(rig.sampler.stuck());
+}
+
+TEST(Sampler, AMonitorCallTakesACarrierAlreadyUnderWay) {
+    Rig rig(StandardReceiver());
+    ProtocolHeader h = HeaderFromPreset(kProtoSony);
+    rig.transmit(Encode("101010010000", h), h.sendpls, 0);
+    rig.clock.sleepNs(300'000); // the poll saw DCD drop 0.3 ms into the lead-in
+    std::vector<std::uint8_t> buffer(600, 0);
+    ASSERT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOff, true), 1);
+    EXPECT_EQ(buffer[0], 0xFF);
+    EXPECT_EQ(ExtractFrame(buffer).frame, "101010010000");
+}
+
+// Calibration (learning) raises PROCDELAY from 0 while a SONY key is held and settles in the
+// middle between the first delay that measures the unit as 10 samples and the first that
+// measures 9. On this sampler that must land near 55 us a sample.
+TEST(Sampler, CalibrationSettlesNearFiftyFiveMicroseconds) {
+    Rig rig(StandardReceiver());
+    ProtocolHeader h = HeaderFromPreset(kProtoSony);
+    const std::string cells = Encode("100000010000", h);
+    int first10 = 0;
+    int delay = 0;
+    for (; delay <= 70; ++delay) {
+        rig.transmit(cells, h.sendpls, 1500, 10);
+        std::vector<std::uint8_t> buffer(100, 0);
+        ASSERT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOff, false, delay), 1);
+        int unit = AnalyseRuns(UnpackSamples(buffer)).unit;
+        rig.clock.advanceMs(100);
+        rig.receiver.air.clear();
+        if (unit == 10 && first10 == 0) first10 = delay;
+        if (unit == 9 && first10 != 0) break;
+    }
+    ASSERT_LE(delay, 70);
+    int settled = first10 + (delay - first10) / 2;
+    double periodUs = static_cast<double>(serpulse::SamplePeriodNs(settled)) / 1000.0;
+    EXPECT_NEAR(periodUs, 55.0, 3.0) << "PROCDELAY " << settled;
+}
+
+TEST(Emitter, DtrFollowsTheCellsInTime) {
+    Rig rig(StandardReceiver());
+    const std::string cells = Encode("0110100111", HeaderFromPreset(kProtoNec));
+    std::vector<std::uint8_t> packed = PackCells(cells);
+    rig.port.SetDTR(rig.handle, false);
+    rig.driver.port(1).changes.clear();
+
+    serpulse::Emitter emitter(rig.line, rig.clock);
+    const std::int64_t start = rig.clock.nowNs();
+    emitter.sendDtr(packed.data(), static_cast<int>(packed.size()), 550);
+
+    // Expected: DTR goes on at every 0->1 cell boundary and off at every 1->0 one, and is
+    // off when the send returns, one byte's worth of cells after the start.
+    std::vector<LineChange> expected;
+    std::string padded = cells + std::string(packed.size() * 8 - cells.size(), '0');
+    char level = '0';
+    for (std::size_t k = 0; k < padded.size(); ++k) {
+        if (padded[k] != level) {
+            expected.push_back({"DTR", padded[k] == '1', start + static_cast<std::int64_t>(k) * 550'000});
+            level = padded[k];
+        }
+    }
+    const auto& got = rig.driver.port(1).changes;
+    ASSERT_EQ(got.size(), expected.size());
+    for (std::size_t i = 0; i < got.size(); ++i) {
+        EXPECT_EQ(got[i].line, "DTR");
+        EXPECT_EQ(got[i].on, expected[i].on) << i;
+        EXPECT_EQ(got[i].ns, expected[i].ns) << i;
+    }
+    EXPECT_FALSE(rig.driver.port(1).dtr);
+    EXPECT_EQ(rig.clock.nowNs() - start, static_cast<std::int64_t>(packed.size()) * 8 * 550'000);
+}
+
+} // namespace
+} // namespace quenix::testing
