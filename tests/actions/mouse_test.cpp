@@ -1,4 +1,7 @@
+#include "actions/desktop_actions.h"
 #include "actions/mouse.h"
+#include "io/serial_port.h"
+#include "support/fakes.h"
 #include "peers.h"
 
 #include <gtest/gtest.h>
@@ -119,7 +122,27 @@ TEST_F(MouseOnX, ClicksArriveAtTheWindowUnderThePointer) {
     EXPECT_TRUE(window.events(0).empty());
 }
 
-TEST(Keyboard, DoesNothing) { EXPECT_EQ(KeyboardAction("Enter"), ""); }
+TEST_F(MouseOnX, DesktopActionsReachTheRealPointer) {
+    TempDir dir;
+    ConfigStore store(dir.str());
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx(store, clock, dialogs, beeper);
+    auto driver = MakeSystemSerialDriver(dir.str());
+    SerialPort serial(*driver);
+    auto audio = MakeSystemAudio();
+    DesktopActions actions(ctx, serial, *audio);
+
+    auto pointer = MakeSystemMouseDriver();
+    pointer->setCursorPos(100, 100);
+    EXPECT_EQ(actions.mouse("down"), "Mouse LEFT");
+    int x = 0, y = 0;
+    EXPECT_TRUE(pointer->cursorPos(x, y));
+    EXPECT_EQ(std::make_pair(x, y), std::make_pair(100, 105));
+    EXPECT_EQ(actions.keyboard("Enter"), "");
+    EXPECT_TRUE(beeper.beeps.empty()); // mouse and keyboard never beep
+}
 
 } // namespace
 } // namespace quenix::testing
