@@ -3,6 +3,8 @@
 #include "config/context.h"
 #include "core/clock.h"
 #include "core/program_folder.h"
+#include "io/capture_library.h"
+#include "io/serial_port.h"
 #include "ui/frm_main.h"
 #include "ui/qt_dialogs.h"
 
@@ -20,7 +22,11 @@ int main(int argc, char** argv) {
     std::unique_ptr<quenix::AudioOutput> audio = quenix::MakeSystemAudio();
     quenix::Context ctx(store, clock, dialogs, *audio);
 
-    quenix::FrmMain window(ctx);
+    std::unique_ptr<quenix::SerialDriver> driver = quenix::MakeSystemSerialDriver(store.folder());
+    quenix::SerialPort port(*driver);
+    std::unique_ptr<quenix::CaptureLibrary> library = quenix::MakeCaptureLibrary(store.folder());
+
+    quenix::FrmMain window(ctx, {&port, library.get()});
     dialogs.setParent(&window);
     if (!window.startUp()) return 1;
     window.show();

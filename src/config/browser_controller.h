@@ -53,6 +53,9 @@ public:
     void ProtoDelete();
     void AddApplication();
 
+    // The program fills the hooks of the receiver and the device form.
+    Hooks& hooks() { return hooks_; }
+
     void SetCompact(bool compact);
     bool compact() const { return compact_; }
     std::string selectedDevice() const { return ctx_.config.currentDevice; }

@@ -79,8 +79,10 @@ bool MainController::StartUp() {
     view_.processEvents();
     ctx_.interfaceType = s.itypeLow;
     ctx_.txdOutput = s.itypeHigh;
-    view_.setText("ReceiverType", ReceiverName(s.itypeLow));
+    // The receiver code shows its own caption when it applies the interface; start-up then
+    // names the stored type, "Unknown" included.
     Call(hooks_.applyInterface);
+    view_.setText("ReceiverType", ReceiverName(s.itypeLow));
 
     view_.setChecked("BeepCheckbox", s.beepOn);
     view_.setTimerEnabled("BTAutoTimer", s.btMode != 0);

@@ -60,7 +60,7 @@ QLabel* Caption(const QString& text, QWidget* buddy, QWidget* parent) {
 
 } // namespace
 
-FrmMain::FrmMain(Context& ctx, QWidget* parent)
+FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     : QMainWindow(parent), ctx_(ctx), view_(this), wait_(std::make_unique<FrmWaitToStart>(this)),
       waitView_(wait_.get()) {
     setObjectName("frmMain");
@@ -113,6 +113,7 @@ FrmMain::FrmMain(Context& ctx, QWidget* parent)
     hooks.compactChanged = [this](bool compact) { setCompactLayout(compact); };
     main_ = std::make_unique<MainController>(ctx_, view_, waitView_, *browser_, std::move(hooks));
     wire();
+    wireReceiver(io);
 
     resize(sizeHint().expandedTo(QSize(980, 640)));
 }
@@ -409,11 +410,6 @@ void FrmMain::wire() {
         on(toggle, [this, toggle] { main_->Toggle(toggle); });
     auto* beep = findChild<QCheckBox*>("BeepCheckbox");
     connect(beep, &QCheckBox::clicked, this, [this] { main_->Toggle("BeepCheckbox"); });
-    auto* irda = findChild<QCheckBox*>("IrDACheckBox");
-    connect(irda, &QCheckBox::clicked, this, [this, irda] {
-        irda->setChecked(false);
-        main_->NotYetImplemented();
-    });
     for (const char* item : {"UpdateMenu", "AddPluginMenu", "RemovePluginMenu"})
         on(item, [this] { main_->NotYetImplemented(); });
     on("AboutMenu", [this] { main_->About(); });
@@ -436,6 +432,52 @@ void FrmMain::wire() {
             activateWindow();
         }
     });
+}
+
+void FrmMain::wireReceiver(Io io) {
+    auto* irda = findChild<QCheckBox*>("IrDACheckBox");
+    if (!io.port || !io.library) {
+        connect(irda, &QCheckBox::clicked, this, [this, irda] {
+            irda->setChecked(false);
+            main_->NotYetImplemented();
+        });
+        return;
+    }
+    receiver_ = std::make_unique<ReceiverController>(ctx_, view_, *io.port, *io.library);
+    ReceiverController* rc = receiver_.get();
+    SerialPort* port = io.port;
+    CaptureLibrary* library = io.library;
+
+    const std::pair<const char*, void (ReceiverController::*)()> menus[] = {
+        {"StdDcdMenu", &ReceiverController::onStdDcdMenu},
+        {"IRMouseMenu", &ReceiverController::onIRMouseMenu},
+        {"IRManMenu", &ReceiverController::onIRManMenu},
+        {"CreativeInfraMenu", &ReceiverController::onCreativeInfraMenu},
+        {"FirmMenu", &ReceiverController::onFirmMenu},
+        {"UnavailableMenu", &ReceiverController::onUnavailableMenu},
+        {"AutoDetectMenu", &ReceiverController::onAutoDetectMenu}};
+    for (auto [name, slot] : menus)
+        connect(action(name), &QAction::triggered, this, [rc, slot] { (rc->*slot)(); });
+    connect(findChild<QComboBox*>("ComList"), &QComboBox::activated, this, [rc] { rc->onComListClick(); });
+    connect(findChild<QCheckBox*>("TxDCheckBox"), &QCheckBox::clicked, this, [rc] { rc->onTxDCheckBox(); });
+    connect(irda, &QCheckBox::clicked, this, [rc] { rc->onIrDACheckBox(); });
+
+    MainController::Hooks& hooks = main_->hooks();
+    hooks.applyInterface = [rc] {
+        rc->listPorts();
+        rc->applyStoredInterface();
+    };
+    hooks.closePort = [port](PortHandle h) { port->CloseHandle(h); };
+    hooks.setCaptureHandle = [library](PortHandle h) { library->SetHandle(h); };
+
+    browser_->hooks().prepareInfraredDevice = [this, rc, port] {
+        if (ctx_.interfaceType == kIrMan) {
+            rc->initialiseIRMan();
+        } else if (ctx_.interfaceType != kFirM) {
+            // A send may have been cut short with the TxD carrier on.
+            port->SetTxDBreak(ctx_.irPortHandle, false);
+        }
+    };
 }
 
 bool FrmMain::startUp() {

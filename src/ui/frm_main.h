@@ -3,6 +3,7 @@
 #include "config/browser_controller.h"
 #include "config/context.h"
 #include "config/main_controller.h"
+#include "io/receiver_controller.h"
 #include "ui/frm_wait_to_start.h"
 #include "ui/qt_view.h"
 
@@ -22,12 +23,21 @@ class QWidget;
 
 namespace quenix {
 
+// The serial port and the capture library of the receiver; without them (window tests) the
+// interface menus do nothing and start-up skips the receiver.
+struct MainWindowIo {
+    SerialPort* port = nullptr;
+    CaptureLibrary* library = nullptr;
+};
+
 // The main window. It builds the widgets under their object names and forwards every event to
 // the controllers; the logic lives in MainController and BrowserController.
 class FrmMain : public QMainWindow {
     Q_OBJECT
 public:
-    explicit FrmMain(Context& ctx, QWidget* parent = nullptr);
+    using Io = MainWindowIo;
+
+    explicit FrmMain(Context& ctx, Io io = {}, QWidget* parent = nullptr);
     ~FrmMain() override;
 
     // The load handler. False when the configuration could not be loaded: the program ends.
@@ -36,6 +46,7 @@ public:
     QtView& view() { return view_; }
     MainController& controller() { return *main_; }
     BrowserController& browser() { return *browser_; }
+    ReceiverController* receiver() { return receiver_.get(); }
     // A menu or tray action by object name, or null.
     QAction* action(const QString& name) const;
     QSystemTrayIcon* trayIcon() const { return tray_; }
@@ -58,6 +69,7 @@ private:
     void buildTray();
     void buildTimers();
     void wire();
+    void wireReceiver(Io io);
     void setCompactLayout(bool compact);
     QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
                        const QKeySequence& shortcut = {});
@@ -68,6 +80,7 @@ private:
     QtView waitView_;
     std::unique_ptr<BrowserController> browser_;
     std::unique_ptr<MainController> main_;
+    std::unique_ptr<ReceiverController> receiver_;
 
     QListWidget* devices_ = nullptr;
     QListWidget* commands_ = nullptr;

@@ -71,7 +71,7 @@ TEST(FrmMain, StartsOnTheShippedConfiguration) {
     EXPECT_TRUE(rig.window->action("InfraredInMenu")->isChecked());
     EXPECT_FALSE(rig.window->action("KeyboardMenu")->isChecked());
     EXPECT_TRUE(rig.window->findChild<QMenu*>("InterfaceMenu")->menuAction()->isEnabled());
-    EXPECT_EQ(rig.find<QLabel>("ReceiverType")->text(), "DCD Std");
+    EXPECT_EQ(rig.find<QLabel>("ReceiverType")->text().toStdString(), "DCD Std");
     EXPECT_EQ(rig.find<QListWidget>("Protocol")->currentItem()->text(), "Set-top Box");
     EXPECT_EQ(rig.find<QListWidget>("SendCmd")->count(), 6);
     EXPECT_FALSE(rig.window->waitWindow()->isVisible());

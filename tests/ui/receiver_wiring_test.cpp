@@ -1,0 +1,62 @@
+#include "ui_support.h"
+
+#include "support/sim_serial.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QLabel>
+
+#include <gtest/gtest.h>
+
+namespace quenix::testing {
+namespace {
+
+class HandleLibrary final : public CaptureLibrary {
+public:
+    std::optional<std::int32_t> SetHandle(PortHandle h) override {
+        handles.push_back(h);
+        return 1;
+    }
+    std::optional<std::int32_t> IRRecord(std::uint8_t*, int, int) override { return 0; }
+    std::optional<std::int32_t> IRRecordN(std::uint8_t*, int, int) override { return 0; }
+    std::optional<std::int32_t> IRMonitor(std::uint8_t*, int) override { return 0; }
+    std::optional<std::int32_t> IRMonitorN(std::uint8_t*, int) override { return 0; }
+    std::optional<std::int32_t> IRSend(const std::uint8_t*, int, int, int) override { return 0; }
+    std::string error() const override { return {}; }
+    std::vector<PortHandle> handles;
+};
+
+TEST(ReceiverWiring, StartUpOpensThePortMenusSelectAndExitReleases) {
+    SimClock clock;
+    SimSerialDriver driver{clock};
+    driver.port(1); // the shipped configuration uses COM1
+    driver.port(3);
+    SerialPort port{driver};
+    HandleLibrary library;
+    WindowRig rig(nullptr, {&port, &library});
+
+    ASSERT_TRUE(rig.window->startUp());
+    auto* com = rig.find<QComboBox>("ComList");
+    ASSERT_EQ(com->count(), 2);
+    EXPECT_EQ(com->currentText().toStdString(), "COM1");
+    EXPECT_TRUE(driver.port(1).open);
+    ASSERT_FALSE(library.handles.empty());
+    const PortHandle opened = library.handles.back();
+    EXPECT_EQ(opened, rig.ctx->irPortHandle);
+    EXPECT_TRUE(rig.window->action("StdDcdMenu")->isChecked());
+    EXPECT_TRUE(driver.port(1).rts);
+
+    rig.window->action("IRMouseMenu")->trigger();
+    EXPECT_EQ(rig.find<QLabel>("ReceiverType")->text().toStdString(), "IRMouse");
+    EXPECT_TRUE(rig.window->action("IRMouseMenu")->isChecked());
+    EXPECT_FALSE(rig.window->action("StdDcdMenu")->isChecked());
+    EXPECT_NE(rig.dir.read("telvorin.cfg").find("ITYPE= 1\r\n"), std::string::npos);
+
+    rig.window->action("mnuExit")->trigger();
+    EXPECT_FALSE(driver.port(1).open);
+    EXPECT_EQ(library.handles.back(), 0);
+    EXPECT_EQ(rig.ctx->irPortHandle, kNoPort);
+}
+
+} // namespace
+} // namespace quenix::testing
