@@ -41,8 +41,10 @@ std::string Property(const std::string& name) {
     return v == std::string::npos ? std::string() : out.substr(v);
 }
 
+// A loaded machine may take seconds to start the player or pass a change along.
 bool Eventually(const std::function<bool()>& condition) {
-    for (int i = 0; i < 300; ++i) {
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+    while (std::chrono::steady_clock::now() < deadline) {
         if (condition()) return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }

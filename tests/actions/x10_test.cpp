@@ -111,7 +111,7 @@ TEST(X10Send, FaultsOfTheInterface) {
         {"two bytes in one answer", F::TwoBytes, 1 << 30, 0, false, 2, 4000},
         {"wrong checksum echoed", F::WrongChecksum, 1 << 30, 0, false, 2, 4000},
         {"wrong checksum once", F::WrongChecksum, 1, 0, true, 2, 4000},
-        {"ready after 1.8 s", F::LateReady, 1, 1800, true, 1, 4000},
+        {"ready after 1.4 s", F::LateReady, 1, 1400, true, 1, 4000},
         {"ready after 3 s", F::LateReady, 1 << 30, 3000, false, 2, 20000},
     };
     for (const Row& r : rows) {
