@@ -1,8 +1,10 @@
 #pragma once
 
 // The actions on the PC behind one object, so that the command executor only dispatches:
-// each call runs one device's command and returns its result text. The player link and the
-// mouse are made on first use and live to the end of the run.
+// each call runs one device's command and returns its result text. The X10, application and
+// player calls frame themselves with the beeps (when the beep option is on), since where the
+// first beep falls differs between them; mouse and keyboard never beep. The player link and
+// the mouse are made on first use and live to the end of the run.
 
 #include "actions/audio.h"
 #include "actions/launcher.h"

