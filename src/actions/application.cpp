@@ -2,7 +2,7 @@
 
 #include "actions/audio.h"
 #include "actions/launcher.h"
-#include "config/config_text.h"
+#include "actions/section_lines.h"
 #include "core/text.h"
 
 #include <filesystem>
@@ -22,22 +22,12 @@ bool FileExists(const std::string& path) {
 } // namespace
 
 std::optional<std::string> FindApplicationLine(const std::string& text, const std::string& name) {
-    int behind = FindText("[application]", text, 1);
-    if (behind == 0) return std::nullopt;
-    std::size_t end = text.find('[', static_cast<std::size_t>(behind - 1));
-    std::string section = text.substr(static_cast<std::size_t>(behind - 1),
-                                      end == std::string::npos ? std::string::npos : end - (behind - 1));
     std::string wanted = ToLower(Trim(name));
-    std::size_t pos = 0;
-    while (pos < section.size()) {
-        std::size_t eol = section.find('\n', pos);
-        std::string line = section.substr(pos, eol == std::string::npos ? std::string::npos : eol - pos);
-        pos = eol == std::string::npos ? section.size() : eol + 1;
-        if (!line.empty() && line.back() == '\r') line.pop_back();
+    for (const std::string& line : SectionLinesOf(text, "[application]")) {
         // The entry's name stands last, behind the last comma; the command line may hold commas.
         std::size_t comma = line.rfind(',');
-        if (comma == std::string::npos) continue;
-        if (ToLower(Trim(line.substr(comma + 1))) == wanted) return Trim(line.substr(0, comma));
+        if (comma != std::string::npos && ToLower(Trim(line.substr(comma + 1))) == wanted)
+            return Trim(line.substr(0, comma));
     }
     return std::nullopt;
 }

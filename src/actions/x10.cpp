@@ -1,6 +1,6 @@
 #include "actions/x10.h"
 
-#include "config/config_text.h"
+#include "actions/section_lines.h"
 #include "core/clock.h"
 #include "core/text.h"
 #include "io/serial_port.h"
@@ -121,25 +121,14 @@ bool X10Names::find(std::string_view wanted, int& house, int& unit) const {
 
 X10Names X10Names::Parse(std::string_view text) {
     X10Names names;
-    int start = FindText("[X10]", text, 1);
-    if (start == 0) return names;
-    std::size_t end = text.find('[', static_cast<std::size_t>(start - 1));
-    std::string_view section = text.substr(static_cast<std::size_t>(start - 1),
-                                           end == std::string_view::npos ? std::string_view::npos : end - (start - 1));
     constexpr std::string_view kTag = "/x10/*";
-    std::size_t pos = 0;
-    while (pos < section.size()) {
-        std::size_t eol = section.find('\n', pos);
-        std::string_view line = section.substr(pos, eol == std::string_view::npos ? std::string_view::npos : eol - pos);
-        pos = eol == std::string_view::npos ? section.size() : eol + 1;
-        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-        if (line.size() < kTag.size() + 3 || ToLower(line.substr(0, kTag.size())) != kTag) continue;
+    for (const std::string& line : SectionLinesOf(text, "[X10]")) {
         std::size_t comma = line.find(',');
-        if (comma == std::string_view::npos) continue;
-        char letter = static_cast<char>(ToLower(line.substr(kTag.size(), 1))[0]);
-        int house = letter - 'a' + 1;
+        if (line.size() < kTag.size() + 3 || ToLower(line.substr(0, kTag.size())) != kTag || comma == std::string::npos)
+            continue;
+        int house = static_cast<unsigned char>(ToLower(line.substr(kTag.size(), 1))[0]) - 'a' + 1;
         int unit = static_cast<int>(LeadingNumber(line.substr(kTag.size() + 1, comma - kTag.size() - 1)));
-        names.set(house, unit, std::string(line.substr(comma + 1)));
+        names.set(house, unit, line.substr(comma + 1));
     }
     return names;
 }
