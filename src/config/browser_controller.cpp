@@ -25,6 +25,12 @@ const std::vector<std::string> kDeviceControls = {"RecButton",      "SaveCmdButt
 
 } // namespace
 
+std::vector<std::string> FirmZones() {
+    std::vector<std::string> zones;
+    for (int z = 1; z <= 8; ++z) zones.push_back("Zone " + std::to_string(z));
+    return zones;
+}
+
 DeviceKind KindOfDevice(const std::string& name) {
     const std::string n = ToLower(name);
     if (n == "none" || n.empty()) return DeviceKind::None;
@@ -190,7 +196,10 @@ void BrowserController::SelectDevice(int index) {
     case DeviceKind::Recorded:
         if (hooks_.prepareInfraredDevice) hooks_.prepareInfraredDevice();
         view_.setText("SendLabel", "The IR command to be send");
-        if (ctx_.settings().itypeLow == 4) view_.setText("ZoneNr", "FirM Interface zone selection");
+        if (ctx_.settings().itypeLow == 4) {
+            view_.setText("ZoneNr", "FirM Interface zone selection");
+            if (view_.items("Zone").empty()) view_.setItems("Zone", FirmZones());
+        }
         if (kind == DeviceKind::Infrared) {
             LoadProtocolParameters(name);
             std::string description = Trim(ctx_.config.GetDeviceDescription(name));

@@ -13,6 +13,8 @@ namespace quenix {
 enum class DeviceKind { None, X10, Winamp, Mouse, IrDimmer, Application, Bluetooth, Keyboard, Recorded, Infrared };
 
 DeviceKind KindOfDevice(const std::string& name);
+// The zones a FirM interface offers.
+std::vector<std::string> FirmZones();
 // Splits a comma list ("a,b,c,") into its entries.
 std::vector<std::string> SplitCommaList(const std::string& list);
 

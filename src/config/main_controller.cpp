@@ -110,7 +110,10 @@ bool MainController::StartUp() {
     view_.setChecked("MouseMenu", s.mouseEna);
     view_.setChecked("KeyboardMenu", s.keyboardEna);
 
-    if (s.itypeLow == 4) Call(hooks_.fillZone);
+    if (s.itypeLow == 4) {
+        view_.setItems("Zone", FirmZones());
+        view_.setCurrentIndex("Zone", 0);
+    }
 
     browser_.Refresh();
     view_.setChecked("BeepCheckbox", s.beepOn);

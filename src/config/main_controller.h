@@ -21,8 +21,6 @@ public:
         std::function<void()> initInfraredIn;
         std::function<void()> initInfraredOut;
         std::function<void()> initX10;
-        // Fills `Zone` for the FirM interface.
-        std::function<void()> fillZone;
         // MonitoringStartMenu / MonitoringStopMenu.
         std::function<void()> startMonitoring;
         std::function<void()> stopMonitoring;
