@@ -252,12 +252,26 @@ void BrowserController::FileNew() {
         ctx_.dialogs.message("Use 'Recorded' virtual device to create a new device");
         return;
     }
+    OpenDeviceForm(false);
+}
+
+void BrowserController::OpenDeviceForm(bool edit) {
     if (!hooks_.deviceForm) {
         view_.setStatus("The device definition form is not available in this build.");
         return;
     }
-    ctx_.editFlag = false;
-    if (hooks_.deviceForm()) Refresh();
+    ctx_.editFlag = edit;
+    if (!hooks_.deviceForm()) return;
+    // The form leaves the saved device current; a new section moves the devices behind it.
+    const std::string saved = ToLower(ctx_.config.currentDevice);
+    const auto names = DeviceNames();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (ToLower(names[i]) != saved) continue;
+        ctx_.settings().protocol = static_cast<int>(i);
+        ctx_.config.SetGeneralKey("PROTOCOL", std::to_string(i));
+        break;
+    }
+    Refresh();
 }
 
 void BrowserController::Edit() {
@@ -269,12 +283,7 @@ void BrowserController::Edit() {
     case DeviceKind::Infrared: break;
     default: ctx_.dialogs.message("This is a read-only device!"); return;
     }
-    if (!hooks_.deviceForm) {
-        view_.setStatus("The device definition form is not available in this build.");
-        return;
-    }
-    ctx_.editFlag = true;
-    if (hooks_.deviceForm()) Refresh();
+    OpenDeviceForm(true);
 }
 
 void BrowserController::ProtoDelete() {

@@ -69,6 +69,8 @@ private:
     std::vector<std::string> SectionEntries(const std::string& section) const;
     void ShowCommands(const std::vector<std::string>& commands);
     void EnableLearning(bool on);
+    // New (edit false) or Edit; selects the saved device afterwards.
+    void OpenDeviceForm(bool edit);
 
     Context& ctx_;
     View& view_;

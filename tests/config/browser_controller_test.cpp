@@ -46,8 +46,10 @@ protected:
     FakeView view;
     bool formResult = false;
     std::vector<bool> formCalls; // editFlag at each call
+    std::function<void()> onForm;
     BrowserController browser{ctx, view, {nullptr, [this] {
                                               formCalls.push_back(ctx.editFlag);
+                                              if (onForm) onForm();
                                               return formResult;
                                           }}};
 };
@@ -216,13 +218,28 @@ TEST_F(BrowserTest, MenuRefusals) {
     EXPECT_EQ(after.substr(after.find("[Set-top Box]")), before.substr(before.find("[Set-top Box]")));
 }
 
-TEST_F(BrowserTest, NewAndEditOpenTheFormAndRefreshOnSave) {
+TEST_F(BrowserTest, NewAndEditOpenTheFormAndSelectTheSavedDevice) {
     Select("Recorded");
-    browser.FileNew();
+    browser.FileNew(); // cancelled
     Select("Sony TV");
     formResult = true;
     browser.Edit();
-    EXPECT_EQ(formCalls, (std::vector<bool>{false, true}));
+    EXPECT_EQ(store.currentDevice, "Sony TV");
+
+    // A form that inserts a device ahead of [X10] and leaves it current.
+    Select("Recorded");
+    onForm = [this] {
+        store.Insert("[Tuner]\r\n# FM tuner\r\nGPROTO=0\r\nSENDPLS=550\r\nREPEAT=50\r\nBITG= 1\r\nBIT0= 10\r\n"
+                     "BIT1= 1000\r\nGREPEAT=1\r\n",
+                     store.Find("[X10]") - 5);
+        store.SaveConfiguration();
+        store.currentDevice = "Tuner";
+    };
+    browser.FileNew();
+    EXPECT_EQ(formCalls, (std::vector<bool>{false, true, false}));
+    EXPECT_EQ(view.currentText("Protocol"), "Tuner");
+    EXPECT_EQ(view.items("SendCmd"), std::vector<std::string>{"EMPTY"});
+    EXPECT_NE(dir.read("telvorin.cfg").find("PROTOCOL= 3\r\n"), std::string::npos);
 }
 
 TEST_F(BrowserTest, DeleteAsksAndRemovesOnYesOnly) {
