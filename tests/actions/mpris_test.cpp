@@ -102,7 +102,7 @@ TEST(MprisPlayer, WordsChangeWhatThePlayerReports) {
     EXPECT_EQ(run("GETNAME"), "two");
     EXPECT_EQ(run("PREV").substr(0, 6), "(<<)  ");
     EXPECT_TRUE(playing("one.wav"));
-    EXPECT_EQ(winamp.SongLen(), 30);
+    EXPECT_TRUE(Eventually([&] { return winamp.SongLen() == 30; })); // known once the file is open
 
     Shell("dbus-send --print-reply --dest=org.mpris.MediaPlayer2.mpv /org/mpris/MediaPlayer2 "
         "org.freedesktop.DBus.Properties.Set string:org.mpris.MediaPlayer2.Player string:Volume variant:double:0.5");
