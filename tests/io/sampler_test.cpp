@@ -101,30 +101,39 @@ TEST(Sampler, FramesOfEachProtocolComeBackAsTheirCode) {
 }
 
 TEST(Sampler, StopsSoonAfterTheLastCarrierAndLeavesTheRestZero) {
-    ProtocolHeader h = HeaderFromPreset(kProtoNec);
-    h.repeat = 0; // one sequence, no repeats
-    const std::string bits = "00100000110111110001000011101111";
-    const std::string frame = Encode(bits, h);
+    ProtocolHeader nec = HeaderFromPreset(kProtoNec);
+    nec.repeat = 0; // one sequence, no repeats
+    const std::string necBits = "00100000110111110001000011101111";
+    const std::string necFrame = Encode(necBits, nec);
+    // RC5's encoder leaves 150 units between sequences; the first two of them.
+    const std::string rc5Bits = "11010110001101";
+    std::string rc5Code = "G" + rc5Bits;
+    bool toggle = false;
+    const std::string rc5Pair = EncodeCommand(rc5Code, HeaderFromPreset(kProtoRc5), toggle).substr(0, 220);
     struct Case {
         const char* name;
         std::string cells;
+        double cellUs;
+        std::string bits;
         double stopsAfterMs; // silence behind the last carrier
     };
     // One frame may yet be followed by the second that RC5 needs: 140 ms. Two frames are
     // enough: 35 ms. Both far below the 264 ms of a full buffer.
     const Case cases[] = {
-        {"one frame", frame, 140.0},
-        {"two frames", frame + std::string(60, '0') + frame, 35.0},
+        {"one frame", necFrame, 550, necBits, 140.0},
+        {"two frames", necFrame + std::string(60, '0') + necFrame, 550, necBits, 35.0},
+        {"rc5 pair", rc5Pair, 850, rc5Code.substr(1), 35.0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         Rig rig(StandardReceiver());
-        Waveform& w = rig.transmit(c.cells, h.sendpls, 1000);
+        Waveform& w = rig.transmit(c.cells, c.cellUs, 1000);
         std::vector<std::uint8_t> buffer(600, 0);
         ASSERT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOff, false), 1);
-        const double afterEndMs = static_cast<double>(rig.clock.nowNs() - w.endNs()) / 1e6;
-        EXPECT_NEAR(afterEndMs, c.stopsAfterMs, 0.2);
-        EXPECT_EQ(ExtractFrame(buffer).frame, bits);
+        const std::int64_t lastCarrier =
+            w.startNs + static_cast<std::int64_t>((c.cells.find_last_of('1') + 1) * c.cellUs * 1000);
+        EXPECT_NEAR(static_cast<double>(rig.clock.nowNs() - lastCarrier) / 1e6, c.stopsAfterMs, 0.2);
+        EXPECT_EQ(ExtractFrame(buffer).frame, c.bits);
         // Nothing is written behind the stop.
         const std::size_t stopByte = static_cast<std::size_t>((rig.clock.nowNs() - w.startNs) / 55'000 / 8) + 1;
         ASSERT_LT(stopByte, buffer.size());

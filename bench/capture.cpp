@@ -1,0 +1,220 @@
+// The capture library's sampler on this machine, in real time:
+//  1. sample-period error and jitter (a simulated line that timestamps every look);
+//  2. CPU time while the real library waits for a first edge on an idle pseudo-terminal;
+//  3. time from a frame's end to the capture call's return, against a full buffer.
+
+#include "io/capture_library.h"
+#include "ir/analysis.h"
+#include "ir/codec.h"
+#include "ir/protocols.h"
+#include "serpulse/pulse_engine.h"
+#include "serpulse/system_line.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <fcntl.h>
+#include <pty.h>
+#include <string>
+#include <sys/resource.h>
+#include <termios.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace quenix;
+
+namespace {
+
+serpulse::SystemTimebase gTime;
+
+double CpuSeconds() {
+    rusage u{};
+    ::getrusage(RUSAGE_SELF, &u);
+    return static_cast<double>(u.ru_utime.tv_sec + u.ru_stime.tv_sec) +
+           static_cast<double>(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
+}
+
+// A receiver line that plays cells in real time (standard receiver: DCD off during carrier)
+// and notes when it was looked at.
+class PlayedLine final : public serpulse::Line {
+public:
+    PlayedLine(std::string cells, double cellUs, std::int64_t startNs)
+        : cells_(std::move(cells)), cellNs_(cellUs * 1000), start_(startNs) {}
+    bool dcd() override {
+        std::int64_t now = gTime.nowNs();
+        looks.push_back(now);
+        if (now < start_) return true;
+        auto k = static_cast<std::size_t>(static_cast<double>(now - start_) / cellNs_);
+        return !(k < cells_.size() && cells_[k] == '1');
+    }
+    void setDtr(bool) override {}
+    bool write(const std::uint8_t*, std::size_t) override { return true; }
+    void drain() override {}
+    std::int64_t endNs() const { return start_ + static_cast<std::int64_t>(static_cast<double>(cells_.size()) * cellNs_); }
+    std::int64_t lastCarrierEndNs() const {
+        std::size_t last = cells_.find_last_of('1');
+        return start_ + static_cast<std::int64_t>(static_cast<double>(last + 1) * cellNs_);
+    }
+    std::vector<std::int64_t> looks;
+
+private:
+    std::string cells_;
+    double cellNs_;
+    std::int64_t start_;
+};
+
+void SamplePeriod() {
+    std::printf("1. Sample period (600-byte capture of a 5.5 ms square wave, every look timestamped)\n");
+    std::printf("   %-9s %-10s %-10s %-10s %-12s %-14s %-10s\n", "PROCDELAY", "nominal", "mean", "error",
+                "jitter(sd)", "max |t-ideal|", "p99");
+    std::string square;
+    for (int i = 0; i < 80; ++i) square += "1111100000";
+    for (int delay : {0, 20, 40, 70}) {
+        const double nominal = static_cast<double>(serpulse::SamplePeriodNs(delay)) / 1000.0;
+        PlayedLine line(square, 550, gTime.nowNs());
+        serpulse::Sampler sampler(line, gTime);
+        std::vector<std::uint8_t> buffer(600, 0);
+        serpulse::Sampler::Request r;
+        r.buffer = buffer.data();
+        r.length = 600;
+        r.procDelay = delay;
+        r.acceptMarkAtStart = true;
+        sampler.capture(r);
+        // The first look found the carrier; the next 4800 are the samples.
+        std::vector<std::int64_t> t(line.looks.begin() + 1, line.looks.end());
+        double sum = 0, sum2 = 0;
+        for (std::size_t i = 1; i < t.size(); ++i) {
+            double d = static_cast<double>(t[i] - t[i - 1]) / 1000.0;
+            sum += d;
+            sum2 += d * d;
+        }
+        const double n = static_cast<double>(t.size() - 1);
+        const double mean = sum / n;
+        const double sd = std::sqrt(std::max(0.0, sum2 / n - mean * mean));
+        std::vector<double> off;
+        for (std::size_t i = 0; i < t.size(); ++i)
+            off.push_back(std::fabs(static_cast<double>(t[i] - t[0]) / 1000.0 - static_cast<double>(i) * nominal));
+        std::sort(off.begin(), off.end());
+        std::printf("   %-9d %-10.2f %-10.3f %-10.3f %-12.3f %-14.2f %-10.2f  (us, %zu samples)\n", delay, nominal, mean,
+                    mean - nominal, sd, off.back(), off[off.size() * 99 / 100], t.size());
+    }
+}
+
+void IdleCpu() {
+    std::printf("\n2. CPU time while waiting for a first edge (the real library, an idle pseudo-terminal)\n");
+    int master = -1, slave = -1;
+    if (::openpty(&master, &slave, nullptr, nullptr, nullptr) != 0) {
+        std::printf("   no pseudo-terminal\n");
+        return;
+    }
+    char exe[PATH_MAX] = {};
+    ssize_t len = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
+    std::string folder = std::string(exe, static_cast<std::size_t>(std::max<ssize_t>(len, 0)));
+    folder = folder.substr(0, folder.rfind('/')) + "/../bin";
+    auto library = MakeCaptureLibrary(folder);
+    if (!library->SetHandle(slave)) {
+        std::printf("   %s\n", library->error().c_str());
+        return;
+    }
+    std::vector<std::uint8_t> buffer(600, 0);
+
+    double wall0 = static_cast<double>(gTime.nowNs()) / 1e9, cpu0 = CpuSeconds();
+    auto got = library->IRRecord(buffer.data(), 20, 600);
+    double wall = static_cast<double>(gTime.nowNs()) / 1e9 - wall0, cpu = CpuSeconds() - cpu0;
+    std::printf("   IRRecord, no signal:     returned %d after %.3f s, CPU %.3f s (%.2f %% of one core)\n",
+                got.value_or(-1), wall, cpu, 100 * cpu / wall);
+
+    wall0 = static_cast<double>(gTime.nowNs()) / 1e9;
+    cpu0 = CpuSeconds();
+    int calls = 0;
+    while (static_cast<double>(gTime.nowNs()) / 1e9 - wall0 < 2.0) {
+        library->IRMonitor(buffer.data(), 20);
+        ++calls;
+    }
+    wall = static_cast<double>(gTime.nowNs()) / 1e9 - wall0;
+    cpu = CpuSeconds() - cpu0;
+    std::printf("   IRMonitor, no signal:    %d calls in %.3f s, CPU %.3f s (%.2f %% of one core)\n", calls, wall, cpu,
+                100 * cpu / wall);
+    // The floor: the same number of bare 1 ms sleeps, nothing looked at.
+    wall0 = static_cast<double>(gTime.nowNs()) / 1e9;
+    cpu0 = CpuSeconds();
+    for (int i = 0; i < 2000; ++i) gTime.sleepNs(1'000'000);
+    wall = static_cast<double>(gTime.nowNs()) / 1e9 - wall0;
+    cpu = CpuSeconds() - cpu0;
+    std::printf("   bare 1 ms sleeps:        2000 in %.3f s, CPU %.3f s (%.2f %% of one core)\n", wall, cpu,
+                100 * cpu / wall);
+    library->SetHandle(0);
+    ::close(master);
+    ::close(slave);
+}
+
+std::string Encode(int protocol, const std::string& bits, int repeat) {
+    ProtocolHeader h = HeaderFromPreset(protocol);
+    if (repeat >= 0) h.repeat = repeat;
+    std::string code = "G" + bits;
+    bool toggle = false;
+    return EncodeCommand(code, h, toggle);
+}
+
+void FrameEndToReturn() {
+    std::printf("\n3. From the last carrier to the capture's return (PROCDELAY 20: 55 us, full buffer 264 ms)\n");
+    std::printf("   %-34s %-10s %-16s %-18s %-10s %-8s\n", "signal", "ms", "return after ms", "full buffer after",
+                "CPU ms", "decoded");
+    std::printf("   (medians of 5 trials; a trial decodes when the monitor path finds the frame sent)\n");
+    const std::string nec = "00100000110111110001000011101111";
+    const std::string necFrame = Encode(kProtoNec, nec, 0);
+    struct Case {
+        const char* name;
+        std::string cells;
+        double cellUs;
+        std::string bits;
+    };
+    const Case cases[] = {
+        {"NEC frame alone", necFrame, 550, nec},
+        {"NEC frame + repeat burst", necFrame + std::string(72, '0') + "111111111111111100001", 550, nec},
+        {"SONY 12 bit, 5 sequences (encoder)", Encode(kProtoSony, "101010010000", -1), 550, "101010010000"},
+        {"RC5, 2 frames (encoder gap)", Encode(kProtoRc5, "11010110001101", -1).substr(0, 220), 850, ""},
+    };
+    constexpr int kTrials = 5;
+    for (const Case& c : cases) {
+        std::vector<double> after, cpu;
+        int decoded = 0;
+        double signalMs = 0;
+        for (int trial = 0; trial < kTrials; ++trial) {
+            const std::int64_t start = gTime.nowNs() + 2'000'000;
+            PlayedLine line(c.cells, c.cellUs, start);
+            serpulse::Sampler sampler(line, gTime);
+            std::vector<std::uint8_t> buffer(600, 0);
+            serpulse::Sampler::Request r;
+            r.buffer = buffer.data();
+            r.length = 600;
+            r.procDelay = 20;
+            const double cpu0 = CpuSeconds();
+            const int ok = sampler.capture(r);
+            const std::int64_t returned = gTime.nowNs();
+            cpu.push_back((CpuSeconds() - cpu0) * 1000);
+            signalMs = static_cast<double>(line.lastCarrierEndNs() - start) / 1e6;
+            after.push_back(static_cast<double>(returned - line.lastCarrierEndNs()) / 1e6);
+            MonitorFrame f = ExtractFrame(buffer);
+            if (ok && !f.frame.empty() && (c.bits.empty() || f.frame == c.bits)) ++decoded;
+        }
+        std::sort(after.begin(), after.end());
+        std::sort(cpu.begin(), cpu.end());
+        const double fullMs = 4800 * 0.055 - signalMs;
+        char full[32];
+        if (fullMs > 0) std::snprintf(full, sizeof full, "%.0f ms", fullMs);
+        else std::snprintf(full, sizeof full, "(fills it)");
+        std::printf("   %-34s %-10.0f %-16.1f %-18s %-10.0f %d/%d\n", c.name, signalMs, after[kTrials / 2], full,
+                    cpu[kTrials / 2], decoded, kTrials);
+    }
+}
+
+} // namespace
+
+int main() {
+    SamplePeriod();
+    IdleCpu();
+    FrameEndToReturn();
+    return 0;
+}
