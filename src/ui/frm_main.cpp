@@ -1,5 +1,7 @@
 #include "ui/frm_main.h"
 
+#include "ui/frm_x10_config.h"
+
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
@@ -461,6 +463,12 @@ void FrmMain::wireReceiver(Io io) {
     connect(findChild<QComboBox*>("ComList"), &QComboBox::activated, this, [rc] { rc->onComListClick(); });
     connect(findChild<QCheckBox*>("TxDCheckBox"), &QCheckBox::clicked, this, [rc] { rc->onTxDCheckBox(); });
     connect(irda, &QCheckBox::clicked, this, [rc] { rc->onIrDACheckBox(); });
+
+    // The X10 window decides X10ENA; the check mark shows what it saved.
+    connect(action("X10ConfMenu"), &QAction::triggered, this, [this, port] {
+        ShowX10ConfigForm(ctx_, *port, view_, this);
+        view_.setChecked("X10ConfMenu", ctx_.settings().x10Ena);
+    });
 
     MainController::Hooks& hooks = main_->hooks();
     hooks.applyInterface = [rc] {
