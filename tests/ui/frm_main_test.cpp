@@ -134,33 +134,6 @@ TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
     EXPECT_TRUE(rig.find("RecordPanel")->isVisible());
 }
 
-TEST(FrmMain, SelectionSurvivesARestart) {
-    std::string saved;
-    {
-        WindowRig rig;
-        ASSERT_TRUE(rig.window->startUp());
-        rig.window->show();
-        rig.clickRow("Protocol", "Philips Amp");
-        saved = rig.dir.read("telvorin.cfg");
-    }
-    WindowRig rig;
-    rig.dir.write("telvorin.cfg", saved);
-    ASSERT_TRUE(rig.window->startUp());
-    EXPECT_EQ(rig.find<QListWidget>("Protocol")->currentItem()->text(), "Philips Amp");
-    EXPECT_EQ(rig.find<QListWidget>("SendCmd")->item(0)->text(), "Standby");
-}
-
-TEST(FrmMain, DeleteDeviceAfterTheQuestion) {
-    WindowRig rig;
-    ASSERT_TRUE(rig.window->startUp());
-    rig.window->show();
-    rig.clickRow("Protocol", "Sony TV");
-    rig.fakeDialogs.answers = {MsgAnswer::Yes};
-    rig.window->action("ProtoDeleteMenu")->trigger();
-    EXPECT_TRUE(rig.find<QListWidget>("Protocol")->findItems("Sony TV", Qt::MatchExactly).isEmpty());
-    EXPECT_EQ(rig.dir.read("telvorin.cfg").find("[Sony TV]"), std::string::npos);
-}
-
 TEST(FrmMain, ExitSavesAndRemovesTheTrayIcon) {
     WindowRig rig;
     ASSERT_TRUE(rig.window->startUp());
