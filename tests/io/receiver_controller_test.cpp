@@ -9,22 +9,6 @@
 namespace quenix::testing {
 namespace {
 
-// Records what the controller hands the capture library.
-class RecordingLibrary final : public CaptureLibrary {
-public:
-    std::optional<std::int32_t> SetHandle(PortHandle h) override {
-        handles.push_back(h);
-        return 1;
-    }
-    std::optional<std::int32_t> IRRecord(std::uint8_t*, int, int) override { return 0; }
-    std::optional<std::int32_t> IRRecordN(std::uint8_t*, int, int) override { return 0; }
-    std::optional<std::int32_t> IRMonitor(std::uint8_t*, int) override { return 0; }
-    std::optional<std::int32_t> IRMonitorN(std::uint8_t*, int) override { return 0; }
-    std::optional<std::int32_t> IRSend(const std::uint8_t*, int, int, int) override { return 0; }
-    std::string error() const override { return {}; }
-    std::vector<PortHandle> handles;
-};
-
 class ReceiverTest : public ::testing::Test {
 protected:
     ReceiverTest() : store(folder.str()), ctx(store, clock, dialogs, beeper) {
@@ -56,7 +40,7 @@ protected:
     FakeView view;
     SimSerialDriver driver{clock};
     SerialPort port{driver};
-    RecordingLibrary library;
+    FakeCaptureLibrary library;
     ReceiverController controller{ctx, view, port, library};
 };
 

@@ -42,50 +42,5 @@ TEST_F(SerialPortTest, ConfiguringWritesSpeedBitsAndBinaryOnlyAndDropsTheLines) 
     EXPECT_FALSE(port.ConfigureComPort(9600, 8, h)); // the driver refuses a closed handle
 }
 
-TEST_F(SerialPortTest, LineControlUsesTheEscapeFunctions) {
-    struct Case {
-        void (SerialPort::*op)(PortHandle, bool);
-        bool on;
-        const char* line;
-    };
-    const Case cases[] = {{&SerialPort::SetDTR, true, "DTR"},      {&SerialPort::SetDTR, false, "DTR"},
-                          {&SerialPort::SetRTS, true, "RTS"},      {&SerialPort::SetRTS, false, "RTS"},
-                          {&SerialPort::SetTxDBreak, true, "BRK"}, {&SerialPort::SetTxDBreak, false, "BRK"}};
-    for (const Case& c : cases) {
-        (port.*c.op)(h, c.on);
-        ASSERT_FALSE(com1().changes.empty());
-        EXPECT_EQ(com1().changes.back().line, c.line);
-        EXPECT_EQ(com1().changes.back().on, c.on);
-    }
-    std::size_t before = com1().changes.size();
-    port.SetDTR(kNoPort, true);
-    EXPECT_EQ(com1().changes.size(), before);
-}
-
-TEST_F(SerialPortTest, ModemBitsAreReadOnePerLine) {
-    struct Case {
-        std::uint32_t inputs;
-        bool cts, dsr, dcd;
-    };
-    for (Case c : {Case{0, false, false, false}, Case{kModemCtsOn, true, false, false},
-                   Case{kModemDsrOn, false, true, false}, Case{kModemDcdOn, false, false, true},
-                   Case{kModemRingOn, false, false, false}}) {
-        com1().inputs = c.inputs;
-        EXPECT_EQ(port.IsCTSOn(h), c.cts) << c.inputs;
-        EXPECT_EQ(port.IsDSROn(h), c.dsr) << c.inputs;
-        EXPECT_EQ(port.IsDCDOn(h), c.dcd) << c.inputs;
-    }
-}
-
-TEST_F(SerialPortTest, TransfersStopAtAHundredBytes) {
-    EXPECT_TRUE(port.WriteComPort(std::string(150, 'x'), h));
-    EXPECT_EQ(com1().tx.size(), 100u);
-    com1().rx = std::string(250, 'y');
-    EXPECT_EQ(port.ReadComPort(h).size(), 100u);
-    EXPECT_EQ(port.ReadComPort(h).size(), 100u);
-    EXPECT_EQ(port.ReadComPort(h).size(), 50u);
-    EXPECT_EQ(port.ReadComPort(h), "");
-}
-
 } // namespace
 } // namespace quenix::testing

@@ -187,4 +187,46 @@ void IRManPeer::poll(SimPort& port, std::int64_t nowNs) {
     }
 }
 
+bool FakeCaptureLibrary::reachable() {
+    error_ = missing ? "libserpulse.so: cannot open shared object file: No such file or directory" : "";
+    return !missing;
+}
+
+std::optional<std::int32_t> FakeCaptureLibrary::SetHandle(PortHandle h) {
+    if (!reachable()) return std::nullopt;
+    handles.push_back(h);
+    return 1;
+}
+
+std::optional<std::int32_t> FakeCaptureLibrary::capture(const char* entry, std::uint8_t* buffer, int procDelay,
+                                                        int length) {
+    if (!reachable()) return std::nullopt;
+    captureCalls.push_back({entry, procDelay, length});
+    if (captures.empty()) return 0;
+    std::vector<std::uint8_t> next = std::move(captures.front());
+    captures.pop_front();
+    std::copy_n(next.begin(), std::min(next.size(), static_cast<std::size_t>(std::max(length, 0))), buffer);
+    return 1;
+}
+
+std::optional<std::int32_t> FakeCaptureLibrary::IRRecord(std::uint8_t* buffer, int procDelay, int length) {
+    return capture("IRRecord", buffer, procDelay, length);
+}
+std::optional<std::int32_t> FakeCaptureLibrary::IRRecordN(std::uint8_t* buffer, int procDelay, int length) {
+    return capture("IRRecordN", buffer, procDelay, length);
+}
+std::optional<std::int32_t> FakeCaptureLibrary::IRMonitor(std::uint8_t* buffer, int procDelay) {
+    return capture("IRMonitor", buffer, procDelay, 600);
+}
+std::optional<std::int32_t> FakeCaptureLibrary::IRMonitorN(std::uint8_t* buffer, int procDelay) {
+    return capture("IRMonitorN", buffer, procDelay, 600);
+}
+
+std::optional<std::int32_t> FakeCaptureLibrary::IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
+                                                       int txdMode) {
+    if (!reachable()) return std::nullopt;
+    sends.push_back({std::vector<std::uint8_t>(buffer, buffer + std::max(byteCount, 0)), pulseLength, txdMode});
+    return 1;
+}
+
 } // namespace quenix::testing

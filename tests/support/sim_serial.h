@@ -5,6 +5,7 @@
 // and the capture library (nanoseconds).
 
 #include "core/clock.h"
+#include "io/capture_library.h"
 #include "io/serial_port.h"
 #include "serpulse/pulse_engine.h"
 
@@ -12,6 +13,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -154,6 +156,45 @@ private:
     std::string heard_;
     std::int64_t replyAt_ = -1;
     std::size_t looks_ = 0;
+};
+
+// A capture library that records what it is handed and answers captures from a script.
+// With `missing` set, every call fails the way an absent library does.
+class FakeCaptureLibrary final : public CaptureLibrary {
+public:
+    struct Send {
+        std::vector<std::uint8_t> bytes;
+        int pulseLength;
+        int txdMode;
+    };
+    struct Capture {
+        std::string entry; // "IRRecord", "IRRecordN", "IRMonitor", "IRMonitorN"
+        int procDelay;
+        int length;
+    };
+
+    std::optional<std::int32_t> SetHandle(PortHandle h) override;
+    std::optional<std::int32_t> IRRecord(std::uint8_t* buffer, int procDelay, int length) override;
+    std::optional<std::int32_t> IRRecordN(std::uint8_t* buffer, int procDelay, int length) override;
+    std::optional<std::int32_t> IRMonitor(std::uint8_t* buffer, int procDelay) override;
+    std::optional<std::int32_t> IRMonitorN(std::uint8_t* buffer, int procDelay) override;
+    std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
+                                       int txdMode) override;
+    std::string error() const override { return error_; }
+
+    // Each capture call takes the next one (copied into the caller's buffer, result 1); an
+    // empty script answers 0 with the buffer untouched.
+    std::deque<std::vector<std::uint8_t>> captures;
+    bool missing = false;
+
+    std::vector<PortHandle> handles;
+    std::vector<Capture> captureCalls;
+    std::vector<Send> sends;
+
+private:
+    std::optional<std::int32_t> capture(const char* entry, std::uint8_t* buffer, int procDelay, int length);
+    bool reachable();
+    std::string error_;
 };
 
 } // namespace quenix::testing
