@@ -91,6 +91,8 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
 
     auto* status = Named(new QStatusBar(this), "StatusBar", "Status");
     setStatusBar(status);
+    // The compact window can cut a long message; its tooltip keeps the whole text.
+    connect(status, &QStatusBar::messageChanged, status, [status](const QString& m) { status->setToolTip(m); });
 
     buildTray();
     buildTimers();
@@ -503,7 +505,9 @@ void FrmMain::setCompactLayout(bool compact) {
         setMinimumSize(0, 0);
         centralWidget()->adjustSize();
         QSize hint = sizeHint();
-        resize(hint.width(), qMax(hint.height(), 420));
+        // Wide enough for a device description in the status bar.
+        const int width = qMax(hint.width(), fontMetrics().averageCharWidth() * 56);
+        resize(width, qMax(hint.height(), 420));
     } else if (fullSize_.isValid()) {
         resize(fullSize_);
     }
