@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <termios.h>
+#include <unistd.h>
 
 namespace quenix::testing {
 namespace {
@@ -47,6 +49,19 @@ TEST_F(SerialPtyTest, AHundredByteWriteArrivesWholeAndBytesStayRaw) {
 
     pty.send("\r\n\x03\x7f");
     EXPECT_EQ(port.ReadComPort(h), "\r\n\x03\x7f");
+    port.CloseHandle(h);
+}
+
+TEST_F(SerialPtyTest, AWriteThatCannotFinishStillReportsSuccess) {
+    PortHandle h = port.OpenComPort(3);
+    ASSERT_TRUE(port.ConfigureComPort(9600, 8, h));
+    // Nobody reads the far end: fill the line until it takes no more.
+    const std::string block(4096, 'z');
+    while (::write(static_cast<int>(h), block.data(), block.size()) > 0) {
+    }
+    ASSERT_EQ(errno, EAGAIN);
+    // The write gives up after its time-out (1 ms a byte plus 10 ms) and says it went well.
+    EXPECT_TRUE(port.WriteComPort(std::string(100, 'q'), h));
     port.CloseHandle(h);
 }
 
