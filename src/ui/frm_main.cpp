@@ -430,6 +430,22 @@ void FrmMain::wire() {
         activateWindow();
     });
     connect(findChild<QPushButton*>("MinButton"), &QPushButton::clicked, this, [this] { main_->MinButton(); });
+
+    // Recording, sending, calibration, monitoring and the phone remote arrive with their own
+    // controllers; until then their controls say so instead of doing nothing. Whoever wires one
+    // takes it off these lists.
+    const QString later = "This function is not available in this version yet.";
+    for (const char* name : {"RecButton", "SendButton", "SaveCmdButton", "DeleteCmdButton", "GExt", "Gshr", "GReset"})
+        connect(findChild<QPushButton*>(name), &QPushButton::clicked, this, [this, later] { view_.setStatus(later.toStdString()); });
+    for (const char* name : {"CalibrationMenu", "MenuProcDelay", "MonitoringStartMenu", "MonitoringStopMenu",
+                             "RestartMonMenu", "MonitorConfigureMenu", "BluetoothConfigMenu", "mnuStartMonitor",
+                             "mnuStopMonitor", "mnuRestartMonitor"}) {
+        QAction* a = action(name);
+        connect(a, &QAction::triggered, this, [this, a, later] {
+            if (a->isCheckable()) a->setChecked(!a->isChecked()); // nothing changed
+            view_.setStatus(later.toStdString());
+        });
+    }
     connect(tray_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::DoubleClick || reason == QSystemTrayIcon::Trigger) {
             showNormal();
