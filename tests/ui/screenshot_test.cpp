@@ -5,6 +5,7 @@
 #include "ui/qt_dialogs.h"
 
 #include <QDir>
+#include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
@@ -65,6 +66,18 @@ TEST_F(Screens, MainWindowFullAndCompact) {
     QTest::mouseClick(rig.find<QPushButton>("MinButton"), Qt::LeftButton);
     EXPECT_EQ(rig.window->windowTitle().toStdString(), "KPL Send Mgr v" + rig.store.version());
     save(rig.window.get(), "main_compact");
+}
+
+TEST_F(Screens, StartUpProgressWindow) {
+    WindowRig rig;
+    FrmWaitToStart* wait = rig.window->waitWindow();
+    QtView view(wait);
+    view.setVisible("frmWaitToStart", true);
+    view.setText("WaitText", "Initialize Infrared OUT...");
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(wait));
+    save(wait, "wait_to_start");
+    EXPECT_GE(wait->findChild<QLabel*>("WaitText")->width(),
+              wait->findChild<QLabel*>("WaitText")->sizeHint().width());
 }
 
 TEST_F(Screens, TrayIconAndMenu) {
