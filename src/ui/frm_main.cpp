@@ -21,7 +21,6 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QSplitter>
 #include <QStatusBar>
 #include <QSystemTrayIcon>
 #include <QTimer>
