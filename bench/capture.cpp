@@ -65,9 +65,9 @@ private:
 };
 
 void SamplePeriod() {
-    std::printf("1. Sample period (600-byte capture of a 5.5 ms square wave, every look timestamped)\n");
-    std::printf("   %-9s %-10s %-10s %-10s %-12s %-14s %-10s\n", "PROCDELAY", "nominal", "mean", "error",
-                "jitter(sd)", "max |t-ideal|", "p99");
+    std::printf("1. Sample period (600-byte capture of a 5.5 ms square wave, every look timestamped; us)\n");
+    std::printf("   %-9s %-10s %-10s %-10s %-12s %-10s %-10s %s\n", "PROCDELAY", "period", "mean", "error",
+                "jitter(sd)", "p99 late", "max late", "missed (filled in)");
     std::string square;
     for (int i = 0; i < 80; ++i) square += "1111100000";
     for (int delay : {0, 20, 40, 70}) {
@@ -81,23 +81,30 @@ void SamplePeriod() {
         r.procDelay = delay;
         r.acceptMarkAtStart = true;
         sampler.capture(r);
-        // The first look found the carrier; the next 4800 are the samples.
+        // The first look found the carrier; every later look is a sample taken at its
+        // scheduled time, or late (the samples it missed are then filled in, not looked at).
         std::vector<std::int64_t> t(line.looks.begin() + 1, line.looks.end());
-        double sum = 0, sum2 = 0;
-        for (std::size_t i = 1; i < t.size(); ++i) {
-            double d = static_cast<double>(t[i] - t[i - 1]) / 1000.0;
-            sum += d;
-            sum2 += d * d;
+        const double p = nominal * 1000;
+        std::vector<double> lateness; // us behind the sample's scheduled time
+        for (std::int64_t look : t) {
+            double k = std::floor(static_cast<double>(look - t[0]) / p);
+            double off = (static_cast<double>(look - t[0]) - k * p) / 1000.0;
+            lateness.push_back(off);
         }
-        const double n = static_cast<double>(t.size() - 1);
+        double sum = 0, sum2 = 0;
+        for (double v : lateness) {
+            sum += v;
+            sum2 += v * v;
+        }
+        const double n = static_cast<double>(lateness.size());
         const double mean = sum / n;
         const double sd = std::sqrt(std::max(0.0, sum2 / n - mean * mean));
-        std::vector<double> off;
-        for (std::size_t i = 0; i < t.size(); ++i)
-            off.push_back(std::fabs(static_cast<double>(t[i] - t[0]) / 1000.0 - static_cast<double>(i) * nominal));
-        std::sort(off.begin(), off.end());
-        std::printf("   %-9d %-10.2f %-10.3f %-10.3f %-12.3f %-14.2f %-10.2f  (us, %zu samples)\n", delay, nominal, mean,
-                    mean - nominal, sd, off.back(), off[off.size() * 99 / 100], t.size());
+        const double span = static_cast<double>(t.back() - t[0]) / 1000.0;
+        const double samples = std::floor(span / nominal) + 1;
+        std::sort(lateness.begin(), lateness.end());
+        std::printf("   %-9d %-10.2f %-10.3f %-10.3f %-12.3f %-10.2f %-10.2f %.0f of %.0f\n", delay, nominal,
+                    span / (samples - 1), span / (samples - 1) - nominal, sd, lateness[lateness.size() * 99 / 100],
+                    lateness.back(), samples - n, samples);
     }
 }
 

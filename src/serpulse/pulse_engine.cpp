@@ -50,14 +50,36 @@ int Sampler::capture(const Request& r) {
     int lastMark = -1;
     int markRun = 0;
     int frames = 0;
+    // A process can be kept from the processor for milliseconds. The samples it missed meanwhile
+    // are split at the middle of the gap between the last look in time and the late one: the
+    // older half keeps the level seen before, the newer half the level seen late, so a single
+    // edge in the gap lands within half the gap instead of at its end.
+    bool seenLevel = true; // the line was active when sampling began
+    std::int64_t seenAt = detected;
+    int lateUntil = -1;
+    bool levelBefore = true, levelAfter = true;
+    std::int64_t split = 0;
     for (int i = 0; i < total; ++i) {
         const std::int64_t t = start + static_cast<std::int64_t>(i) * period;
         bool s;
         if (t < detected) {
             s = true; // between the estimated edge and its detection the line was active
+        } else if (i <= lateUntil) {
+            s = t < split ? levelBefore : levelAfter;
         } else {
             time_.waitUntilNs(t);
-            s = mark(r.polarity);
+            const bool read = mark(r.polarity);
+            const std::int64_t now = time_.nowNs();
+            s = read;
+            if (now - t > period) {
+                lateUntil = static_cast<int>((now - start) / period);
+                levelBefore = seenLevel;
+                levelAfter = read;
+                split = seenAt + (now - seenAt) / 2;
+                s = t < split ? levelBefore : levelAfter;
+            }
+            seenLevel = read;
+            seenAt = now;
         }
         if (s) {
             if (lastMark < 0 || i - lastMark > frameGap) ++frames;

@@ -192,6 +192,45 @@ TEST(Sampler, AMonitorCallTakesACarrierAlreadyUnderWay) {
     EXPECT_EQ(ExtractFrame(buffer).frame, "101010010000");
 }
 
+// A time base that, once, keeps the sampler away for a while, as a descheduled process is.
+class StallingTime final : public serpulse::Timebase {
+public:
+    StallingTime(SimClock& clock, std::int64_t at, std::int64_t length) : clock_(clock), at_(at), length_(length) {}
+    std::int64_t nowNs() override { return clock_.nowNs(); }
+    void sleepNs(std::int64_t ns) override { clock_.sleepNs(ns); }
+    void waitUntilNs(std::int64_t t) override {
+        if (t >= at_ && length_ > 0) {
+            clock_.waitUntilNs(t + length_);
+            length_ = 0;
+        } else {
+            clock_.waitUntilNs(t);
+        }
+    }
+
+private:
+    SimClock& clock_;
+    std::int64_t at_, length_;
+};
+
+TEST(Sampler, AnEdgeMissedWhileAwayLandsInTheMiddleOfTheGap) {
+    Rig rig(StandardReceiver());
+    // 11 ms of carrier, then silence; the sampler is away from 10 to 12 ms.
+    Waveform& w = rig.transmit(std::string(20, '1') + std::string(20, '0') + "1", 550, 0);
+    rig.clock.sleepNs(1);
+    StallingTime away(rig.clock, w.startNs + 10'000'000, 2'000'000);
+    Sampler sampler(rig.line, away);
+    std::vector<std::uint8_t> buffer(600, 0);
+    Sampler::Request r;
+    r.buffer = buffer.data();
+    r.length = 600;
+    r.procDelay = 20;
+    r.acceptMarkAtStart = true;
+    ASSERT_EQ(sampler.capture(r), 1);
+    const std::string samples = UnpackSamples(buffer);
+    const auto firstSpace = samples.find('0');
+    EXPECT_NEAR(static_cast<double>(firstSpace), 11000.0 / 55, 2.0); // not 12 ms, where it was seen
+}
+
 // Calibration (learning) raises PROCDELAY from 0 while a SONY key is held and settles in the
 // middle between the first delay that measures the unit as 10 samples and the first that
 // measures 9. On this sampler that must land near 55 us a sample.
