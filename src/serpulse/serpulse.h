@@ -2,6 +2,19 @@
 
 // The capture and emission library. The program loads it at run time from its program
 // folder; these are its C entry points.
+//
+// Sampling: one sample every 45 us + 0.5 us x procDelay (procDelay clamped to 0..100), so
+// 55 us at procDelay 20; samples are paced by the monotonic clock. IRRecord and IRMonitor read
+// a receiver that pulls DCD off during carrier, the N variants one that raises it. A capture
+// starts on the first carrier and stops 35 ms after the last one once two frames are in, or
+// 140 ms after it with one frame; the rest of the buffer stays zero.
+//
+// Sending: DTR mode holds DTR on for each "1" cell (the transmitter adds its 38 kHz carrier).
+// TxD mode needs the port at 115200 baud, 6 data bits, one stop bit, and lights a transmitter
+// that shines while TxD is at space: each "1" cell is a run of 0x1B characters, three 8.7 us
+// pulses per 69.4 us character, 43.2 kHz on average at 37.5 % duty; each "0" cell a run of 0x3F
+// characters, whose lone start bit (14.4 kHz, 12.5 %) a 38 kHz receiver does not pass. Cell
+// edges fall on the nearest character, 69.4 us apart, without adding up.
 
 #include <stdint.h>
 
