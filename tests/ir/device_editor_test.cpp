@@ -247,21 +247,19 @@ TEST_F(DeviceEditorTest, FillFromRecording) {
 TEST_F(DeviceEditorTest, ChoosingAnEntryFillsItsPresets) {
     DeviceEditor editor(ctx, form, mainView);
     ASSERT_TRUE(editor.Open());
-    for (int index : {kProtoNec, kProtoSony, kProtoRc5, kProtoCustom, -1}) {
-        form.setCurrentIndex("GProtoIn", index);
-        editor.OnProtocolChanged();
-        const ProtocolPreset& p = PresetFor(index);
-        EXPECT_EQ(form.text("SendPlsIn"), p.sendpls);
-        EXPECT_EQ(form.text("RepeatIn"), p.repeat);
-        EXPECT_EQ(form.text("GRepeatIn"), p.grepeat);
-        EXPECT_EQ(form.text("BitGIn"), p.bitg);
-        EXPECT_EQ(form.text("Bit0In"), p.bit0);
-        EXPECT_EQ(form.text("Bit1In"), p.bit1);
-    }
+    form.setText("BitGIn", "typed");
     form.setCurrentIndex("GProtoIn", kProtoRc5);
     editor.OnProtocolChanged();
     EXPECT_EQ(form.text("SendPlsIn"), "850");
+    EXPECT_EQ(form.text("RepeatIn"), "150");
+    EXPECT_EQ(form.text("GRepeatIn"), "0");
     EXPECT_EQ(form.text("BitGIn"), "");
+    EXPECT_EQ(form.text("Bit0In"), "10");
+    EXPECT_EQ(form.text("Bit1In"), "01");
+    form.setCurrentIndex("GProtoIn", -1); // nothing selected reads as NEC
+    editor.OnProtocolChanged();
+    EXPECT_EQ(form.text("BitGIn"), "111111111111111100000000");
+    EXPECT_EQ(form.text("Bit1In"), "1000");
 }
 
 } // namespace
