@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace quenix::testing {
 namespace {
 
@@ -17,6 +19,7 @@ public:
     explicit IRManOnPty(const PtyPair& pty) : pty_(pty) {}
 
     void sleep(int ms) override {
+        sleeps.push_back(ms);
         heard += pty_.receive();
         if (replyAt_ < 0 && heard.find("IR") != std::string::npos && !answer.empty()) replyAt_ = now_ + delayMs;
         now_ += ms;
@@ -31,6 +34,7 @@ public:
     std::string answer;
     int delayMs = 0;
     std::string heard;
+    std::vector<int> sleeps;
 
 private:
     const PtyPair& pty_;
@@ -74,6 +78,12 @@ TEST_P(IRManPtyTest, HandshakeAcceptsOkWithinTwoSeconds) {
     controller.onIRManMenu();
 
     EXPECT_EQ(clock.heard, "IR");
+    // Power off 200 ms, on 500 ms, "I", 500 ms, "R", then polls of 100 ms: twenty at most.
+    ASSERT_GE(clock.sleeps.size(), 4u);
+    EXPECT_EQ(std::vector<int>(clock.sleeps.begin(), clock.sleeps.begin() + 3), (std::vector<int>{200, 500, 500}));
+    const std::vector<int> polls(clock.sleeps.begin() + 3, clock.sleeps.end());
+    EXPECT_EQ(std::count(polls.begin(), polls.end(), 100), static_cast<long>(polls.size()));
+    EXPECT_EQ(polls.size(), c.accepted ? static_cast<std::size_t>((c.delayMs + 99) / 100) : 20u);
     ASSERT_EQ(dialogs.messages.size(), 1u);
     EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
     if (c.accepted) {
