@@ -19,6 +19,7 @@ public:
 
     // Each call answers the library's result, or nullopt when the library could not be
     // called (error() then says why).
+    // kNoPort reaches the library as 0, its "port closed".
     virtual std::optional<std::int32_t> SetHandle(PortHandle handle) = 0;
     virtual std::optional<std::int32_t> IRRecord(std::uint8_t* buffer, int procDelay, int length) = 0;
     virtual std::optional<std::int32_t> IRRecordN(std::uint8_t* buffer, int procDelay, int length) = 0;
