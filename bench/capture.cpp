@@ -66,8 +66,8 @@ private:
 
 void SamplePeriod() {
     std::printf("1. Sample period (600-byte capture of a 5.5 ms square wave, every look timestamped; us)\n");
-    std::printf("   %-9s %-10s %-10s %-10s %-12s %-10s %-10s %s\n", "PROCDELAY", "period", "mean", "error",
-                "jitter(sd)", "p99 late", "max late", "missed (filled in)");
+    std::printf("   %-9s %-8s %-10s %-8s %-10s %-10s %-10s %s\n", "PROCDELAY", "period", "mean", "error",
+                "off(sd)", "|off| p50", "|off| p99", "missed (filled in)");
     std::string square;
     for (int i = 0; i < 80; ++i) square += "1111100000";
     for (int delay : {0, 20, 40, 70}) {
@@ -85,11 +85,10 @@ void SamplePeriod() {
         // scheduled time, or late (the samples it missed are then filled in, not looked at).
         std::vector<std::int64_t> t(line.looks.begin() + 1, line.looks.end());
         const double p = nominal * 1000;
-        std::vector<double> lateness; // us behind the sample's scheduled time
+        std::vector<double> lateness; // us off the nearest sample time
         for (std::int64_t look : t) {
-            double k = std::floor(static_cast<double>(look - t[0]) / p);
-            double off = (static_cast<double>(look - t[0]) - k * p) / 1000.0;
-            lateness.push_back(off);
+            const double d = static_cast<double>(look - t[0]);
+            lateness.push_back((d - std::round(d / p) * p) / 1000.0);
         }
         double sum = 0, sum2 = 0;
         for (double v : lateness) {
@@ -101,10 +100,10 @@ void SamplePeriod() {
         const double sd = std::sqrt(std::max(0.0, sum2 / n - mean * mean));
         const double span = static_cast<double>(t.back() - t[0]) / 1000.0;
         const double samples = std::floor(span / nominal) + 1;
-        std::sort(lateness.begin(), lateness.end());
-        std::printf("   %-9d %-10.2f %-10.3f %-10.3f %-12.3f %-10.2f %-10.2f %.0f of %.0f\n", delay, nominal,
-                    span / (samples - 1), span / (samples - 1) - nominal, sd, lateness[lateness.size() * 99 / 100],
-                    lateness.back(), samples - n, samples);
+        std::sort(lateness.begin(), lateness.end(), [](double a, double b) { return std::fabs(a) < std::fabs(b); });
+        std::printf("   %-9d %-8.2f %-10.3f %-8.3f %-10.3f %-10.2f %-10.2f %.0f of %.0f\n", delay, nominal,
+                    span / (samples - 1), span / (samples - 1) - nominal, sd, std::fabs(lateness[lateness.size() / 2]),
+                    std::fabs(lateness[lateness.size() * 99 / 100]), std::max(0.0, samples - n), samples);
     }
 }
 
