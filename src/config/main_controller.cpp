@@ -157,6 +157,10 @@ void MainController::About() {
 }
 
 void MainController::HelpContent() {
+    if (hooks_.openHelp) {
+        hooks_.openHelp();
+        return;
+    }
     Call(hooks_.openUrl, ctx_.config.folder() + "/help/index.html");
 }
 

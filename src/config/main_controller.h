@@ -30,6 +30,9 @@ public:
         std::function<void(PortHandle)> setCaptureHandle;
         // Opens a web address or a local file in the desktop's viewer.
         std::function<void(const std::string&)> openUrl;
+        // Opens the program's help where the platform has a viewer of its own; otherwise
+        // the HTML help in the program folder goes to openUrl.
+        std::function<void()> openHelp;
         // The tray icon file changed (a file name in the program folder).
         std::function<void(const std::string&)> iconChanged;
         // The window switched between the full and the compact layout.

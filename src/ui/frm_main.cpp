@@ -27,11 +27,10 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
-#if __has_include("ui/new_protocol_form.h")
 #include "ui/new_protocol_form.h"
-#define QUENIX_HAVE_DEVICE_FORM 1
+
 #include <QDialog>
-#endif
+#include <QProcess>
 
 namespace quenix {
 namespace {
@@ -97,9 +96,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     buildTimers();
 
     BrowserController::Hooks browserHooks;
-#ifdef QUENIX_HAVE_DEVICE_FORM
     browserHooks.deviceForm = [this] { return ShowNewProtocolForm(ctx_, view_, this) == QDialog::Accepted; };
-#endif
     browser_ = std::make_unique<BrowserController>(ctx_, view_, std::move(browserHooks));
 
     MainController::Hooks hooks;
@@ -107,6 +104,12 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
         QString t = Q(target);
         QDesktopServices::openUrl(t.contains("://") ? QUrl(t) : QUrl::fromLocalFile(t));
     };
+#ifdef Q_OS_WIN
+    // Windows users get the compiled help in the system's own viewer.
+    hooks.openHelp = [this] {
+        QProcess::startDetached("hh.exe", {"zvk.chm"}, Q(ctx_.config.folder()));
+    };
+#endif
     hooks.iconChanged = [this](const std::string& file) {
         QIcon icon(Q(ctx_.config.folder() + "/" + file));
         if (icon.isNull()) return;
