@@ -63,6 +63,9 @@ struct Context {
     bool editFlag = false;
     bool validated = false;
 
+    // SecondTimer ticks (one per 200 ms); the phone's reply wait resets and watches it.
+    int secondTicks = 0;
+
     // Beeps, when the beep option is on.
     void beepIfOn(int hz, int ms) {
         if (config.settings().beepOn) beeper.beep(hz, ms);
