@@ -1,0 +1,200 @@
+#include "ir/learning.h"
+
+#include "config/config_text.h"
+#include "core/text.h"
+#include "ir/analysis.h"
+#include "ir/codec.h"
+
+namespace quenix {
+
+namespace {
+
+constexpr int kCalibrationBytes = 100;
+constexpr int kMaxCalibratedDelay = 70;
+
+// The section of a device in 1-based text positions: just behind its header line's "]",
+// and where the next section's "[" is (one past the end of the text when it is the last).
+struct Section {
+    int body = 0;
+    int next = 0;
+};
+
+Section FindSection(const ConfigStore& config, const std::string& device) {
+    Section s;
+    s.body = config.Find("[" + device + "]");
+    if (s.body == 0) return s;
+    s.next = config.Find("\n[", s.body);
+    s.next = s.next == 0 ? static_cast<int>(config.text().size()) + 1 : s.next - 1;
+    return s;
+}
+
+} // namespace
+
+Learning::Learning(Context& ctx, View& view, CaptureSource& source, RefreshCommands refresh)
+    : ctx_(ctx), view_(view), source_(source), refresh_(std::move(refresh)) {}
+
+void Learning::onSaveCmdButton() {
+    const std::string& device = ctx_.config.currentDevice;
+    const std::string lower = ToLower(device);
+    if (lower == "ir dimmer" || lower == "winamp" || lower == "recorded" || device.rfind("x10", 0) == 0) {
+        view_.setStatus("This is a read-only device!");
+        return;
+    }
+    if (!ctx_.validated) {
+        view_.setStatus("The command is not yet validated! Pres again Record button to validate.");
+        return;
+    }
+    std::string code = Trim(view_.text("CodeStr"));
+    if (!IsValidCode(code)) {
+        view_.setStatus("The code you want to save is invalid.");
+        return;
+    }
+    // A code is stored once in the whole file, whichever device holds it.
+    if (int at = ctx_.config.Find("\n" + code + ","); at != 0) {
+        view_.setStatus("This command exist as " + ctx_.config.Line(at));
+        return;
+    }
+    const std::string name = askCommandName();
+    if (name.empty()) return;
+    insertCommandLine(code + "," + name + "\r\n");
+    ctx_.config.SaveConfiguration();
+    if (refresh_) refresh_(name);
+}
+
+std::string Learning::askCommandName() {
+    for (;;) {
+        auto answer = ctx_.dialogs.inputBox(
+            "Enter the name for the new command.\nDo not use '[' ']' ',' '%' '&' characters", "Input new command name");
+        std::string name = answer ? *answer : std::string();
+        if (Trim(name).empty()) return {};
+        if (!IsValidName(name)) {
+            view_.setStatus("Do not use [ ] , #  characters!");
+            continue;
+        }
+        if (nameInCurrentDevice(name)) {
+            view_.setStatus("This command name is in use for the current device!");
+            continue;
+        }
+        return name;
+    }
+}
+
+bool Learning::nameInCurrentDevice(const std::string& name) const {
+    Section s = FindSection(ctx_.config, ctx_.config.currentDevice);
+    if (s.body == 0) return false;
+    int at = ctx_.config.Find("," + name + "\r", s.body);
+    return at != 0 && at < s.next;
+}
+
+// Behind the section's last line, before the blank lines that part it from the next one.
+void Learning::insertCommandLine(const std::string& line) {
+    Section s = FindSection(ctx_.config, ctx_.config.currentDevice);
+    if (s.body == 0) return;
+    const std::string& text = ctx_.config.text();
+    auto at = [&](std::size_t i) { return text[i]; };
+    std::size_t end = static_cast<std::size_t>(s.next - 1); // 0-based: the next "[" or the text's end
+    const std::size_t body = static_cast<std::size_t>(s.body - 1);
+    while (end >= body + 3 && at(end - 1) == '\n' && at(end - 2) == '\r' && at(end - 3) == '\n') end -= 2;
+    const bool openLine = end > 0 && at(end - 1) != '\n'; // a last line without its CR LF
+    ctx_.config.Insert(openLine ? "\r\n" + line : line, static_cast<int>(end) + 1);
+}
+
+void Learning::onDeleteCmdButton() {
+    const std::string& device = ctx_.config.currentDevice;
+    // Compared as written: "Winamp" may lose commands here although it cannot gain any.
+    if (device == "recorded") {
+        view_.setStatus("This is a virtual read-only device!");
+        return;
+    }
+    if (device.rfind("x10", 0) == 0 || device == "ir dimmer") {
+        view_.setStatus("This is a read-only device!");
+        return;
+    }
+    const std::string name = view_.currentText("SendCmd");
+    if (name == "empty") {
+        view_.setStatus("There are no more commands to delete for the current device!");
+        return;
+    }
+    if (ctx_.dialogs.messageBox("Do you want to delete the command " + name + " from the current device?", "ZVK",
+                                MsgIcon::Question, MsgButtons::YesNo) != MsgAnswer::Yes)
+        return;
+    ctx_.config.currentCommand = name;
+    ctx_.config.DeleteCommand();
+    view_.setStatus("Command " + name + " deleted successfully.");
+    ctx_.config.SaveConfiguration();
+    if (refresh_) refresh_("");
+}
+
+void Learning::storeProcDelay(int value) {
+    ctx_.settings().procDelay = value;
+    ctx_.config.SetGeneralKey("PROCDELAY", std::to_string(value));
+    view_.setText("ProcDelayparameter", std::to_string(value));
+    ctx_.config.SaveConfiguration();
+}
+
+void Learning::onMenuProcDelay() {
+    for (;;) {
+        auto answer = ctx_.dialogs.inputBox("Enter the new ProcDelay value", "Procdelay value");
+        std::string text = answer ? Trim(*answer) : std::string();
+        if (text.empty()) return;
+        long value = LeadingNumber(text);
+        if (value < 0 || value > 100) {
+            ctx_.dialogs.messageBox("The value must be between 0 and 100", "ZVK", MsgIcon::Exclamation, MsgButtons::Ok);
+            continue;
+        }
+        storeProcDelay(LeadingInt16(text));
+        return;
+    }
+}
+
+int Learning::measuredUnit(const std::vector<std::uint8_t>& capture) {
+    RunAnalysis a = AnalyseRuns(UnpackSamples(capture));
+    return a.ok ? a.unit : 0;
+}
+
+void Learning::onCalibrationMenu() {
+    if (ctx_.dialogs.messageBox(
+            "Keep the '1' button on the SONY remote pressed and click OK.\nKeep pressed till you will receive a message.",
+            "Record a command", MsgIcon::Information, MsgButtons::OkCancel) != MsgAnswer::Ok)
+        return;
+    int delay = 0;
+    ctx_.settings().procDelay = 0;
+    view_.setText("SendPulse", "");
+    std::vector<std::uint8_t> buffer;
+    int first10 = 0; // the first delay that measured 10 samples
+    int unit = 0;
+    for (;;) {
+        ctx_.beeper.beep(5000, 50);
+        const int type = ctx_.interfaceType;
+        if (type != 0 && type != 1 && type != 4) {
+            view_.setStatus("No need to calibrate for the current IR input interface");
+            return;
+        }
+        buffer.assign(kCalibrationBytes, 0);
+        if (!source_.record(type, buffer, delay, kCalibrationBytes)) {
+            ctx_.beeper.beep(600, 1000);
+            view_.setStatus("Autocalibration aborted!");
+            return;
+        }
+        ctx_.beeper.beep(4000, 20);
+        unit = measuredUnit(buffer);
+        if (delay > kMaxCalibratedDelay) {
+            view_.setStatus("Calibration procedure failed!");
+            return;
+        }
+        if (unit == 10 && first10 == 0) first10 = delay;
+        if (unit != 9) {
+            ctx_.settings().procDelay = ++delay;
+            continue;
+        }
+        // Still on 9 before any 10: wait for the key to be let go (the capture then times out).
+        if (first10 != 0) break;
+    }
+    // The middle of the delays from the first 10-sample unit to the first 9-sample one.
+    const int value = first10 + (delay - first10) / 2;
+    storeProcDelay(value);
+    view_.setStatus("Calibration succeeded.  PROCDELAY=" + std::to_string(value));
+    view_.setText("SendPulse", std::to_string(unit * kSampleUs));
+}
+
+} // namespace quenix

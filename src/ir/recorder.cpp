@@ -1,0 +1,168 @@
+#include "ir/recorder.h"
+
+#include "ir/analysis.h"
+#include "ir/codec.h"
+#include "ir/protocols.h"
+
+namespace quenix {
+
+namespace {
+
+constexpr std::uint32_t kNormalField = 0xFFFFFF;
+
+const char* ProtocolName(int protocol) {
+    switch (protocol) {
+    case kProtoNec: return "NEC";
+    case kProtoSony: return "SONY";
+    case kProtoRc5: return "RC5";
+    default: return "UNK";
+    }
+}
+
+} // namespace
+
+std::vector<std::uint8_t> CutTrailingSilence(std::vector<std::uint8_t> capture) {
+    std::size_t last = capture.size();
+    while (last > 0 && capture[last - 1] == 0) --last;
+    if (last + kTrailingSilenceBytes <= capture.size()) capture.resize(last + kTrailingSilenceBytes);
+    return capture;
+}
+
+Recorder::Recorder(Context& ctx, View& view, CaptureSource& source, Waveform& waveform)
+    : ctx_(ctx), view_(view), source_(source), waveform_(waveform) {}
+
+void Recorder::clearPanel() {
+    for (const char* field : {"ProtocolName", "ProtocolParams", "GProt", "BitNr", "CmdVal", "AddrVal", "ToggleVal",
+                              "GType", "MultiSeq", "IRCommand", "CodeStr", "SendPulse"})
+        view_.setText(field, "");
+    view_.setColor("ProtocolName", View::ColorRole::Background, kNormalField);
+    view_.setColor("CodeStr", View::ColorRole::Background, kNormalField);
+    waveform_.Clear();
+}
+
+void Recorder::onRecButton() {
+    if (ctx_.monitoring) {
+        view_.setStatus("You cannot record a command when monitoring function is activated!");
+        return;
+    }
+    clearPanel();
+    ctx_.captureBuffer.assign(kRecordBytes, 0);
+    ctx_.beepIfOn(5000, 50);
+    if (ctx_.interfaceType == 2) {
+        recordIRMan();
+        return;
+    }
+    if (!capture(ctx_.captureBuffer)) return;
+
+    // Bytes 40 on all silent: the library saw only a blip.
+    std::size_t used = ctx_.captureBuffer.size();
+    while (used > 0 && ctx_.captureBuffer[used - 1] == 0) --used;
+    if (used < 40) {
+        view_.setStatus("Recorded signal to short!");
+        return;
+    }
+    std::vector<std::uint8_t> signal = CutTrailingSilence(ctx_.captureBuffer);
+    if (signal.size() < 50) {
+        view_.setStatus("Not enough information recorded to decode the signal!");
+        return;
+    }
+    waveform_.Show(signal);
+
+    RecordedSignal r = DecodeRecording(signal);
+    if (r.unitSamples > 0) view_.setText("SendPulse", std::to_string(r.unitSamples * kSampleUs));
+    if (r.unitSamples == 0 || r.protocol == kProtoUnknown) {
+        if (r.unitSamples > 0) showProtocol(kProtoUnknown);
+        view_.setStatus(r.status);
+        return;
+    }
+    showProtocol(r.protocol);
+    if (!r.recognised) {
+        if (r.status == "Invalid command (less than 8 bit)!") {
+            view_.setText("ProtocolName", "");
+            view_.setColor("ProtocolName", View::ColorRole::Background, kRed);
+        }
+        view_.setStatus(r.status);
+        return;
+    }
+    const CodeVerdict& v = r.verdict;
+    view_.setStatus(v.status);
+    view_.setText("CodeStr", r.code);
+    view_.setText("BitNr", std::to_string(v.bits));
+    view_.setText("AddrVal", v.addrVal);
+    view_.setText("CmdVal", v.cmdVal);
+    view_.setText("ToggleVal", v.toggleVal);
+    view_.setText("GType", v.gType);
+    view_.setText("MultiSeq", v.multiSeq);
+    validate(r.code, r.protocol);
+}
+
+bool Recorder::capture(std::vector<std::uint8_t>& buffer) {
+    switch (ctx_.interfaceType) {
+    case 0:
+    case 1:
+    case 4: break;
+    case 3: view_.setStatus("Creative Infra record is not yet implemented!"); return false;
+    default: view_.setStatus("No Rec interface selected!"); return false;
+    }
+    if (!source_.record(ctx_.interfaceType, buffer, ctx_.settings().procDelay, static_cast<int>(buffer.size()))) {
+        view_.setStatus("No signal received for 5 seconds!");
+        return false;
+    }
+    return true;
+}
+
+// IRMan hands over finished key codes, no samples: its bytes become the code's bits.
+void Recorder::recordIRMan() {
+    waveform_.ShowMessage("No graph available for IRMan type IR input interface.");
+    std::string bytes = source_.readIRMan();
+    if (bytes.empty()) {
+        view_.setStatus("No signal received for 5 seconds!");
+        return;
+    }
+    std::string code = "G";
+    for (unsigned char c : bytes)
+        for (int k = 7; k >= 0; --k) code += ((c >> k) & 1) ? '1' : '0';
+    view_.setText("ProtocolName", "IRMan");
+    view_.setColor("ProtocolName", View::ColorRole::Background, kGreen);
+    view_.setText("CodeStr", code);
+    view_.setText("BitNr", std::to_string(code.size() - 1));
+    view_.setStatus("A command has been received from the IRMan receiver.");
+    validate(code, kProtoUnknown);
+}
+
+void Recorder::showProtocol(int protocol) {
+    const bool known = protocol != kProtoUnknown;
+    view_.setText("ProtocolName", ProtocolName(protocol));
+    view_.setText("ProtocolParams", known ? std::string(ProtocolName(protocol)) + " params" : std::string());
+    view_.setColor("ProtocolName", View::ColorRole::Background, known ? kGreen : kRed);
+    // Generic: no preset of its own, the header is taken over as recorded.
+    view_.setText("GProt", known ? "0" : "1");
+}
+
+void Recorder::validate(const std::string& code, int protocol) {
+    LearnedCommand found = FindLearnedCommand(ctx_.config.text(), code, protocol);
+    if (found.found) {
+        view_.setText("IRCommand", found.device + "&&" + found.command);
+        ctx_.validated = true;
+        counter_ = 0;
+        view_.setColor("CodeStr", View::ColorRole::Background, kNormalField);
+        ctx_.beepIfOn(2000, 50);
+        ctx_.beepIfOn(5000, 50);
+        return;
+    }
+    view_.setText("IRCommand", "?");
+    if (counter_ == 1 && code == remembered_) {
+        ctx_.validated = true;
+        view_.setColor("CodeStr", View::ColorRole::Background, kGreen);
+        ctx_.beepIfOn(5000, 50);
+        return;
+    }
+    // A different code starts the pair again from itself, so A, B, B validates at the third press.
+    remembered_ = code;
+    ctx_.validated = false;
+    counter_ = 1;
+    view_.setColor("CodeStr", View::ColorRole::Background, kRed);
+    ctx_.beepIfOn(2000, 300);
+}
+
+} // namespace quenix
