@@ -1,0 +1,252 @@
+#include "monitor/monitor_engine.h"
+
+#include "config/config_text.h"
+#include "core/text.h"
+#include "io/receiver_controller.h"
+#include "ir/analysis.h"
+#include "ir/pulse_text.h"
+
+#include <algorithm>
+
+namespace quenix {
+
+namespace {
+
+template <class F, class... A>
+auto Call(const F& f, A&&... a) {
+    using R = decltype(f(std::forward<A>(a)...));
+    if constexpr (std::is_void_v<R>) {
+        if (f) f(std::forward<A>(a)...);
+    } else {
+        return f ? f(std::forward<A>(a)...) : R{};
+    }
+}
+
+// The last "&" splits a part: X10 outputs carry one inside their device ("X10&Lamp&On"),
+// and command names never hold one.
+std::pair<std::string, std::string> SplitPart(const std::string& part) {
+    std::size_t amp = part.rfind('&');
+    if (amp == std::string::npos) return {part, std::string()};
+    return {part.substr(0, amp), part.substr(amp + 1)};
+}
+
+// Idle rounds of the receiver check at start, and their spacing.
+constexpr int kLineChecks = 3;
+constexpr int kLineCheckMs = 100;
+// Bytes at the start of a capture that never hold the end of a key by themselves.
+constexpr std::size_t kLeadBytes = 39;
+
+} // namespace
+
+std::vector<std::string> MonitoredActions(std::string_view text, std::string_view key) {
+    std::vector<std::string> actions;
+    int m = FindText("[Monitoring]", text, 1);
+    if (m == 0) return actions;
+    int end = FindText("[", text, m);
+    const std::size_t stop = end == 0 ? text.size() : static_cast<std::size_t>(end - 1);
+    const std::string wanted = ToLower(std::string(key));
+    std::size_t pos = static_cast<std::size_t>(m - 1);
+    while (pos < stop) {
+        std::size_t eol = text.find('\n', pos);
+        if (eol == std::string_view::npos || eol > stop) eol = stop;
+        std::string line = Trim(std::string(text.substr(pos, eol - pos)));
+        pos = eol + 1;
+        std::size_t comma = line.find(',');
+        if (comma == std::string::npos) continue;
+        if (ToLower(line.substr(0, comma)) == wanted) actions.push_back(line.substr(comma + 1));
+    }
+    return actions;
+}
+
+MonitorEngine::MonitorEngine(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library, Hooks hooks)
+    : ctx_(ctx), view_(view), port_(port), library_(library), hooks_(std::move(hooks)) {}
+
+bool MonitorEngine::IrInput() const { return ctx_.config.settings().irInEna; }
+bool MonitorEngine::BtInput() const { return ctx_.config.settings().btEna; }
+
+void MonitorEngine::CheckInterface() {
+    const PortHandle h = ctx_.irPortHandle;
+    switch (ctx_.interfaceType) {
+    case kDcdStd:
+        port_.SetRTS(h, true);
+        break;
+    case kIrMouse:
+        port_.SetRTS(h, true);
+        port_.SetDTR(h, true);
+        port_.SetTxDBreak(h, false);
+        break;
+    case kIrMan:
+        view_.setStatus("IR Man interface is not yet supported for monitoring!");
+        return;
+    case kCreative:
+        view_.setStatus("Creative Infra interface is not yet supported for monitoring!");
+        return;
+    case kFirM:
+        view_.setStatus("FirM interface is not yet supported for monitoring!");
+        return;
+    default:
+        view_.setStatus("No Record interface selected!");
+        return;
+    }
+    for (int round = 0; round < kLineChecks; ++round) {
+        // The standard receiver idles with DCD on. The IRMouse check compares a line read
+        // with 1, which a read never answers, so that receiver always passes.
+        const bool bad = ctx_.interfaceType == kDcdStd && !port_.IsDCDOn(h);
+        if (bad) {
+            view_.setStatus("Rec Interface invalid. Cannot start monitoring");
+            break;
+        }
+        if (round + 1 < kLineChecks) ctx_.clock.sleep(kLineCheckMs);
+    }
+}
+
+void MonitorEngine::Start() {
+    view_.setStatus("");
+    if (!IrInput() && !BtInput()) {
+        view_.setStatus("There is no input plugin available to monitor!");
+        return;
+    }
+    Call(hooks_.bluetoothStart);
+    // The warnings leave monitoring running with whatever input works.
+    if (IrInput()) CheckInterface();
+
+    view_.setChecked("MonitoringStopMenu", false);
+    view_.setChecked("MonitoringStartMenu", true);
+    // The compact window is left while the monitoring flag is still off.
+    if (!Call(hooks_.minimised) && Call(hooks_.compact)) Call(hooks_.minButton);
+    view_.setText("frmMain", "Quenix Monitor v" + ctx_.config.version());
+    view_.setText("Label111", "IN");
+    view_.setText("Label112", "OUT");
+    view_.setEnabled("RecCmd", true);
+    view_.setEnabled("ExecCmd", true);
+    view_.setVisible("SendCmd", false);
+    view_.setVisible("Zone", false);
+    view_.setVisible("Protocol", false);
+    view_.setEnabled("SendButton", false);
+
+    ctx_.monitoring = true;
+    if (ctx_.config.settings().x10Ena) Call(hooks_.reloadX10);
+    ctx_.config.settings().monitor = true;
+    ctx_.config.SetGeneralKey("MONITOR", " 1"); // saves
+    Call(hooks_.refreshIcon);
+
+    if (IrInput()) view_.setTimerEnabled("IRMonTimer", true);
+    if (BtInput()) view_.setTimerEnabled("BTAutoTimer", true);
+    if (view_.text("StatusBar").empty()) view_.setStatus("Monitoring started OK.");
+}
+
+void MonitorEngine::Stop() {
+    view_.setTimerEnabled("IRMonTimer", false);
+    view_.setTimerEnabled("BTMonTimer", false);
+    ctx_.monitoring = false;
+
+    view_.setChecked("MonitoringStopMenu", true);
+    view_.setChecked("MonitoringStartMenu", false);
+    view_.setText("Label111", "Dev.");
+    view_.setText("Label112", "Cmd.");
+    view_.setEnabled("RecCmd", false);
+    view_.setEnabled("ExecCmd", false);
+    view_.setVisible("SendCmd", true);
+    view_.setVisible("Protocol", true);
+    view_.setVisible("Zone", ctx_.interfaceType == kFirM);
+    view_.setEnabled("SendButton", true);
+
+    ctx_.config.settings().monitor = false;
+    ctx_.config.SetGeneralKey("MONITOR", " 0"); // saves
+
+    view_.setTimerEnabled("BTAutoTimer", false);
+    Call(hooks_.bluetoothStop);
+    if (ctx_.btPortHandle != kNoPort) {
+        port_.CloseHandle(ctx_.btPortHandle);
+        ctx_.btPortHandle = kNoPort;
+    }
+    view_.setStatus("Monitoring is stopped.");
+    if (!Call(hooks_.minimised)) Call(hooks_.refreshProtocol);
+    Call(hooks_.refreshIcon);
+}
+
+void MonitorEngine::Restart() {
+    Stop();
+    Start();
+}
+
+void MonitorEngine::Configure() {
+    if (!IrInput() && !BtInput()) {
+        view_.setStatus("No input device available to monitor!");
+        return;
+    }
+    Call(hooks_.showEditor);
+}
+
+void MonitorEngine::TrayItems() {
+    view_.setEnabled("mnuStartMonitor", !ctx_.monitoring);
+    view_.setEnabled("mnuStopMonitor", ctx_.monitoring);
+    Call(hooks_.refreshIcon);
+}
+
+void MonitorEngine::TrayStart() {
+    Start();
+    TrayItems();
+}
+
+void MonitorEngine::TrayStop() {
+    Stop();
+    TrayItems();
+}
+
+void MonitorEngine::TrayRestart() {
+    Restart();
+    TrayItems();
+}
+
+void MonitorEngine::OnIRMonTimer() {
+    if (!IrInput() || ctx_.irPortHandle < 1) return;
+    // Only these two receivers are polled; for them an idle tick is one line read.
+    const int type = ctx_.interfaceType;
+    if (type != kDcdStd && type != kIrMouse) return;
+    if (port_.IsDCDOn(ctx_.irPortHandle)) return;
+
+    std::vector<std::uint8_t>& buffer = ctx_.captureBuffer;
+    buffer.assign(kCaptureBytes, 0);
+    const int procDelay = ctx_.config.settings().procDelay;
+    auto result = type == kDcdStd ? library_.IRMonitor(buffer.data(), procDelay)
+                                  : library_.IRMonitorN(buffer.data(), procDelay);
+    if (!result || *result == 0) return;
+    if (std::all_of(buffer.begin() + kLeadBytes, buffer.end(), [](std::uint8_t b) { return b == 0; })) return;
+
+    MonitorFrame f = ExtractFrame(buffer);
+    if (f.analysis.ok && f.analysis.protocol != 99) {
+        view_.setText("plen1", f.quantised.plen1);
+        view_.setText("plen0", f.quantised.plen0);
+    }
+    if (f.frame.empty()) return;
+
+    const std::string key = MonitorKey(ctx_.config.text(), f.frame, f.analysis.protocol);
+    view_.setText("RecCmd", key);
+    view_.setStatus("Command received");
+    if (key == "UNKNOWN") {
+        view_.setText("ExecCmd", "none");
+    } else {
+        std::string done = HandleEvent(key);
+        view_.setText("ExecCmd", done.empty() ? "none" : done);
+    }
+    // The only repeat suppression: a held key comes round again after this pause.
+    ctx_.clock.sleep(kKeyPauseMs);
+}
+
+std::string MonitorEngine::HandleEvent(const std::string& key) {
+    std::string done;
+    for (const std::string& action : MonitoredActions(ctx_.config.text(), key)) {
+        auto [device, command] = SplitPart(action);
+        ctx_.config.currentDevice = device;
+        ctx_.config.currentCommand = command;
+        std::string result = Call(hooks_.execute, device, command);
+        if (result.empty()) continue;
+        if (BtInput()) Call(hooks_.showOnPhone, result);
+        if (!done.empty()) done += "; ";
+        done += result;
+    }
+    return done;
+}
+
+} // namespace quenix

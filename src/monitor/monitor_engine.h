@@ -1,0 +1,87 @@
+#pragma once
+
+// Monitoring: start, stop and restart from the main and tray menus, the infrared poll tick
+// that turns a captured key into its device and command, and the handle-event operation
+// that runs the key's [Monitoring] lines through the executor. Everything runs on the
+// window's thread from its timers.
+
+#include "config/context.h"
+#include "core/view.h"
+#include "io/capture_library.h"
+#include "io/serial_port.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace quenix {
+
+class MonitorEngine {
+public:
+    struct Hooks {
+        // Runs one command of one device and returns the executor's result text.
+        std::function<std::string(const std::string& device, const std::string& command)> execute;
+        // The phone remote: its initialisation at start, its shutdown at stop (before the
+        // engine closes the Bluetooth port).
+        std::function<void()> bluetoothStart;
+        std::function<void()> bluetoothStop;
+        // Shows a handled event's result on the phone (only when Bluetooth is enabled).
+        std::function<void(const std::string& result)> showOnPhone;
+        // The main window's state and the actions of other controllers.
+        std::function<bool()> minimised;
+        std::function<bool()> compact;
+        std::function<void()> minButton;
+        std::function<void()> reloadX10;
+        std::function<void()> refreshIcon;
+        std::function<void()> refreshProtocol;
+        // Opens the monitored-events editor.
+        std::function<void()> showEditor;
+    };
+
+    MonitorEngine(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library, Hooks hooks = {});
+
+    void Start();
+    void Stop();
+    void Restart();
+    // MonitorConfigureMenu.
+    void Configure();
+    // The tray items also fix which of their start and stop items can be chosen.
+    void TrayStart();
+    void TrayStop();
+    void TrayRestart();
+
+    // IRMonTimer.
+    void OnIRMonTimer();
+    // SecondTimer: the tick counter the phone's reply wait measures time by.
+    void OnSecondTimer() { ++ticks_; }
+    std::int64_t ticks() const { return ticks_; }
+
+    // Runs every [Monitoring] line of the key (device "&" command); the results of the
+    // actions joined by "; ", or empty when nothing was done.
+    std::string HandleEvent(const std::string& key);
+
+    Hooks& hooks() { return hooks_; }
+
+    // Repeat suppression after a handled key.
+    static constexpr int kKeyPauseMs = 300;
+
+private:
+    bool IrInput() const;
+    bool BtInput() const;
+    void CheckInterface();
+    void TrayItems();
+
+    Context& ctx_;
+    View& view_;
+    SerialPort& port_;
+    CaptureLibrary& library_;
+    Hooks hooks_;
+    std::int64_t ticks_ = 0;
+};
+
+// The output actions of a key: the text behind "," of every [Monitoring] line whose input part
+// is the key, in file order.
+std::vector<std::string> MonitoredActions(std::string_view configText, std::string_view key);
+
+} // namespace quenix
