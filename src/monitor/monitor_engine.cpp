@@ -49,7 +49,9 @@ std::vector<std::string> MonitoredActions(std::string_view text, std::string_vie
     while (pos < stop) {
         std::size_t eol = text.find('\n', pos);
         if (eol == std::string_view::npos || eol > stop) eol = stop;
-        std::string line = Trim(std::string(text.substr(pos, eol - pos)));
+        std::string_view raw = text.substr(pos, eol - pos);
+        if (!raw.empty() && raw.back() == '\r') raw.remove_suffix(1);
+        std::string line = Trim(raw);
         pos = eol + 1;
         std::size_t comma = line.find(',');
         if (comma == std::string::npos) continue;

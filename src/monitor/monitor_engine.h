@@ -54,8 +54,7 @@ public:
     // IRMonTimer.
     void OnIRMonTimer();
     // SecondTimer: the tick counter the phone's reply wait measures time by.
-    void OnSecondTimer() { ++ticks_; }
-    std::int64_t ticks() const { return ticks_; }
+    void OnSecondTimer() { ++ctx_.secondTicks; }
 
     // Runs every [Monitoring] line of the key (device "&" command); the results of the
     // actions joined by "; ", or empty when nothing was done.
@@ -77,7 +76,6 @@ private:
     SerialPort& port_;
     CaptureLibrary& library_;
     Hooks hooks_;
-    std::int64_t ticks_ = 0;
 };
 
 // The output actions of a key: the text behind "," of every [Monitoring] line whose input part

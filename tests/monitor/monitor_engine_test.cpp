@@ -1,0 +1,295 @@
+#include "monitor/monitor_engine.h"
+
+#include "actions/executor.h"
+#include "ir/codec.h"
+#include "ir/pulse_text.h"
+#include "support/fakes.h"
+#include "support/sim_serial.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix {
+namespace {
+
+using testing::DefaultConfiguration;
+using testing::FakeCaptureLibrary;
+using testing::FakeDialogs;
+using testing::FakeView;
+using testing::SimClock;
+using testing::SimSerialDriver;
+using testing::TempDir;
+
+// Counts the line reads, which is all an idle tick may cost.
+class CountingDriver final : public SerialDriver {
+public:
+    explicit CountingDriver(SerialDriver& d) : d_(d) {}
+    PortHandle open(const std::string& n) override { return d_.open(n); }
+    bool getState(PortHandle h, CommState& s) override { return d_.getState(h, s); }
+    bool setState(PortHandle h, const CommState& s) override { return d_.setState(h, s); }
+    bool getTimeouts(PortHandle h, CommTimeouts& t) override { return d_.getTimeouts(h, t); }
+    bool setTimeouts(PortHandle h, const CommTimeouts& t) override { return d_.setTimeouts(h, t); }
+    bool read(PortHandle h, char* b, std::size_t m, std::size_t& g) override { return d_.read(h, b, m, g); }
+    bool write(PortHandle h, const char* b, std::size_t s, std::size_t& w) override { return d_.write(h, b, s, w); }
+    bool escape(PortHandle h, CommEscape f) override { return d_.escape(h, f); }
+    bool modemStatus(PortHandle h, std::uint32_t& s) override {
+        ++lineReads;
+        return d_.modemStatus(h, s);
+    }
+    bool defaultConfig(const std::string& n) override { return d_.defaultConfig(n); }
+    void close(PortHandle h) override { d_.close(h); }
+    int lineReads = 0;
+
+private:
+    SerialDriver& d_;
+};
+
+struct Rig {
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    SimClock clock;
+    FakeDialogs dialogs;
+    testing::FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    FakeView view;
+    SimSerialDriver sim{clock};
+    CountingDriver driver{sim};
+    SerialPort port{driver};
+    FakeCaptureLibrary library;
+    std::vector<std::pair<std::string, std::string>> executed;
+    MonitorEngine engine{ctx, view, port, library};
+
+    explicit Rig(const std::string& config = DefaultConfiguration()) {
+        dir.write(ConfigStore::kFileName, config);
+        EXPECT_TRUE(store.LoadConfiguration());
+        sim.port(1);
+        ctx.irPortHandle = port.OpenComPort(1);
+        engine.hooks().execute = [this](const std::string& d, const std::string& c) {
+            executed.emplace_back(d, c);
+            return d + " " + c + " executed.";
+        };
+    }
+    testing::SimPort& com1() { return sim.port(1); }
+    std::string onDisk() { return dir.read(ConfigStore::kFileName); }
+};
+
+// A key as the receiver would capture it: the device's own header, our encoder, a sampler.
+std::vector<std::uint8_t> Capture(const Rig& rig, const std::string& device, std::string code) {
+    ProtocolHeader h = DeviceHeader(rig.store.text(), device);
+    bool toggle = false;
+    return SampleRuns(CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls), 55);
+}
+
+TEST(MonitorEngine, StartByInputsAndInterface) {
+    struct Case {
+        const char* name;
+        bool irIn, btIn;
+        int type;
+        bool dcdIdle; // what the line shows before any key
+        const char* status;
+        bool runs;
+    };
+    const Case cases[] = {
+        {"no input", false, false, 0, true, "There is no input plugin available to monitor!", false},
+        {"standard receiver idle", true, false, 0, true, "Monitoring started OK.", true},
+        {"standard receiver missing", true, false, 0, false, "Rec Interface invalid. Cannot start monitoring", true},
+        {"IRMouse never fails the check", true, false, 1, false, "Monitoring started OK.", true},
+        {"IRMan with phone", true, true, 2, true, "IR Man interface is not yet supported for monitoring!", true},
+        {"Creative", true, false, 3, true, "Creative Infra interface is not yet supported for monitoring!", true},
+        {"FirM", true, false, 4, true, "FirM interface is not yet supported for monitoring!", true},
+        {"unknown interface", true, false, 9, true, "No Record interface selected!", true},
+        {"phone only", false, true, 2, true, "Monitoring started OK.", true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rig rig;
+        rig.store.settings().irInEna = c.irIn;
+        rig.store.settings().btEna = c.btIn;
+        rig.ctx.interfaceType = c.type;
+        rig.com1().inputs = c.dcdIdle ? kModemDcdOn : 0;
+        int btStarts = 0;
+        rig.engine.hooks().bluetoothStart = [&] { ++btStarts; };
+        rig.engine.Start();
+
+        EXPECT_EQ(rig.view.text("StatusBar"), c.status);
+        EXPECT_EQ(rig.ctx.monitoring, c.runs);
+        EXPECT_EQ(rig.onDisk().find("MONITOR= 1") != std::string::npos, c.runs);
+        EXPECT_EQ(rig.view.isChecked("MonitoringStartMenu"), c.runs);
+        EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), c.runs && c.irIn);
+        EXPECT_EQ(rig.view.isTimerEnabled("BTAutoTimer"), c.runs && c.btIn);
+        EXPECT_EQ(btStarts, c.runs ? 1 : 0);
+        if (c.runs) {
+            EXPECT_EQ(rig.view.text("frmMain"), "Quenix Monitor v" + rig.store.version());
+            EXPECT_EQ(rig.view.text("Label111"), "IN");
+            EXPECT_FALSE(rig.view.isEnabled("SendButton"));
+            EXPECT_FALSE(rig.view.isVisible("Protocol"));
+        }
+    }
+}
+
+TEST(MonitorEngine, StartPowersTheReceiverAndLeavesTheCompactWindowFirst) {
+    Rig rig;
+    rig.ctx.interfaceType = 1;
+    bool monitoringWhenLeft = true;
+    rig.engine.hooks().compact = [] { return true; };
+    rig.engine.hooks().minButton = [&] { monitoringWhenLeft = rig.ctx.monitoring; };
+    rig.engine.Start();
+    EXPECT_TRUE(rig.com1().rts);
+    EXPECT_TRUE(rig.com1().dtr);
+    EXPECT_FALSE(rig.com1().brk);
+    EXPECT_FALSE(monitoringWhenLeft);
+}
+
+TEST(MonitorEngine, StopRestoresTheSenderAndClosesThePhone) {
+    for (int type : {0, 4}) {
+        Rig rig;
+        rig.ctx.interfaceType = type;
+        rig.store.settings().btEna = true;
+        rig.engine.Start();
+        rig.sim.port(5);
+        rig.ctx.btPortHandle = rig.port.OpenComPort(5);
+        int icons = 0;
+        rig.engine.hooks().refreshIcon = [&] { ++icons; };
+        rig.engine.Stop();
+
+        EXPECT_FALSE(rig.ctx.monitoring);
+        EXPECT_EQ(rig.view.text("StatusBar"), "Monitoring is stopped.");
+        EXPECT_NE(rig.onDisk().find("MONITOR= 0\r\n"), std::string::npos);
+        EXPECT_EQ(rig.ctx.btPortHandle, kNoPort);
+        EXPECT_FALSE(rig.sim.port(5).open);
+        EXPECT_FALSE(rig.view.isTimerEnabled("IRMonTimer"));
+        EXPECT_FALSE(rig.view.isTimerEnabled("BTAutoTimer"));
+        EXPECT_EQ(rig.view.isVisible("Zone"), type == 4);
+        EXPECT_TRUE(rig.view.isEnabled("SendButton"));
+        EXPECT_EQ(rig.view.text("Label112"), "Cmd.");
+        EXPECT_EQ(icons, 1);
+    }
+}
+
+TEST(MonitorEngine, TrayItemsFollowTheState) {
+    Rig rig;
+    rig.engine.TrayStart();
+    EXPECT_FALSE(rig.view.isEnabled("mnuStartMonitor"));
+    EXPECT_TRUE(rig.view.isEnabled("mnuStopMonitor"));
+    rig.engine.TrayRestart();
+    EXPECT_TRUE(rig.ctx.monitoring);
+    rig.engine.TrayStop();
+    EXPECT_TRUE(rig.view.isEnabled("mnuStartMonitor"));
+    EXPECT_FALSE(rig.view.isEnabled("mnuStopMonitor"));
+}
+
+TEST(MonitorEngine, ConfigureNeedsAnInput) {
+    Rig rig;
+    int shown = 0;
+    rig.engine.hooks().showEditor = [&] { ++shown; };
+    rig.store.settings().irInEna = false;
+    rig.engine.Configure();
+    EXPECT_EQ(rig.view.text("StatusBar"), "No input device available to monitor!");
+    rig.store.settings().btEna = true;
+    rig.engine.Configure();
+    EXPECT_EQ(shown, 1);
+}
+
+TEST(MonitorEngine, IdleTickIsOneLineRead) {
+    Rig rig;
+    rig.com1().inputs = kModemDcdOn;
+    rig.driver.lineReads = 0;
+    for (int i = 0; i < 50; ++i) rig.engine.OnIRMonTimer();
+    EXPECT_EQ(rig.driver.lineReads, 50);
+    EXPECT_TRUE(rig.library.captureCalls.empty());
+    EXPECT_TRUE(rig.clock.sleeps.empty());
+}
+
+TEST(MonitorEngine, TickTurnsKeysIntoActions) {
+    struct Case {
+        const char* name;
+        int type;
+        const char* device; // whose header encodes the key
+        const char* code;
+        const char* recCmd;
+        const char* execCmd;
+        const char* entry;
+    };
+    const Case cases[] = {
+        {"SONY key with an event", 0, "Sony TV", "G000010010000", "Sony TV&Ch+", "winamp NEXT executed.", "IRMonitor"},
+        {"NEC key on the IRMouse", 1, "Set-top Box", "G00100000110111111001000001101111", "Set-top Box&Mute",
+         "winamp PAUSE executed.", "IRMonitorN"},
+        {"key without an event", 0, "Sony TV", "G101010010000", "Sony TV&Power", "none", "IRMonitor"},
+        {"RC5 with the toggle set", 0, "Philips Amp", "G11110000010000", "Philips Amp&Vol+", "none", "IRMonitor"},
+        {"unlearned code", 0, "Sony TV", "G111111111111", "UNKNOWN", "none", "IRMonitor"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rig rig;
+        rig.ctx.interfaceType = c.type;
+        rig.com1().inputs = 0; // the line is active
+        rig.library.captures.push_back(Capture(rig, c.device, c.code));
+        rig.engine.OnIRMonTimer();
+
+        ASSERT_EQ(rig.library.captureCalls.size(), 1u);
+        EXPECT_EQ(rig.library.captureCalls[0].entry, c.entry);
+        EXPECT_EQ(rig.library.captureCalls[0].procDelay, rig.store.settings().procDelay);
+        EXPECT_EQ(rig.view.text("RecCmd"), c.recCmd);
+        EXPECT_EQ(rig.view.text("ExecCmd"), c.execCmd);
+        EXPECT_EQ(rig.view.text("StatusBar"), "Command received");
+        EXPECT_EQ(rig.executed.empty(), std::string(c.execCmd) == "none");
+        EXPECT_EQ(rig.clock.sleeps, std::vector<int>{MonitorEngine::kKeyPauseMs});
+    }
+}
+
+TEST(MonitorEngine, TickEndsSilently) {
+    struct Case {
+        const char* name;
+        std::vector<std::uint8_t> capture; // empty: the library answers 0
+        bool irIn;
+    };
+    std::vector<std::uint8_t> leadOnly(600, 0);
+    for (int i = 0; i < 39; ++i) leadOnly[static_cast<std::size_t>(i)] = 0xFF;
+    const Case cases[] = {
+        {"no capture", {}, true},
+        {"samples only in the first 39 bytes", leadOnly, true},
+        {"noise", std::vector<std::uint8_t>(600, 0xA5), true},
+        {"input off", std::vector<std::uint8_t>(600, 0xA5), false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rig rig;
+        rig.store.settings().irInEna = c.irIn;
+        rig.com1().inputs = 0;
+        if (!c.capture.empty()) rig.library.captures.push_back(c.capture);
+        rig.engine.OnIRMonTimer();
+        EXPECT_EQ(rig.view.text("RecCmd"), "");
+        EXPECT_EQ(rig.view.text("StatusBar"), "");
+        EXPECT_TRUE(rig.clock.sleeps.empty());
+    }
+}
+
+TEST(MonitorEngine, HandleEventRunsEveryLineOfTheKey) {
+    std::string config = DefaultConfiguration();
+    const std::string extra = "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n";
+    config.insert(config.find("[End]"), extra);
+    Rig rig(config);
+    std::vector<std::string> shown;
+    rig.engine.hooks().showOnPhone = [&](const std::string& r) { shown.push_back(r); };
+
+    EXPECT_EQ(rig.engine.HandleEvent("Sony TV&Ch+"), "winamp NEXT executed.; X10&Desk Lamp On executed.");
+    const std::vector<std::pair<std::string, std::string>> want = {{"winamp", "NEXT"}, {"X10&Desk Lamp", "On"}};
+    EXPECT_EQ(rig.executed, want);
+    EXPECT_EQ(rig.store.currentDevice, "X10&Desk Lamp");
+    EXPECT_TRUE(shown.empty()); // the phone is off
+
+    rig.store.settings().btEna = true;
+    rig.engine.hooks().execute = [](const std::string&, const std::string&) { return std::string(); };
+    EXPECT_EQ(rig.engine.HandleEvent("Sony TV&Mute"), "");
+    EXPECT_EQ(rig.engine.HandleEvent("Nobody&Nothing"), "");
+    EXPECT_TRUE(shown.empty());
+}
+
+TEST(MonitorEngine, SecondTimerCountsTicks) {
+    Rig rig;
+    const int before = rig.ctx.secondTicks;
+    for (int i = 0; i < 5; ++i) rig.engine.OnSecondTimer();
+    EXPECT_EQ(rig.ctx.secondTicks, before + 5);
+}
+
+} // namespace
+} // namespace quenix
