@@ -1,0 +1,69 @@
+#pragma once
+// Captures for the recorder and calibration tests, made by the project's own encoder and
+// sampled the way the capture library samples the receiver line.
+
+#include "ir/codec.h"
+#include "ir/protocols.h"
+#include "ir/pulse_text.h"
+#include "ir/recorder.h"
+#include "ir/waveform.h"
+
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quenix::testing {
+
+// One key press of code ("G" + bits) under the protocol's preset, sampled every periodUs.
+inline std::vector<std::uint8_t> Press(int protocol, std::string code, double periodUs = kSampleUs,
+                                       std::size_t bytes = kRecordBytes) {
+    ProtocolHeader h = HeaderFromPreset(protocol);
+    bool toggle = false;
+    std::string cells = EncodeCommand(code, h, toggle);
+    return SampleRuns(CellsToRuns(cells, h.sendpls), periodUs, bytes);
+}
+
+class ScriptedSource final : public CaptureSource {
+public:
+    struct Call {
+        int type, procDelay, length;
+    };
+    // nullopt: the library's time-out.
+    std::deque<std::optional<std::vector<std::uint8_t>>> captures;
+    std::string irman;
+    std::vector<Call> calls;
+    int irmanReads = 0;
+
+    bool record(int type, std::vector<std::uint8_t>& buffer, int procDelay, int length) override {
+        calls.push_back({type, procDelay, length});
+        if (captures.empty() || !captures.front()) {
+            if (!captures.empty()) captures.pop_front();
+            return false;
+        }
+        std::vector<std::uint8_t> c = *captures.front();
+        captures.pop_front();
+        c.resize(buffer.size(), 0);
+        buffer = c;
+        return true;
+    }
+    std::string readIRMan() override {
+        ++irmanReads;
+        return irman;
+    }
+};
+
+class FakeCanvas final : public SignalCanvas {
+public:
+    double width = 600;
+    double height = 140;
+    std::vector<SignalDrawing> drawings;
+    std::vector<std::string> messages;
+
+    double canvasWidth() const override { return width; }
+    double canvasHeight() const override { return height; }
+    void paintSignal(const SignalDrawing& d) override { drawings.push_back(d); }
+    void showMessage(const std::string& text) override { messages.push_back(text); }
+};
+
+} // namespace quenix::testing

@@ -1,0 +1,200 @@
+#include "capture_script.h"
+#include "ir/analysis.h"
+#include "ir/recorder.h"
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix {
+namespace {
+
+using namespace testing;
+using Bytes = std::vector<std::uint8_t>;
+
+class RecorderTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir.write("telvorin.cfg", DefaultConfiguration());
+        ASSERT_TRUE(store.LoadConfiguration());
+        store.settings().beepOn = true;
+        store.settings().procDelay = 23;
+    }
+    void Rec(std::optional<Bytes> capture) {
+        source.captures.clear();
+        source.captures.push_back(std::move(capture));
+        beeper.beeps.clear();
+        recorder.onRecButton();
+    }
+
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    FakeView view;
+    FakeCanvas canvas;
+    Waveform waveform{view, canvas};
+    ScriptedSource source;
+    Recorder recorder{ctx, view, source, waveform};
+};
+
+Bytes Blip(std::size_t usedBytes, std::uint8_t fill = 0xF0) {
+    Bytes b(kRecordBytes, 0);
+    for (std::size_t i = 0; i < usedBytes; ++i) b[i] = fill;
+    return b;
+}
+
+TEST_F(RecorderTest, StatusAndPanelByCapture) {
+    struct Case {
+        std::string name;
+        int interfaceType;
+        std::optional<Bytes> capture;
+        std::string status;
+        std::string protocol; // ProtocolName afterwards
+        std::uint32_t protocolColor;
+        std::string bits, addr, cmd;
+    };
+    const Case cases[] = {
+        {"creative", 3, Bytes(600, 0xFF), "Creative Infra record is not yet implemented!", "", 0xFFFFFF, "", "", ""},
+        {"no interface", 9, Bytes(600, 0xFF), "No Rec interface selected!", "", 0xFFFFFF, "", "", ""},
+        {"time-out", 0, std::nullopt, "No signal received for 5 seconds!", "", 0xFFFFFF, "", "", ""},
+        {"39 bytes", 0, Blip(39), "Recorded signal to short!", "", 0xFFFFFF, "", "", ""},
+        {"no dominant run", 0, Blip(40, 0xFF), "Recorded signal is invalid or unknown!", "", 0xFFFFFF, "", "", ""},
+        {"sony 12", 1, Press(kProtoSony, "G101010010000"), "A valid SONY type command has been received.", "SONY",
+         kGreen, "12", "21", "16"},
+        {"sony 15", 0, Press(kProtoSony, "G101010011000001"), "A valid 15 bits SONY type command has been received.",
+         "SONY", kGreen, "15", "169", "65"},
+        {"sony 13", 4, Press(kProtoSony, "G1010100100001"), "A possible invalid SONY type command has been received.",
+         "SONY", kGreen, "13", "", ""},
+        {"nec 32", 0, Press(kProtoNec, "G00100000110111110001000011101111"),
+         "A valid NEC type command has been received.", "NEC", kGreen, "32", "", ""},
+        {"rc5 14", 0, Press(kProtoRc5, "G11000010000001"), "A valid RC5 type command has been received.", "RC5", kGreen,
+         "14", "2", "1"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ctx.interfaceType = c.interfaceType;
+        Rec(c.capture);
+        EXPECT_EQ(view.text("StatusBar"), c.status);
+        EXPECT_EQ(view.text("ProtocolName"), c.protocol);
+        EXPECT_EQ(view.color("ProtocolName", View::ColorRole::Background), c.protocolColor);
+        EXPECT_EQ(view.text("BitNr"), c.bits);
+        EXPECT_EQ(view.text("AddrVal"), c.addr);
+        EXPECT_EQ(view.text("CmdVal"), c.cmd);
+        if (!c.protocol.empty()) {
+            EXPECT_EQ(view.text("ProtocolParams"), c.protocol + " params");
+            // 55 us samples: a 550 us cell measures 9 of them, the RC5 850 us cell 15.
+            EXPECT_EQ(view.text("SendPulse"), c.protocol == "RC5" ? "825" : "495");
+        }
+    }
+    source.calls.clear();
+    ctx.interfaceType = 1;
+    Rec(Press(kProtoSony, "G101010010000"));
+    ASSERT_EQ(source.calls.size(), 1u);
+    EXPECT_EQ(source.calls[0].type, 1);
+    EXPECT_EQ(source.calls[0].procDelay, 23);
+    EXPECT_EQ(source.calls[0].length, 600);
+}
+
+TEST_F(RecorderTest, UnknownProtocolShowsUnkInRed) {
+    Bytes flat(kRecordBytes, 0);
+    for (std::size_t i = 0; i < 60; ++i) flat[i] = 0xF0; // four on, four off: nothing long
+    Rec(flat);
+    EXPECT_EQ(view.text("StatusBar"), "Unknown protocol!");
+    EXPECT_EQ(view.text("ProtocolName"), "UNK");
+    EXPECT_EQ(view.text("ProtocolParams"), "");
+    EXPECT_EQ(view.color("ProtocolName", View::ColorRole::Background), kRed);
+    EXPECT_EQ(view.text("CodeStr"), "");
+}
+
+TEST_F(RecorderTest, MonitoringRefusesAndLeavesThePanel) {
+    view.setText("CodeStr", "G1");
+    ctx.monitoring = true;
+    Rec(Press(kProtoSony, "G101010010000"));
+    EXPECT_EQ(view.text("StatusBar"), "You cannot record a command when monitoring function is activated!");
+    EXPECT_EQ(view.text("CodeStr"), "G1");
+    EXPECT_TRUE(source.calls.empty());
+    EXPECT_TRUE(beeper.beeps.empty());
+}
+
+TEST_F(RecorderTest, DrawsTheCaptureCutBehindItsLastCarrier) {
+    Bytes capture = Press(kProtoSony, "G101010010000");
+    std::size_t last = capture.size();
+    while (capture[last - 1] == 0) --last;
+    view.setCurrentIndex("HScroll1", 400);
+    Rec(capture);
+    ASSERT_EQ(canvas.drawings.size(), 1u);
+    EXPECT_EQ(canvas.drawings[0].samples.size(), (last + kTrailingSilenceBytes) * 8);
+    EXPECT_EQ(view.currentIndex("HScroll1"), 15);
+    EXPECT_EQ(waveform.samples(), canvas.drawings[0].samples);
+}
+
+TEST_F(RecorderTest, TwoPressRule) {
+    const std::string a = "G101010011000001", b = "G000101100100000";
+    struct Case {
+        std::string name;
+        std::vector<std::string> presses;
+        std::vector<bool> validated; // after each press
+    };
+    const Case cases[] = {
+        {"same twice", {a, a}, {false, true}},
+        {"a b b", {a, b, b}, {false, false, true}},
+        {"a b a", {a, b, a}, {false, false, false}},
+        {"validated stays until a new code", {a, a, b}, {false, true, false}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Recorder fresh{ctx, view, source, waveform};
+        for (std::size_t i = 0; i < c.presses.size(); ++i) {
+            source.captures.push_back(Press(kProtoSony, c.presses[i]));
+            beeper.beeps.clear();
+            fresh.onRecButton();
+            ASSERT_EQ(view.text("CodeStr"), c.presses[i]);
+            EXPECT_EQ(view.text("IRCommand"), "?");
+            EXPECT_EQ(ctx.validated, c.validated[i]) << "press " << i + 1;
+            EXPECT_EQ(view.color("CodeStr", View::ColorRole::Background), c.validated[i] ? kGreen : kRed);
+            const std::pair<int, int> after = c.validated[i] ? std::pair{5000, 50} : std::pair{2000, 300};
+            EXPECT_EQ(beeper.beeps, (std::vector<std::pair<int, int>>{{5000, 50}, after}));
+        }
+    }
+}
+
+TEST_F(RecorderTest, KnownCodeValidatesAtOnce) {
+    Rec(Press(kProtoSony, "G010010010000"));
+    EXPECT_EQ(view.text("IRCommand"), "Sony TV&&Vol+");
+    EXPECT_TRUE(ctx.validated);
+    EXPECT_EQ(recorder.counter(), 0);
+    EXPECT_EQ(view.color("CodeStr", View::ColorRole::Background), 0xFFFFFFu);
+    EXPECT_EQ(beeper.beeps, (std::vector<std::pair<int, int>>{{5000, 50}, {2000, 50}, {5000, 50}}));
+}
+
+TEST_F(RecorderTest, IRManHasNoGraph) {
+    ctx.interfaceType = 2;
+    source.irman = std::string("\x12\x34\x00\x00\x00\x00", 6);
+    Rec(std::nullopt);
+    EXPECT_EQ(canvas.messages.back(), "No graph available for IRMan type IR input interface.");
+    EXPECT_TRUE(canvas.drawings.empty());
+    EXPECT_TRUE(source.calls.empty());
+    EXPECT_EQ(view.text("CodeStr"), "G" + std::string("00010010") + "00110100" + std::string(32, '0'));
+    EXPECT_EQ(view.color("CodeStr", View::ColorRole::Background), kRed);
+
+    source.irman.clear();
+    Rec(std::nullopt);
+    EXPECT_EQ(view.text("StatusBar"), "No signal received for 5 seconds!");
+}
+
+TEST(CutTrailingSilence, KeepsThirtyBytesWhenThereAreThirty) {
+    struct Case {
+        std::size_t size, used, expected;
+    };
+    const Case cases[] = {{600, 40, 70}, {600, 570, 600}, {600, 580, 600}, {100, 20, 50}, {600, 0, 30}};
+    for (const Case& c : cases) {
+        Bytes b(c.size, 0);
+        for (std::size_t i = 0; i < c.used; ++i) b[i] = 1;
+        EXPECT_EQ(CutTrailingSilence(b).size(), c.expected) << c.size << "/" << c.used;
+    }
+}
+
+} // namespace
+} // namespace quenix
