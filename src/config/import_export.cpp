@@ -1,0 +1,291 @@
+#include "config/import_export.h"
+
+#include "config/config_text.h"
+#include "core/text.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace quenix {
+
+namespace {
+
+const std::string kCrLf = "\r\n";
+
+// Files edited on other systems may end their lines in LF alone; the configuration text
+// keeps CR LF everywhere.
+std::string WithCrLf(const std::string& in) {
+    std::string out;
+    out.reserve(in.size() + in.size() / 16);
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        if (in[i] == '\n' && (i == 0 || in[i - 1] != '\r')) out += '\r';
+        out += in[i];
+    }
+    return out;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::size_t from = 0;
+    while (from < text.size()) {
+        std::size_t end = text.find(kCrLf, from);
+        if (end == std::string::npos) end = text.size();
+        lines.push_back(text.substr(from, end - from));
+        from = end + 2;
+    }
+    return lines;
+}
+
+std::string Unbracket(const std::string& section) {
+    return section.size() >= 2 && section.front() == '[' && section.back() == ']'
+               ? section.substr(1, section.size() - 2)
+               : section;
+}
+
+// 0-based offset of the section's "[" and the offset just past it, or npos.
+std::pair<std::size_t, std::size_t> SectionSpan(const std::string& text, const std::string& name) {
+    const std::string header = "[" + name + "]";
+    const std::string lowerText = ToLower(text);
+    const std::string lowerHeader = ToLower(header);
+    std::size_t at = 0;
+    while ((at = lowerText.find(lowerHeader, at)) != std::string::npos) {
+        if (at == 0 || text[at - 1] == '\n') break; // a header stands at the start of a line
+        ++at;
+    }
+    if (at == std::string::npos) return {std::string::npos, std::string::npos};
+    std::size_t next = text.find("\r\n[", at + header.size());
+    return {at, next == std::string::npos ? text.size() : next + 2};
+}
+
+bool HasHeader(const std::string& text, const std::string& name) {
+    return SectionSpan(text, name).first != std::string::npos;
+}
+
+} // namespace
+
+std::string SectionText(const std::string& text, const std::string& name) {
+    auto [first, last] = SectionSpan(text, name);
+    return first == std::string::npos ? std::string() : text.substr(first, last - first);
+}
+
+ImportExport::ImportExport(Context& ctx) : ctx_(ctx) {}
+
+std::string ImportExport::Instruction(Mode mode) {
+    return mode == Mode::Import ? "Check the items to import and click Import"
+                                : "Check the items to export and click Export";
+}
+
+std::string ImportExport::ButtonText(Mode mode) { return mode == Mode::Import ? "&Import" : "&Export"; }
+
+bool ImportExport::IsValidConfiguration(const std::string& text) {
+    for (const char* needle : {"Remote Manager", "[General]", "[End]"})
+        if (FindText(needle, text, 1) == 0) return false;
+    return true;
+}
+
+std::vector<ImportExport::Row> ImportExport::Rows(Mode mode) const {
+    const std::string& text = mode == Mode::Import ? ctx_.config.importText() : ctx_.config.text();
+    std::vector<Row> rows;
+    bool started = false;
+    for (const std::string& line : Lines(text)) {
+        if (line.empty() || line.front() != '[') continue;
+        const std::size_t close = line.find(']');
+        if (close == std::string::npos) continue;
+        const std::string name = line.substr(1, close - 1);
+        const std::string lower = ToLower(name);
+        if (lower == "general") started = true;
+        if (!started) continue;
+        if (lower == "end") break;
+        rows.push_back({"[" + name + "]", GetDeviceDescription(name, text)});
+    }
+    return rows;
+}
+
+bool ImportExport::ImportGeneral(std::vector<std::string>& updated) {
+    const std::string& imported = ctx_.config.importText();
+    const std::string ours = SectionText(ctx_.config.text(), "General");
+    bool any = false;
+    const auto lines = Lines(SectionText(imported, "General"));
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        const std::size_t eq = lines[i].find('=');
+        if (eq == std::string::npos) continue;
+        const std::string key = Trim(lines[i].substr(0, eq));
+        const std::string value = lines[i].substr(eq + 1);
+        // Only keys standing at the start of a line of our [General]: a key of a device
+        // section or the tail of a longer key must not be touched.
+        if (key.empty() || FindText(kCrLf + key + "=", ours, 1) == 0 || !ctx_.config.SetGeneralKey(key, value)) {
+            ctx_.dialogs.messageBox("The parameter " + key + " is invalid." + kCrLf + "It will not be loaded.", "ZVK",
+                                    MsgIcon::Information, MsgButtons::Ok);
+            continue;
+        }
+        updated.push_back(key);
+        any = true;
+    }
+    if (any) ctx_.config.LoadFromText(ctx_.config.text()); // the settings record follows the text
+    return any;
+}
+
+void ImportExport::ImportLines(const std::string& section) {
+    const std::string name = Unbracket(section);
+    const auto lines = Lines(SectionText(ctx_.config.importText(), name));
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        const std::string line = Trim(lines[i]);
+        if (line.empty()) continue;
+        auto [first, last] = SectionSpan(ctx_.config.text(), name);
+        if (first == std::string::npos) return;
+        std::string ours = ctx_.config.text().substr(first, last - first);
+        // A line that is there already is not added twice.
+        if (FindText(kCrLf + line + kCrLf, ours, 1) != 0) continue;
+        // Behind the last line that is not blank, so the blank line before the next header stays.
+        std::size_t end = ours.size();
+        while (end >= 2 && ours.compare(end - 2, 2, kCrLf) == 0) end -= 2;
+        if (!ctx_.config.Insert(kCrLf + line, static_cast<int>(first + end) + 1)) return;
+    }
+}
+
+std::optional<std::string> ImportExport::ImportDevice(const std::string& name) {
+    std::string section = SectionText(ctx_.config.importText(), name);
+    if (section.empty()) return std::nullopt;
+    if (section.size() < 2 || section.compare(section.size() - 2, 2, kCrLf) != 0) section += kCrLf;
+    std::string target = name;
+    int at = 0; // 1-based insertion point
+    auto [first, last] = SectionSpan(ctx_.config.text(), name);
+    if (first != std::string::npos) {
+        const MsgAnswer a = ctx_.dialogs.messageBox("The device " + name + " exist in the current configuration file." +
+                                                        kCrLf + "Do you want to override it?",
+                                                    "Device override", MsgIcon::Exclamation, MsgButtons::OkCancel);
+        if (a == MsgAnswer::Ok) {
+            if (!ctx_.config.Delete(static_cast<int>(first) + 1, static_cast<int>(last))) return std::nullopt;
+            at = static_cast<int>(first) + 1;
+        } else {
+            for (;;) {
+                auto answer = ctx_.dialogs.inputBox("Enter a device name for: " + name + ".", "ZVK");
+                if (!answer) return std::nullopt;
+                target = Trim(*answer);
+                if (target.empty()) return std::nullopt;
+                if (target.find_first_of("[]#,") != std::string::npos) {
+                    ctx_.dialogs.message("Device name cannot contain the following characters: [ ] , # ");
+                    continue;
+                }
+                if (HasHeader(ctx_.config.text(), target)) {
+                    ctx_.dialogs.message("There is another device named " + target);
+                    continue;
+                }
+                break;
+            }
+        }
+    }
+    if (at == 0) {
+        at = ctx_.config.Find("[X10]");
+        if (at == 0) at = ctx_.config.Find("[End]");
+        if (at == 0) return std::nullopt;
+        at -= 5;
+    }
+    const std::size_t eol = section.find(kCrLf);
+    const std::string renamed = "[" + target + "]" + section.substr(eol);
+    if (!ctx_.config.Insert(renamed, at)) return std::nullopt;
+    return target;
+}
+
+std::vector<std::string> ImportExport::Import(const std::vector<std::string>& sections) {
+    std::vector<std::string> devices, updated;
+    for (const std::string& section : sections) {
+        const std::string lower = ToLower(section);
+        if (lower == "[general]") {
+            ImportGeneral(updated);
+        } else if (lower == "[x10]" || lower == "[application]" || lower == "[monitoring]") {
+            ImportLines(section);
+            devices.push_back(Unbracket(section));
+        } else if (auto name = ImportDevice(Unbracket(section))) {
+            devices.push_back(*name);
+        }
+    }
+    ctx_.config.SaveConfiguration();
+    std::string report = "The following devices has been imported successfully:";
+    for (const auto& d : devices) report += kCrLf + d;
+    if (!updated.empty()) {
+        report += kCrLf + kCrLf + "Updated general parameters:";
+        for (const auto& k : updated) report += kCrLf + k;
+    }
+    ctx_.dialogs.messageBox(report, "ZVK", MsgIcon::Information, MsgButtons::Ok);
+    return devices;
+}
+
+bool ImportExport::Export(const std::vector<std::string>& sections, const std::string& file) {
+    std::string name = file;
+    if (name.size() < 4 || ToLower(name.substr(name.size() - 4)) != ".cfg") name += ".cfg";
+    std::error_code ec;
+    if (std::filesystem::exists(name, ec)) {
+        const MsgAnswer a = ctx_.dialogs.messageBox("The file " + name + " exist." + kCrLf + "Do you want to replace it?",
+                                                    "File exist", MsgIcon::Question, MsgButtons::YesNo);
+        if (a != MsgAnswer::Yes) return false;
+    }
+    const std::string& text = ctx_.config.text();
+    std::string out = "#Configuration file exported from Quenix Remote Manager v." + ctx_.config.version() + kCrLf +
+                      "#Made by Orvel's Quenix Remote Manager; the sections below can be imported into any" + kCrLf +
+                      "#configuration with File, Import. Questions and reports: quenix@orvel.example" + kCrLf + "# " +
+                      kCrLf;
+    bool general = false;
+    for (const auto& s : sections) general = general || ToLower(s) == "[general]";
+    // An unticked [General] still gets its header, so the file passes the import check.
+    out += general ? SectionText(text, "General") : "[General]" + kCrLf + kCrLf;
+    std::vector<std::string> names;
+    for (const auto& s : sections) {
+        if (ToLower(s) == "[general]") continue;
+        std::string body = SectionText(text, Unbracket(s));
+        if (body.empty()) continue;
+        if (body.compare(body.size() - 2, 2, kCrLf) != 0) body += kCrLf;
+        out += body;
+        names.push_back(Unbracket(s));
+    }
+    out += "[End]" + kCrLf;
+    std::ofstream f(name, std::ios::binary | std::ios::trunc);
+    f << out;
+    f.close();
+    if (!f) {
+        ctx_.dialogs.message("Cannot write the file " + name + ".");
+        return false;
+    }
+    std::string report = "The following devices has been exported successfully:";
+    for (const auto& n : names) report += kCrLf + n;
+    ctx_.dialogs.messageBox(report, "ZVK", MsgIcon::Information, MsgButtons::Ok);
+    return true;
+}
+
+void ImportExport::FileImport() {
+    auto file = ctx_.dialogs.openFile("Open Configuration File",
+                                      {"Configuration Files (*.cfg)", "Text Files (*.txt)", "All Files (*.*)"});
+    if (!file) return;
+    std::ifstream f(*file, std::ios::binary);
+    std::string data((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+    ctx_.config.importText() = WithCrLf(data);
+    if (!f || !IsValidConfiguration(ctx_.config.importText())) {
+        ctx_.dialogs.message("This is not a valid configuration file!");
+        return;
+    }
+    if (!chooseRows) return;
+    const auto rows = Rows(Mode::Import);
+    auto ticked = chooseRows(Mode::Import, rows);
+    if (!ticked) return;
+    std::vector<std::string> sections;
+    for (int i : *ticked)
+        if (i >= 0 && i < static_cast<int>(rows.size())) sections.push_back(rows[static_cast<std::size_t>(i)].section);
+    Import(sections);
+}
+
+void ImportExport::FileExport() {
+    if (!chooseRows) return;
+    const auto rows = Rows(Mode::Export);
+    auto ticked = chooseRows(Mode::Export, rows);
+    if (!ticked) return;
+    std::vector<std::string> sections;
+    for (int i : *ticked)
+        if (i >= 0 && i < static_cast<int>(rows.size())) sections.push_back(rows[static_cast<std::size_t>(i)].section);
+    auto file = ctx_.dialogs.saveFile("Export Configuration File", {"Configuration Files (*.cfg)"}, "cfg");
+    if (!file) return;
+    Export(sections, *file);
+}
+
+} // namespace quenix

@@ -1,0 +1,59 @@
+#pragma once
+
+// Copying devices and [General] settings between configuration files: import merges the
+// ticked sections of another file into the configuration text, export writes the ticked
+// sections of the current one into a new file of the same grammar.
+
+#include "config/context.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quenix {
+
+class ImportExport {
+public:
+    enum class Mode { Import, Export };
+    struct Row {
+        std::string section; // "[General]", "[Sony TV]" ...
+        std::string description;
+    };
+
+    explicit ImportExport(Context& ctx);
+
+    // The selection form: shows the rows and returns the indices the user ticked, or nullopt
+    // when the form is closed without its button.
+    std::function<std::optional<std::vector<int>>(Mode, const std::vector<Row>&)> chooseRows;
+
+    // The menu commands: file dialog, check, selection, merge or write.
+    void FileImport();
+    void FileExport();
+
+    // The rows of the import text or of the configuration text.
+    std::vector<Row> Rows(Mode mode) const;
+    // True when the text looks like one of our configuration files.
+    static bool IsValidConfiguration(const std::string& text);
+    // Merges the ticked sections of the import text; returns the names taken over.
+    std::vector<std::string> Import(const std::vector<std::string>& sections);
+    // Writes the ticked sections to the file; false when nothing was written.
+    bool Export(const std::vector<std::string>& sections, const std::string& file);
+
+    // The instruction text and button caption of the selection form.
+    static std::string Instruction(Mode mode);
+    static std::string ButtonText(Mode mode);
+
+private:
+    bool ImportGeneral(std::vector<std::string>& updated);
+    void ImportLines(const std::string& section);
+    std::optional<std::string> ImportDevice(const std::string& name);
+
+    Context& ctx_;
+};
+
+// The section of text headed by "[name]" (case ignored), from the "[" up to the CR LF before
+// the next header, or empty when there is none.
+std::string SectionText(const std::string& text, const std::string& name);
+
+} // namespace quenix

@@ -1,0 +1,346 @@
+// The phone remote against a simulated Ericsson phone that speaks the AT dialogue on a
+// simulated serial port, on the virtual clock.
+
+#include "monitor/phone_remote.h"
+
+#include "support/fakes.h"
+#include "support/sim_serial.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <set>
+
+namespace quenix {
+namespace {
+
+using testing::DefaultConfiguration;
+using testing::FakeBeeper;
+using testing::FakeDialogs;
+using testing::FakeView;
+using testing::SimClock;
+using testing::SimPeer;
+using testing::SimPort;
+using testing::SimSerialDriver;
+using testing::TempDir;
+
+constexpr int kBtCom = 5;
+
+// Answers every command line with OK after a short delay, except those it is told to ignore.
+class PhoneSim final : public SimPeer {
+public:
+    std::uint32_t lines(const SimPort&, std::int64_t) override { return linkUp ? kModemCtsOn | kModemDsrOn : 0u; }
+    void onWrite(SimPort&, std::string_view bytes, std::int64_t now) override {
+        partial_ += bytes;
+        std::size_t end;
+        while ((end = partial_.find("\r\n")) != std::string::npos) {
+            std::string cmd = partial_.substr(0, end);
+            partial_.erase(0, end + 2);
+            heard.push_back(cmd);
+            if (!linkUp || silent.count(cmd)) continue;
+            std::string reply = cmd == "AT+CGMM" ? "\r\n" + model + "\r\n\r\nOK\r\n" : "\r\nOK\r\n";
+            say(reply, now + 40'000'000);
+        }
+    }
+    void poll(SimPort& port, std::int64_t now) override {
+        while (!due_.empty() && due_.front().first <= now) {
+            port.rx += due_.front().second;
+            due_.pop_front();
+        }
+    }
+    void say(const std::string& text, std::int64_t at = 0) { due_.emplace_back(at, text); }
+
+    bool linkUp = true;
+    std::string model = "T39m R101";
+    std::set<std::string> silent;
+    std::vector<std::string> heard;
+
+private:
+    std::string partial_;
+    std::deque<std::pair<std::int64_t, std::string>> due_;
+};
+
+// SecondTimer as the event loop fires it while the reply wait lets events run: a timer that
+// fell behind during a blocking sleep fires once, not once per missed period.
+class TickingView final : public FakeView {
+public:
+    TickingView(SimClock& clock) : clock_(clock), last_(clock.nowMs()) {}
+    void processEvents() override {
+        FakeView::processEvents();
+        if (remote && clock_.nowMs() - last_ >= 200) {
+            last_ = clock_.nowMs();
+            remote->OnSecondTimer();
+        }
+    }
+    PhoneRemote* remote = nullptr;
+
+private:
+    SimClock& clock_;
+    std::int64_t last_;
+};
+
+class PhoneRemoteTest : public ::testing::Test {
+protected:
+    PhoneRemoteTest() : store(dir.str()), ctx(store, clock, dialogs, beeper), view(clock), port(driver) {
+        store.LoadFromText(DefaultConfiguration());
+        store.SaveConfiguration();
+        Settings& s = ctx.settings();
+        s.btEna = true;
+        s.btCom = kBtCom;
+        s.bt = {"Living", "Kitchen", "Bedroom", "Garage", "", "", "", "", "", ""};
+        driver.port(kBtCom).peer = &phone;
+        view.remote = &remote;
+        remote.handleEvent = [this](const std::string& key) {
+            events.push_back(key);
+            return key == "BT&CONNECTED" ? std::string() : "done " + key;
+        };
+    }
+
+    // Initialises and forgets what the start-up said.
+    void Connect() {
+        ASSERT_TRUE(remote.Initialise());
+        phone.heard.clear();
+        events.clear();
+    }
+    // One key report arrives and the poll runs once.
+    void Key(const std::string& report) {
+        phone.say("\r\n+CKEV: " + report + "\r\n");
+        remote.OnBTMonTimer();
+    }
+    bool Heard(const std::string& cmd) const {
+        return std::find(phone.heard.begin(), phone.heard.end(), cmd) != phone.heard.end();
+    }
+
+    TempDir dir;
+    ConfigStore store;
+    SimClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx;
+    TickingView view;
+    SimSerialDriver driver{clock};
+    SerialPort port;
+    PhoneSim phone;
+    PhoneRemote remote{ctx, view, port};
+    std::vector<std::string> events;
+};
+
+TEST_F(PhoneRemoteTest, InitialiseDialogueAndModels) {
+    struct Case {
+        std::string model;
+        std::string silentCommand;
+        bool ok;
+        std::string expectModel;
+    };
+    const Case cases[] = {
+        {"T39m R101", "", true, "Ericsson T39m"},
+        {"T39 R201", "", true, "Ericsson T39"},
+        {"t68i", "", true, "Ericsson T68i"},
+        {"R520m", "", true, "Ericsson R520"},
+        {"Nokia 6310", "", true, "Unknown"},
+        {"T39m", "AT+CGMM", true, "Unknown"}, // no model answer is no failure
+        {"T39m", "ATZ", false, "Unknown"},
+        {"T39m", "AT*EAM=\"Quenix Manager\"", false, "Ericsson T39m"},
+        {"T39m", "AT+CMER=3,2,0,0", false, "Ericsson T39m"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.model + " / " + c.silentCommand);
+        PhoneSim sim;
+        sim.model = c.model;
+        if (!c.silentCommand.empty()) sim.silent.insert(c.silentCommand);
+        driver.port(kBtCom).peer = &sim;
+        PhoneRemote r(ctx, view, port);
+        view.remote = &r;
+        r.handleEvent = remote.handleEvent;
+        events.clear();
+        view.setTimerEnabled("BTMonTimer", false);
+
+        EXPECT_EQ(r.Initialise(), c.ok);
+        EXPECT_EQ(r.model(), c.expectModel);
+        EXPECT_EQ(view.isTimerEnabled("BTMonTimer"), c.ok);
+        EXPECT_EQ(view.textsOf("StatusBar").front(), "Initialize bluetooth...");
+        EXPECT_EQ(view.text("StatusBar"), "");
+        if (c.ok) {
+            EXPECT_EQ(view.text(PhoneRemote::kLabel), c.expectModel + " is now connected.");
+            EXPECT_EQ(view.color(PhoneRemote::kLabel, View::ColorRole::Background), PhoneRemote::kCyan);
+            EXPECT_EQ(events, std::vector<std::string>{"BT&CONNECTED"});
+            EXPECT_EQ(view.text("ExecCmd"), "none");
+            EXPECT_TRUE(driver.port(kBtCom).open);
+            r.Close();
+        } else {
+            EXPECT_EQ(view.text(PhoneRemote::kLabel), "Bluetoth unavailable!");
+            EXPECT_TRUE(events.empty());
+            EXPECT_EQ(ctx.btPortHandle, kNoPort);
+            EXPECT_FALSE(driver.port(kBtCom).open);
+        }
+        EXPECT_FALSE(driver.port(kBtCom).open);
+    }
+}
+
+TEST_F(PhoneRemoteTest, StartUpSequenceOnTheWire) {
+    ASSERT_TRUE(remote.Initialise());
+    const std::vector<std::string> expected = {
+        "ATZ", "AT+CGMM", "AT+CSCS=\"8859-1\"", "AT*EAM=\"Quenix Manager\"", "AT+CMER=0,0,0,0",
+        "AT*EAID=1,2,\"Welcome to Orvel's Quenix Manager\"", "AT*EAID=1,2,\"Current device is Living\"",
+        "AT+CMER=3,2,0,0"};
+    EXPECT_EQ(phone.heard, expected);
+    const CommState& st = driver.port(kBtCom).state;
+    EXPECT_EQ(st.baudRate, 115200u);
+    EXPECT_EQ(st.byteSize, 8);
+}
+
+TEST_F(PhoneRemoteTest, ReplyWaitGivesUpAfterFiveTicks) {
+    Connect();
+    phone.silent.insert("AT+FOO");
+    const std::int64_t before = clock.nowMs();
+    EXPECT_EQ(remote.AtExchange("AT+FOO"), "");
+    const std::int64_t waited = clock.nowMs() - before;
+    EXPECT_GE(waited, 800);
+    EXPECT_LE(waited, 1200);
+}
+
+TEST_F(PhoneRemoteTest, KeyReports) {
+    struct Case {
+        std::vector<std::string> reports;
+        std::vector<std::string> events;
+        int current;
+    };
+    const Case cases[] = {
+        {{"u,1"}, {"BT0&UP"}, 0},
+        {{"l,0"}, {"BT0&FLIP OPEN"}, 0}, // raised although the press flag is 0
+        {{"l,1"}, {"BT0&FLIP CLOSED"}, 0},
+        {{"<,1", ">,1", "s,1", "e,1", "c,1"}, {"BT0&LEFT", "BT0&RIGHT", "BT0&YES", "BT0&NO", "BT0&C"}, 0},
+        {{"5,1", "5,0", "#,1"}, {"BT0&5", "BT0&#"}, 0},
+        {{"U,1"}, {"BT0&UP"}, 0},           // compared in lower case
+        {{"*,1", "3,1"}, {}, 3},            // a device choice, no event
+        {{"*,1", "u,1"}, {}, 0},            // no digit: ignored
+        {{"*,1", "*,0", "3,1"}, {"BT0&3"}, 0}, // the release ends the choice
+        {{"*,1", "2,1", "*,0", "d,1"}, {"BT2&DOWN"}, 2},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.reports.front() + " ... " + c.reports.back());
+        ctx.settings().btCurrent = 0;
+        Connect();
+        for (const auto& r : c.reports) Key(r);
+        EXPECT_EQ(events, c.events);
+        EXPECT_EQ(ctx.settings().btCurrent, c.current);
+        if (!c.events.empty()) {
+            EXPECT_EQ(view.text("RecCmd"), c.events.back());
+            EXPECT_EQ(view.text("ExecCmd"), "done " + c.events.back());
+        }
+        remote.Close();
+    }
+}
+
+TEST_F(PhoneRemoteTest, DeviceChoiceIsStoredAndShown) {
+    Connect();
+    Key("*,1");
+    EXPECT_EQ(remote.shift(), "SHIFT");
+    EXPECT_TRUE(Heard("AT*EAID=1,2,\"Living\""));
+    Key("3,1");
+    EXPECT_TRUE(Heard("AT*EAID=1,2,\"Selected device is Garage\""));
+    EXPECT_NE(store.text().find("BTCURRENT= 3\r\n"), std::string::npos);
+    EXPECT_NE(dir.read("telvorin.cfg").find("BTCURRENT= 3\r\n"), std::string::npos);
+}
+
+TEST_F(PhoneRemoteTest, LineArrivingInPiecesIsCompleted) {
+    Connect();
+    phone.say("+CKEV: d");
+    phone.say(",1\r\n", clock.nowNs() + 300'000'000);
+    remote.OnBTMonTimer();
+    EXPECT_EQ(events, std::vector<std::string>{"BT0&DOWN"});
+}
+
+TEST_F(PhoneRemoteTest, GarbageAndSilenceRaiseNothing) {
+    Connect();
+    remote.OnBTMonTimer(); // nothing there
+    phone.say("RING\r\n");
+    remote.OnBTMonTimer();
+    phone.say("\r\n+CKEV: u,1\r\n");
+    phone.linkUp = false; // CTS off: the poll leaves the port alone
+    remote.OnBTMonTimer();
+    EXPECT_TRUE(events.empty());
+}
+
+TEST_F(PhoneRemoteTest, StarHashSwitchesOffUntilMenuEntryChosen) {
+    Connect();
+    Key("*,1");
+    Key("#,1");
+    EXPECT_TRUE(events.empty());
+    EXPECT_TRUE(Heard("AT*EAID=1,2,\"Quenix Remote Disabled\""));
+    EXPECT_TRUE(Heard("AT*EAID=0"));
+    EXPECT_TRUE(Heard("AT+CMER =0,0,0,0"));
+    EXPECT_EQ(remote.shift(), "");
+
+    phone.heard.clear();
+    phone.say("\r\n*EAAI\r\n");
+    remote.OnBTMonTimer();
+    EXPECT_EQ(phone.heard, (std::vector<std::string>{"AT*EAID=1,2,\"Quenix Manager\"", "AT+CMER =3,2,0,0"}));
+    EXPECT_TRUE(remote.active());
+    Key("u,1");
+    EXPECT_EQ(events, std::vector<std::string>{"BT0&UP"});
+}
+
+TEST_F(PhoneRemoteTest, LostLinkDisconnectsAndReconnectsInTwoRounds) {
+    Connect();
+    ctx.monitoring = true;
+    phone.silent.insert("AT+CMER =3,2,0,0");
+    phone.say("\r\n*EAAI\r\n");
+    remote.OnBTMonTimer();
+    EXPECT_EQ(events, std::vector<std::string>{"BT&DISCONNECTED"});
+    EXPECT_EQ(view.text(PhoneRemote::kLabel), "BT disconnected!");
+    EXPECT_EQ(view.color(PhoneRemote::kLabel, View::ColorRole::Background), PhoneRemote::kYellow);
+    EXPECT_FALSE(remote.active());
+
+    // The link is down: the first round only closes the port and fails.
+    phone.linkUp = false;
+    phone.heard.clear();
+    events.clear();
+    int trays = 0;
+    remote.refreshTray = [&] { ++trays; };
+    remote.OnBTAutoTimer();
+    EXPECT_FALSE(view.isTimerEnabled("BTMonTimer"));
+    EXPECT_EQ(view.text(PhoneRemote::kLabel), "Bluetoth unavailable!");
+    EXPECT_TRUE(phone.heard.empty()); // nothing written to the closed port
+    EXPECT_FALSE(driver.port(kBtCom).open);
+    EXPECT_EQ(ctx.btPortHandle, kNoPort);
+    EXPECT_EQ(events, std::vector<std::string>{"BT&CONNECTED"});
+    EXPECT_EQ(trays, 1);
+
+    // The phone is back: the next round opens the port afresh and connects.
+    phone.linkUp = true;
+    phone.silent.clear();
+    events.clear();
+    remote.OnBTAutoTimer();
+    EXPECT_TRUE(remote.active());
+    EXPECT_EQ(view.text(PhoneRemote::kLabel), "Ericsson T39m is now connected.");
+    EXPECT_EQ(events, (std::vector<std::string>{"BT&CONNECTED", "BT&CONNECTED"}));
+
+    // Connected and active: further rounds do nothing.
+    phone.heard.clear();
+    remote.OnBTAutoTimer();
+    EXPECT_TRUE(phone.heard.empty());
+}
+
+TEST_F(PhoneRemoteTest, ReconnectWaitsForModeMonitoringAndLinkDown) {
+    struct Case {
+        int mode;
+        bool monitoring;
+        bool linkUp;
+        bool opens;
+    };
+    const Case cases[] = {{0, true, false, true}, {1, true, false, false}, {0, false, false, false}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.mode);
+        ctx.settings().btMode = c.mode;
+        ctx.monitoring = c.monitoring;
+        phone.linkUp = c.linkUp;
+        phone.heard.clear();
+        remote.OnBTAutoTimer();
+        EXPECT_EQ(!phone.heard.empty() || driver.port(kBtCom).open, c.opens);
+        remote.Close();
+    }
+}
+
+} // namespace
+} // namespace quenix
