@@ -16,7 +16,7 @@ bool StartsWith(std::string_view s, std::string_view prefix) { return s.substr(0
 std::vector<std::string> LinesUntilSection(std::string_view text, int from) {
     std::vector<std::string> lines;
     int end = FindText("[", text, from);
-    const std::size_t stop = end == 0 ? text.size() : At(end);
+    const std::size_t stop = end == 0 ? text.size() : At(end - 1); // the "[" itself
     std::size_t pos = text.find('\n', At(from));
     while (pos != std::string_view::npos && pos + 1 < stop) {
         std::size_t eol = text.find('\n', pos + 1);

@@ -43,7 +43,7 @@ std::vector<std::string> MonitoredActions(std::string_view text, std::string_vie
     int m = FindText("[Monitoring]", text, 1);
     if (m == 0) return actions;
     int end = FindText("[", text, m);
-    const std::size_t stop = end == 0 ? text.size() : static_cast<std::size_t>(end - 1);
+    const std::size_t stop = end == 0 ? text.size() : static_cast<std::size_t>(end - 2); // the "[" itself
     const std::string wanted = ToLower(std::string(key));
     std::size_t pos = static_cast<std::size_t>(m - 1);
     while (pos < stop) {

@@ -1,0 +1,180 @@
+#include "monitor/events.h"
+
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix {
+namespace {
+
+using testing::DefaultConfiguration;
+using testing::FakeDialogs;
+using testing::FakeView;
+using testing::TempDir;
+
+struct Rig {
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    testing::FakeClock clock;
+    FakeDialogs dialogs;
+    testing::FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    FakeView view;
+    MonitorEvents events{ctx, view};
+
+    explicit Rig(std::string config = DefaultConfiguration()) {
+        dir.write(ConfigStore::kFileName, config);
+        EXPECT_TRUE(store.LoadConfiguration());
+        store.settings().btEna = true;
+        events.Load();
+    }
+    void choose(const std::string& list, const std::string& item) {
+        auto items = view.items(list);
+        auto it = std::find(items.begin(), items.end(), item);
+        ASSERT_NE(it, items.end()) << list << " lacks " << item;
+        view.setCurrentIndex(list, static_cast<int>(it - items.begin()));
+    }
+    // Picks the four lists the way the user does, each choice refilling the next list.
+    void pick(const std::string& in, const std::string& inCmd, const std::string& out, const std::string& outCmd) {
+        choose("IRDev", in);
+        events.OnIRDevChanged();
+        choose("IRCmd", inCmd);
+        events.OnIRCmdChanged();
+        choose("OutDev", out);
+        events.OnOutDevChanged();
+        choose("OutCmd", outCmd);
+    }
+    std::string onDisk() { return dir.read(ConfigStore::kFileName); }
+};
+
+TEST(MonitorEvents, CommandListsByDevice) {
+    Rig rig;
+    const std::string& t = rig.store.text();
+    struct Case {
+        std::vector<std::string> got;
+        std::vector<std::string> want;
+    };
+    const Case cases[] = {
+        {InputCommands(t, "BT"), {"CONNECTED", "DISCONNECTED", "YES", "C", "NO", "LEFT", "RIGHT", "1", "2", "3",
+                                  "4", "5", "6", "7", "8", "9", "0", "#", "UP", "DOWN", "FLIP OPEN", "FLIP CLOSED"}},
+        {InputCommands(t, "Philips Amp"), {"Standby", "Vol+", "Vol-", "Mute"}},
+        {OutputCommands(t, "X10&Desk Lamp"), {"All-U-Off", "All-L-On", "On", "Off", "Dim", "Bri", "All-L-Off"}},
+        {OutputCommands(t, "MOUSE"), {"LEFT CLICK", "RIGHT CLICK", "DOUBLECLICK", "LEFT", "LEFTUP", "UP", "RIGHTUP",
+                                      "RIGHT", "RIGHTDOWN", "DOWN", "LEFTDOWN"}},
+        {OutputCommands(t, "Application"), {"Terminal", "Chime"}},
+        {OutputCommands(t, "Gone"), {}},
+    };
+    for (const Case& c : cases) EXPECT_EQ(c.got, c.want);
+    EXPECT_EQ(OutputCommands(t, "Winamp").size(), 24u);
+}
+
+TEST(MonitorEvents, PhoneKeysTakeTheDeviceIndex) {
+    Rig rig;
+    struct Case {
+        const char* command;
+        int index;
+        bool comboShown;
+        const char* label;
+    };
+    const Case cases[] = {
+        {"UP", 2, true, "BT2"},
+        {"CONNECTED", 2, false, "BT"},
+        {"FLIP CLOSED", 7, false, "BT"},
+        {"#", 0, true, "BT0"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.command);
+        rig.view.setCurrentIndex("BTDevListCombo", c.index);
+        rig.pick("BT", c.command, "Winamp", "PLAY");
+        EXPECT_EQ(rig.view.isVisible("BTDevListCombo"), c.comboShown);
+        EXPECT_EQ(rig.view.text("BtDevLabel"), c.label);
+        EXPECT_EQ(rig.events.BuildLine(), std::string(c.label) + "&" + c.command + ",Winamp&PLAY");
+    }
+    rig.choose("IRDev", "Sony TV");
+    rig.events.OnIRDevChanged();
+    EXPECT_FALSE(rig.view.isVisible("BtDevLabel"));
+}
+
+TEST(MonitorEvents, AddEvent) {
+    struct Case {
+        const char* name;
+        std::vector<std::string> pick;
+        MsgAnswer answer;
+        const char* question; // the box shown
+        bool added;
+    };
+    const Case cases[] = {
+        {"new event", {"Sony TV", "Power", "Mouse", "LEFT CLICK"}, MsgAnswer::Yes,
+         "Do you want to add the event Sony TV&Power,Mouse&LEFT CLICK to the list of the monitored events?", true},
+        {"user says no", {"Sony TV", "Power", "Mouse", "LEFT CLICK"}, MsgAnswer::No,
+         "Do you want to add the event Sony TV&Power,Mouse&LEFT CLICK to the list of the monitored events?", false},
+        {"same line", {"Sony TV", "Ch+", "Winamp", "NEXT"}, MsgAnswer::Yes,
+         "This event exists in the configuration file.\nPlease select another event.", false},
+        {"prefix of a longer line", {"Sony TV", "Mute", "Winamp", "PLAY"}, MsgAnswer::Yes,
+         "This event exists in the configuration file.\nPlease select another event.", false},
+    };
+    std::string config = DefaultConfiguration();
+    config.insert(config.find("[End]"), "Sony TV&Mute,Winamp&PLAYLIST\r\n");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rig rig(config);
+        rig.pick(c.pick[0], c.pick[1], c.pick[2], c.pick[3]);
+        rig.dialogs.answers.push_back(c.answer);
+        const std::string line = rig.events.BuildLine();
+        const std::size_t before = rig.view.items("MonEvent").size();
+        rig.events.OnAdMonButton();
+
+        ASSERT_EQ(rig.dialogs.messages.size(), 1u);
+        EXPECT_EQ(rig.dialogs.messages[0].text, c.question);
+        const std::string disk = rig.onDisk();
+        EXPECT_EQ(disk.find(line + "\r\n[End]") != std::string::npos, c.added);
+        EXPECT_EQ(rig.view.items("MonEvent").size(), before + (c.added ? 1 : 0));
+    }
+}
+
+TEST(MonitorEvents, AddNeedsASectionAfterMonitoring) {
+    std::string config = DefaultConfiguration();
+    Rig rig(config);
+    rig.store.SetText(config.substr(0, config.find("[End]")));
+    rig.pick("Sony TV", "Power", "Mouse", "UP");
+    rig.events.OnAdMonButton();
+    EXPECT_TRUE(rig.dialogs.messages.empty());
+}
+
+TEST(MonitorEvents, DeleteAsksAndTakesTheLineBreak) {
+    Rig rig;
+    rig.choose("MonEvent", "Sony TV&Ch-,winamp&PREV");
+    rig.events.OnDelete(); // unanswered: No
+    EXPECT_NE(rig.store.text().find("Sony TV&Ch-,winamp&PREV"), std::string::npos);
+    EXPECT_EQ(rig.dialogs.messages.at(0).text,
+              "You are sure that you want to delete the Event: Sony TV&Ch-,winamp&PREV ?");
+
+    rig.dialogs.answers.push_back(MsgAnswer::Yes);
+    rig.events.OnDelete();
+    EXPECT_NE(rig.onDisk().find("Sony TV&Ch+,winamp&NEXT\r\nSony TV&Mute,winamp&PAUSE\r\n"), std::string::npos);
+    EXPECT_EQ(rig.view.items("MonEvent").size(), 3u);
+}
+
+TEST(MonitorEvents, CleanRemovesOnlyOrphans) {
+    std::string config = DefaultConfiguration();
+    const std::string kept = "BT3&UP,winamp&NOSUCH\r\nPhilips Amp&Mute,Mouse&ANY\r\nBT&CONNECTED,keyboard&x\r\n"
+                             "Sony TV&Power,X10&Desk Lamp&On\r\nSony TV&Power,ir dimmer&50\r\n";
+    const std::string orphans = "Gone Box&Power,winamp&PLAY\r\nSony TV&NoKey,winamp&PLAY\r\n"
+                                "Sony TV&Power,X10&Attic&On\r\nBT1&UP,Gone Box&Power\r\n";
+    config.insert(config.find("[End]"), kept + orphans);
+    Rig rig(config);
+    rig.events.OnCleanButton();
+    ASSERT_EQ(rig.dialogs.messages.size(), 1u);
+    EXPECT_EQ(rig.dialogs.messages[0].caption, "Quenix Manager");
+    EXPECT_EQ(rig.dialogs.messages[0].text,
+              "The followig orphaned events were deleted:\nGone Box&Power,winamp&PLAY\nSony TV&NoKey,winamp&PLAY\n"
+              "Sony TV&Power,X10&Attic&On\nBT1&UP,Gone Box&Power\n");
+    const std::string disk = rig.onDisk();
+    EXPECT_NE(disk.find(kept + "[End]"), std::string::npos);
+
+    rig.events.OnCleanButton();
+    EXPECT_EQ(rig.dialogs.messages.at(1).text, "Found no orphaned events to delete.");
+}
+
+} // namespace
+} // namespace quenix
