@@ -120,6 +120,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     main_ = std::make_unique<MainController>(ctx_, view_, waitView_, *browser_, std::move(hooks));
     wire();
     wireReceiver(io);
+    wireSending(io);
 
     resize(sizeHint().expandedTo(QSize(980, 640)));
 }
@@ -437,7 +438,7 @@ void FrmMain::wire() {
     // controllers; until then their controls say so instead of doing nothing. Whoever wires one
     // takes it off these lists.
     const QString later = "This function is not available in this version yet.";
-    for (const char* name : {"RecButton", "SendButton", "SaveCmdButton", "DeleteCmdButton", "GExt", "Gshr", "GReset"})
+    for (const char* name : {"RecButton", "SaveCmdButton", "DeleteCmdButton", "GExt", "Gshr", "GReset"})
         connect(findChild<QPushButton*>(name), &QPushButton::clicked, this, [this, later] { view_.setStatus(later.toStdString()); });
     for (const char* name : {"CalibrationMenu", "MenuProcDelay", "MonitoringStartMenu", "MonitoringStopMenu",
                              "RestartMonMenu", "MonitorConfigureMenu", "BluetoothConfigMenu", "mnuStartMonitor",

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "actions/desktop_actions.h"
+#include "actions/executor.h"
+#include "actions/send_controller.h"
 #include "config/browser_controller.h"
 #include "config/context.h"
 #include "config/main_controller.h"
@@ -70,6 +73,7 @@ private:
     void buildTimers();
     void wire();
     void wireReceiver(Io io);
+    void wireSending(Io io);
     void setCompactLayout(bool compact);
     QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
                        const QKeySequence& shortcut = {});
@@ -81,6 +85,9 @@ private:
     std::unique_ptr<BrowserController> browser_;
     std::unique_ptr<MainController> main_;
     std::unique_ptr<ReceiverController> receiver_;
+    std::unique_ptr<DesktopActions> actions_;
+    std::unique_ptr<CommandExecutor> executor_;
+    std::unique_ptr<SendController> sender_;
 
     QListWidget* devices_ = nullptr;
     QListWidget* commands_ = nullptr;
