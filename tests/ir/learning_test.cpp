@@ -1,0 +1,274 @@
+#include "capture_script.h"
+#include "config/config_text.h"
+#include "ir/analysis.h"
+#include "ir/learning.h"
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix {
+namespace {
+
+using namespace testing;
+using Bytes = std::vector<std::uint8_t>;
+
+class LearningTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir.write("telvorin.cfg", DefaultConfiguration());
+        ASSERT_TRUE(store.LoadConfiguration());
+    }
+    std::string OnDisk() const { return dir.read("telvorin.cfg"); }
+    // The lines of a device's section, header excluded, up to the blank line.
+    std::vector<std::string> SectionLines(const std::string& device) const {
+        std::vector<std::string> lines;
+        const std::string& t = store.text();
+        std::size_t at = t.find("[" + device + "]\r\n");
+        if (at == std::string::npos) return lines;
+        at = t.find("\r\n", at) + 2;
+        while (at < t.size()) {
+            std::size_t end = t.find("\r\n", at);
+            if (end == at || end == std::string::npos) break;
+            lines.push_back(t.substr(at, end - at));
+            at = end + 2;
+        }
+        return lines;
+    }
+
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    FakeView view;
+    ScriptedSource source;
+    std::vector<std::string> refreshed;
+    Learning learning{ctx, view, source, [this](const std::string& s) { refreshed.push_back(s); }};
+};
+
+TEST_F(LearningTest, ReadOnlyDevices) {
+    struct Case {
+        std::string device, save, del;
+    };
+    const std::string ro = "This is a read-only device!";
+    const std::string notValidated = "The command is not yet validated! Pres again Record button to validate.";
+    const std::string empty = "There are no more commands to delete for the current device!";
+    const Case cases[] = {
+        {"x10lamps", ro, ro},
+        {"X10lamps", notValidated, empty},
+        {"Winamp", ro, empty},
+        {"IR Dimmer", ro, empty},
+        {"ir dimmer", ro, ro},
+        {"Recorded", ro, empty},
+        {"recorded", ro, "This is a virtual read-only device!"},
+        {"Sony TV", notValidated, empty},
+    };
+    view.setItems("SendCmd", {"empty"});
+    view.setCurrentIndex("SendCmd", 0);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.device);
+        store.currentDevice = c.device;
+        learning.onSaveCmdButton();
+        EXPECT_EQ(view.text("StatusBar"), c.save);
+        learning.onDeleteCmdButton();
+        EXPECT_EQ(view.text("StatusBar"), c.del);
+    }
+    EXPECT_TRUE(dialogs.messages.empty());
+    EXPECT_EQ(OnDisk(), DefaultConfiguration());
+}
+
+TEST_F(LearningTest, SaveRefusesBadOrKnownCodes) {
+    struct Case {
+        std::string code, status;
+    };
+    const Case cases[] = {
+        {"G10a1", "The code you want to save is invalid."},
+        {"  G010010010000 ", "This command exist as Vol+"},
+        {"G00100000110111110001000011101111", "This command exist as Power"},
+    };
+    store.currentDevice = "Philips Amp";
+    ctx.validated = true;
+    for (const Case& c : cases) {
+        view.setText("CodeStr", c.code);
+        learning.onSaveCmdButton();
+        EXPECT_EQ(view.text("StatusBar"), c.status) << c.code;
+    }
+    EXPECT_TRUE(dialogs.prompts.empty());
+}
+
+TEST_F(LearningTest, SaveAsksUntilTheNameIsUsable) {
+    store.currentDevice = "Sony TV";
+    ctx.validated = true;
+    view.setText("CodeStr", "G111100000000");
+    dialogs.inputs = {"Vol%Up", "Mute", "Sleep"};
+    learning.onSaveCmdButton();
+
+    ASSERT_EQ(dialogs.prompts.size(), 3u);
+    EXPECT_EQ(dialogs.prompts[0].title, "Input new command name");
+    EXPECT_EQ(dialogs.prompts[0].prompt,
+              "Enter the name for the new command.\nDo not use '[' ']' ',' '%' '&' characters");
+    EXPECT_EQ(view.textsOf("StatusBar"),
+              (std::vector<std::string>{"Do not use [ ] , #  characters!",
+                                        "This command name is in use for the current device!"}));
+    std::vector<std::string> lines = SectionLines("Sony TV");
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(), "G111100000000,Sleep");
+    EXPECT_EQ(OnDisk(), store.text());
+    EXPECT_EQ(refreshed, std::vector<std::string>{"Sleep"});
+    // The next section is untouched and still parted by its blank line.
+    EXPECT_NE(store.text().find("G111100000000,Sleep\r\n\r\n[Philips Amp]"), std::string::npos);
+}
+
+TEST_F(LearningTest, SaveNameInAnotherDeviceIsFine) {
+    store.currentDevice = "Set-top Box";
+    ctx.validated = true;
+    view.setText("CodeStr", "G00100000110111110101010110101010");
+    dialogs.inputs = {"Power"}; // Set-top Box has a Power, taken by the name of Sony TV's
+    store.currentDevice = "Sony TV";
+    view.setText("CodeStr", "G111100000000");
+    dialogs.inputs = {"Ch+", "Guide"};
+    learning.onSaveCmdButton();
+    EXPECT_EQ(SectionLines("Sony TV").back(), "G111100000000,Guide");
+    store.currentDevice = "Set-top Box";
+    view.setText("CodeStr", "G00100000110111110101010110101010");
+    dialogs.inputs = {"Guide"};
+    learning.onSaveCmdButton();
+    EXPECT_EQ(SectionLines("Set-top Box").back(), "G00100000110111110101010110101010,Guide");
+}
+
+TEST_F(LearningTest, SaveCancelledChangesNothing) {
+    store.currentDevice = "Sony TV";
+    ctx.validated = true;
+    view.setText("CodeStr", "G111100000000");
+    dialogs.inputs = {std::nullopt};
+    learning.onSaveCmdButton();
+    EXPECT_EQ(store.text(), DefaultConfiguration());
+    EXPECT_TRUE(refreshed.empty());
+}
+
+TEST_F(LearningTest, DeleteAsksFirst) {
+    store.currentDevice = "Sony TV";
+    view.setItems("SendCmd", {"Power", "Vol+", "Vol-"});
+    view.setCurrentIndex("SendCmd", 1);
+
+    dialogs.answers = {MsgAnswer::No};
+    learning.onDeleteCmdButton();
+    ASSERT_EQ(dialogs.messages.size(), 1u);
+    EXPECT_EQ(dialogs.messages[0].text, "Do you want to delete the command Vol+ from the current device?");
+    EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
+    EXPECT_EQ(dialogs.messages[0].buttons, MsgButtons::YesNo);
+    EXPECT_EQ(store.text(), DefaultConfiguration());
+
+    dialogs.answers = {MsgAnswer::Yes};
+    learning.onDeleteCmdButton();
+    EXPECT_EQ(view.text("StatusBar"), "Command Vol+ deleted successfully.");
+    std::vector<std::string> lines = SectionLines("Sony TV");
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "G010010010000,Vol+"), 0);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "G110010010000,Vol-"), 1);
+    EXPECT_EQ(OnDisk(), store.text());
+    EXPECT_EQ(refreshed.size(), 1u);
+}
+
+TEST_F(LearningTest, ProcDelayByHand) {
+    struct Case {
+        std::vector<std::optional<std::string>> answers;
+        int value;
+        int refusals;
+    };
+    const Case cases[] = {
+        {{"100"}, 100, 0}, {{"101", "-1", "0"}, 0, 2}, {{""}, 20, 0}, {{std::nullopt}, 20, 0}, {{"101", ""}, 20, 1},
+        {{" 42abc"}, 42, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.value);
+        store.settings().procDelay = 20;
+        dialogs.messages.clear();
+        dialogs.inputs.assign(c.answers.begin(), c.answers.end());
+        const std::string before = OnDisk();
+        learning.onMenuProcDelay();
+        EXPECT_EQ(store.settings().procDelay, c.value);
+        EXPECT_EQ(static_cast<int>(dialogs.messages.size()), c.refusals);
+        for (const auto& m : dialogs.messages) EXPECT_EQ(m.text, "The value must be between 0 and 100");
+        if (c.value == 20) EXPECT_TRUE(OnDisk() == before);
+        else EXPECT_NE(FindText("PROCDELAY= " + std::to_string(c.value) + "\r", OnDisk(), 1), 0);
+    }
+    EXPECT_EQ(dialogs.prompts.back().title, "Procdelay value");
+    EXPECT_EQ(dialogs.prompts.back().prompt, "Enter the new ProcDelay value");
+}
+
+// A held SONY key sampled so slowly or quickly that its unit measures the given number of
+// samples, in the calibration's 100-byte buffer.
+Bytes SonyWithUnit(int unit) {
+    for (double perCell = 4; perCell < 30; perCell += 0.05) {
+        Bytes b = Press(kProtoSony, "G100000000000", 550.0 / perCell, 100);
+        if (AnalyseRuns(UnpackSamples(b)).unit == unit) return b;
+    }
+    ADD_FAILURE() << "no sampling gives a unit of " << unit;
+    return {};
+}
+
+TEST_F(LearningTest, Calibration) {
+    struct Case {
+        std::string name;
+        int interfaceType;
+        std::vector<int> units; // measured per pass; 0 is a time-out
+        std::string status;
+        int procDelay; // afterwards
+        std::string pulse;
+    };
+    std::vector<int> never(72, 12);
+    const Case cases[] = {
+        {"12 11 10 10 9", 0, {12, 11, 10, 10, 9}, "Calibration succeeded.  PROCDELAY=3", 3, "495"},
+        {"9 before 10 waits for the release", 1, {11, 9, 9, 0}, "Autocalibration aborted!", 1, ""},
+        // R = 0 reads as "not yet found": 10 at delay 0 is forgotten, the range starts at 1.
+        {"10 at delay 0", 4, {10, 9, 10, 9}, "Calibration succeeded.  PROCDELAY=1", 1, "495"},
+        {"never 9", 0, never, "Calibration procedure failed!", 71, ""},
+        {"IRMan", 2, {}, "No need to calibrate for the current IR input interface", 0, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ctx.interfaceType = c.interfaceType;
+        store.settings().procDelay = 20;
+        source.calls.clear();
+        source.captures.clear();
+        for (int u : c.units) source.captures.push_back(u ? std::optional<Bytes>(SonyWithUnit(u)) : std::nullopt);
+        beeper.beeps.clear();
+        view.setText("SendPulse", "550");
+        dialogs.answers = {MsgAnswer::Ok};
+        learning.onCalibrationMenu();
+        EXPECT_EQ(view.text("StatusBar"), c.status);
+        EXPECT_EQ(store.settings().procDelay, c.procDelay);
+        EXPECT_EQ(view.text("SendPulse"), c.pulse);
+        for (std::size_t i = 0; i < source.calls.size(); ++i) {
+            EXPECT_EQ(source.calls[i].length, 100);
+            EXPECT_EQ(source.calls[i].type, c.interfaceType);
+        }
+        if (c.units.size() == 5) {
+            std::vector<int> delays;
+            for (const auto& call : source.calls) delays.push_back(call.procDelay);
+            EXPECT_EQ(delays, (std::vector<int>{0, 1, 2, 3, 4}));
+            EXPECT_EQ(view.text("ProcDelayparameter"), "3");
+            EXPECT_NE(FindText("PROCDELAY= 3\r", OnDisk(), 1), 0);
+        }
+    }
+}
+
+TEST_F(LearningTest, CalibrationBeeps) {
+    dialogs.answers = {MsgAnswer::Ok};
+    source.captures = {SonyWithUnit(9), std::nullopt};
+    learning.onCalibrationMenu();
+    EXPECT_EQ(beeper.beeps, (std::vector<std::pair<int, int>>{{5000, 50}, {4000, 20}, {5000, 50}, {600, 1000}}));
+    ASSERT_EQ(dialogs.messages.size(), 1u);
+    EXPECT_EQ(dialogs.messages[0].caption, "Record a command");
+    EXPECT_EQ(dialogs.messages[0].text,
+              "Keep the '1' button on the SONY remote pressed and click OK.\nKeep pressed till you will receive a message.");
+
+    dialogs.answers = {MsgAnswer::Cancel};
+    source.calls.clear();
+    learning.onCalibrationMenu();
+    EXPECT_TRUE(source.calls.empty());
+}
+
+} // namespace
+} // namespace quenix
