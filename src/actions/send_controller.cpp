@@ -60,7 +60,8 @@ void SendController::onSendButton() {
     view_.setTimerEnabled("IRMonTimer", false);
     view_.setStatus(executor_.ExecuteCommand());
 
-    if (!special) {
+    // A refused send keeps the last picture.
+    if (!special && !executor_.lastCells().empty()) {
         const std::string samples = SentSamples(executor_.lastCells(), executor_.lastPulseLength());
         view_.setCurrentIndex("HScroll1", 0);
         if (hooks_.drawWaveform) hooks_.drawWaveform(samples);

@@ -1,11 +1,5 @@
-#include "actions/executor.h"
 #include "actions/send_controller.h"
-#include "config/context.h"
-#include "io/serial_port.h"
-#include "support/fakes.h"
-#include "support/sim_serial.h"
-
-#include <gtest/gtest.h>
+#include "send_rig.h"
 
 namespace quenix::testing {
 namespace {
@@ -14,60 +8,32 @@ const char* kConfig = "[General]\r\n"
                       "[TV]\r\nGPROTO=3\r\nSENDPLS=550\r\nREPEAT=0\r\nBITG=\r\nBIT0=0\r\nBIT1=1\r\nGREPEAT=0\r\n"
                       "G1011001101,Power\r\n[Monitoring]\r\n[End]\r\n";
 
-struct Rig {
-    ConfigStore store;
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
-    SimClock simClock;
-    SimSerialDriver driver{simClock};
-    SerialPort serial{driver};
-    FakeCaptureLibrary library;
-    FakeView view;
-    std::vector<std::string> winampCalls;
-    CommandExecutor exec{ctx, serial, library, view, Backends()};
-    std::vector<std::string> drawn;
+struct Rig : SendRig {
     SendController send{ctx, view, serial, exec};
+    std::vector<std::string> drawn;
 
-    Rig(const std::string& device, const std::string& command) {
-        EXPECT_TRUE(store.SetText(kConfig));
-        ctx.settings().irOutEna = true;
+    Rig(const std::string& device, const std::string& command) : SendRig(kConfig) {
         ctx.settings().winampEna = true;
-        driver.port(1).dtr = true; // as the receiver side leaves it
-        ctx.irPortHandle = serial.OpenComPort(1);
         store.currentDevice = device;
         store.currentCommand = command;
         view.setTimerEnabled("IRMonTimer", true);
         send.hooks().drawWaveform = [this](const std::string& samples) {
-            // Sending is over, but the window has not been handed back yet.
-            EXPECT_FALSE(view.isEnabled("SendButton"));
-            EXPECT_FALSE(view.isTimerEnabled("IRMonTimer"));
+            // Sent, but the window is not handed back yet.
+            EXPECT_FALSE(view.isEnabled("SendButton") || view.isTimerEnabled("IRMonTimer"));
             drawn.push_back(samples);
         };
     }
-
-    ActionBackends Backends() {
-        ActionBackends b;
-        b.winamp = [this](const std::string& c) {
-            winampCalls.push_back(c);
-            return std::string("Winamp ") + c;
-        };
-        return b;
-    }
-
-    std::vector<std::string> dtr() {
-        std::vector<std::string> out;
+    std::vector<bool> dtr() {
+        std::vector<bool> out;
         for (const LineChange& c : driver.port(1).changes)
-            if (c.line == "DTR") out.push_back(c.on ? "on" : "off");
+            if (c.line == "DTR") out.push_back(c.on);
         return out;
     }
 };
 
 TEST(SendButton, RefusesWithoutAUsableCode) {
     struct Row {
-        const char* command;
-        const char* code;
+        const char *command, *code;
         std::uint32_t background;
         const char* status;
     } rows[] = {
@@ -77,25 +43,23 @@ TEST(SendButton, RefusesWithoutAUsableCode) {
         {"Power", "   ", 0x00FF00, "Nothing to be send!"},
     };
     for (const Row& r : rows) {
-        SCOPED_TRACE(r.status);
         Rig rig("TV", r.command);
         rig.view.setText("CodeStr", r.code);
         rig.view.setColor("CodeStr", View::ColorRole::Background, r.background);
         rig.send.onSendButton();
         EXPECT_EQ(rig.view.text("StatusBar"), r.status);
-        EXPECT_TRUE(rig.library.sends.empty());
-        EXPECT_TRUE(rig.drawn.empty());
+        EXPECT_TRUE(rig.library.sends.empty() && rig.drawn.empty());
         EXPECT_TRUE(rig.view.isTimerEnabled("IRMonTimer"));
-        EXPECT_EQ(rig.dtr(), std::vector<std::string>{"off"});
+        EXPECT_EQ(rig.dtr(), std::vector<bool>{false});
     }
 }
 
-TEST(SendButton, SendsShowsTheWaveformAndHandsTheWindowBack) {
+TEST(SendButton, SendsDrawsAndHandsTheWindowBack) {
     struct Row {
         int interfaceType;
         bool monitoring;
-        std::vector<std::string> dtr;
-    } rows[] = {{2, true, {"off", "on"}}, {0, false, {"off"}}};
+        std::vector<bool> dtr;
+    } rows[] = {{2, true, {false, true}}, {0, false, {false}}};
     for (const Row& r : rows) {
         SCOPED_TRACE(r.interfaceType);
         Rig rig("TV", "Power");
@@ -105,14 +69,11 @@ TEST(SendButton, SendsShowsTheWaveformAndHandsTheWindowBack) {
         EXPECT_EQ(rig.view.text("CodeStr"), "G1011001101");
         rig.send.onSendButton();
         EXPECT_EQ(rig.view.text("StatusBar"), "TV Power executed.");
-        ASSERT_EQ(rig.library.sends.size(), 1u);
-        EXPECT_EQ(rig.library.sends[0].bytes, (std::vector<std::uint8_t>{0xB3, 0x40}));
+        EXPECT_EQ(rig.sentBytes(), (std::vector<std::vector<std::uint8_t>>{{0xB3, 0x40}}));
         EXPECT_EQ(rig.view.text("IRCommand"), "TV&&Power");
         EXPECT_EQ(rig.view.text("BitNr"), "10");
-        // 16 padded cells and one closing cell, ten 55 us samples each at 550 us.
-        ASSERT_EQ(rig.drawn.size(), 1u);
-        EXPECT_EQ(rig.drawn[0], SentSamples("1011001101000000", 550));
-        EXPECT_EQ(rig.drawn[0].size(), 170u);
+        // 16 padded cells and one closing cell, ten 55 us samples each.
+        EXPECT_EQ(rig.drawn, std::vector<std::string>{SentSamples("1011001101000000", 550)});
         EXPECT_EQ(rig.dtr(), r.dtr);
         EXPECT_TRUE(rig.view.isEnabled("SendButton"));
         EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), r.monitoring);
@@ -123,12 +84,11 @@ TEST(SendButton, SpecialDevicesSkipTheCodeChecksAndTheWaveform) {
     Rig rig("Winamp", "");
     rig.view.setColor("CodeStr", View::ColorRole::Background, 0xFF0000);
     rig.send.onSendButton();
-    EXPECT_EQ(rig.winampCalls, std::vector<std::string>{""});
-    EXPECT_EQ(rig.view.text("StatusBar"), "Winamp ");
+    EXPECT_EQ(rig.calls, std::vector<std::string>{"winamp:"});
     EXPECT_EQ(rig.view.text("IRCommand"), "Winamp&&");
     EXPECT_TRUE(rig.drawn.empty());
 
-    // The mouse is not one of them: it needs a command like an infrared device.
+    // The mouse is not one of them.
     Rig mouse("mouse", "EMPTY");
     mouse.send.onSendButton();
     EXPECT_EQ(mouse.view.text("StatusBar"), "There is no command selected!");
@@ -139,12 +99,7 @@ TEST(SendButton, DisplaySamplesRoundThePulseLength) {
         const char* cells;
         int pulse;
         const char* samples;
-    } rows[] = {
-        {"10", 110, "110000"},  // 2 samples a cell
-        {"1", 137, "1100"},     // 2.49 rounds down
-        {"01", 138, "000111000"}, // 2.51 rounds up
-        {"", 550, "0000000000"},
-    };
+    } rows[] = {{"10", 110, "110000"}, {"1", 137, "1100"}, {"01", 138, "000111000"}, {"", 550, "0000000000"}};
     for (const Row& r : rows) EXPECT_EQ(SentSamples(r.cells, r.pulse), r.samples) << r.cells << "@" << r.pulse;
 }
 
