@@ -10,6 +10,7 @@ namespace quenix {
 namespace {
 
 constexpr int kReplyTicks = 5; // 0.8 to 1 s of SecondTimer
+constexpr int kReplyGuardMs = 2000;
 const std::string kCrLf = "\r\n";
 const std::string kMenuName = "Quenix Manager";
 
@@ -40,7 +41,9 @@ std::string PhoneRemote::ReplyWait(const std::string& expected) {
     std::string reply;
     const std::string wanted = expected + kCrLf;
     ctx_.secondTicks = 0;
-    while (ctx_.secondTicks < kReplyTicks) {
+    // The ticks measure the wait; the clock only guards against a SecondTimer that is not running.
+    const std::int64_t giveUp = ctx_.clock.nowMs() + kReplyGuardMs;
+    while (ctx_.secondTicks < kReplyTicks && ctx_.clock.nowMs() < giveUp) {
         if (portOpen()) reply += port_.ReadComPort(ctx_.btPortHandle);
         if (Contains(reply, "*,0")) shift_.clear();
         if (Contains(reply, wanted)) return reply;

@@ -121,6 +121,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     wire();
     wireReceiver(io);
     wireSending(io);
+    wirePhone(io);
 
     resize(sizeHint().expandedTo(QSize(980, 640)));
 }
@@ -142,6 +143,9 @@ void FrmMain::buildMenus() {
     addAction(file, "FileNewMenu", "&New device...", false, QKeySequence::New);
     addAction(file, "EditMenu", "&Edit device...", false, QKeySequence("Ctrl+E"));
     addAction(file, "ProtoDeleteMenu", "&Delete device...");
+    file->addSeparator();
+    addAction(file, "FileImportMenu", "&Import devices...");
+    addAction(file, "FileSaveMenu", "E&xport devices...");
     file->addSeparator();
     addAction(file, "AddApplicationMenu", "Add &application entry...");
     file->addSeparator();
@@ -441,7 +445,7 @@ void FrmMain::wire() {
     for (const char* name : {"RecButton", "SaveCmdButton", "DeleteCmdButton", "GExt", "Gshr", "GReset"})
         connect(findChild<QPushButton*>(name), &QPushButton::clicked, this, [this, later] { view_.setStatus(later.toStdString()); });
     for (const char* name : {"CalibrationMenu", "MenuProcDelay", "MonitoringStartMenu", "MonitoringStopMenu",
-                             "RestartMonMenu", "MonitorConfigureMenu", "BluetoothConfigMenu", "mnuStartMonitor",
+                             "RestartMonMenu", "MonitorConfigureMenu", "mnuStartMonitor",
                              "mnuStopMonitor", "mnuRestartMonitor"}) {
         QAction* a = action(name);
         connect(a, &QAction::triggered, this, [this, a, later] {

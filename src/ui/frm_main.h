@@ -4,9 +4,11 @@
 #include "actions/executor.h"
 #include "actions/send_controller.h"
 #include "config/browser_controller.h"
+#include "config/import_export.h"
 #include "config/context.h"
 #include "config/main_controller.h"
 #include "io/receiver_controller.h"
+#include "monitor/phone_remote.h"
 #include "ui/frm_wait_to_start.h"
 #include "ui/qt_view.h"
 
@@ -74,6 +76,7 @@ private:
     void wire();
     void wireReceiver(Io io);
     void wireSending(Io io);
+    void wirePhone(Io io);
     void setCompactLayout(bool compact);
     QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
                        const QKeySequence& shortcut = {});
@@ -88,6 +91,8 @@ private:
     std::unique_ptr<DesktopActions> actions_;
     std::unique_ptr<CommandExecutor> executor_;
     std::unique_ptr<SendController> sender_;
+    std::unique_ptr<PhoneRemote> phone_;
+    std::unique_ptr<ImportExport> importExport_;
 
     QListWidget* devices_ = nullptr;
     QListWidget* commands_ = nullptr;

@@ -1,0 +1,62 @@
+#include "ui/frm_main.h"
+
+#include "ui/frm_bt.h"
+#include "ui/import_form.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QStatusBar>
+#include <QTimer>
+
+namespace quenix {
+
+void FrmMain::wirePhone(Io io) {
+    auto on = [this](const char* name, auto slot) {
+        if (QAction* a = action(name)) connect(a, &QAction::triggered, this, slot);
+    };
+
+    importExport_ = std::make_unique<ImportExport>(ctx_);
+    importExport_->chooseRows = [this](ImportExport::Mode mode, const std::vector<ImportExport::Row>& rows) {
+        return ShowImportForm(mode, rows, this);
+    };
+    on("FileImportMenu", [this] {
+        importExport_->FileImport();
+        browser_->Refresh(); // imported devices appear in the list
+    });
+    on("FileSaveMenu", [this] { importExport_->FileExport(); });
+
+    // The phone's link state sits at the right of the status bar.
+    auto* label = new QLabel(statusBar());
+    label->setObjectName(PhoneRemote::kLabel);
+    label->setAccessibleName("Bluetooth phone");
+    label->setAutoFillBackground(true);
+    statusBar()->addPermanentWidget(label);
+
+    QAction* config = action("BluetoothConfigMenu");
+    auto showState = [this, config] {
+        if (config) config->setChecked(ctx_.settings().btEna);
+    };
+    showState();
+    if (!io.port) {
+        // Without a serial port (window tests) there is no phone to talk to.
+        on("BluetoothConfigMenu", [this, showState] {
+            showState();
+            view_.setStatus("This function is not available in this version yet.");
+        });
+        return;
+    }
+    SerialPort* port = io.port;
+    on("BluetoothConfigMenu", [this, port, showState] {
+        ShowBluetoothForm(ctx_, *port, this);
+        showState();
+    });
+
+    phone_ = std::make_unique<PhoneRemote>(ctx_, view_, *port);
+    phone_->refreshTray = [this] { main_->RefreshIcon(); };
+    if (auto* t = findChild<QTimer*>("BTMonTimer")) connect(t, &QTimer::timeout, this, [this] { phone_->OnBTMonTimer(); });
+    if (auto* t = findChild<QTimer*>("BTAutoTimer")) connect(t, &QTimer::timeout, this, [this] { phone_->OnBTAutoTimer(); });
+    // The reply wait counts SecondTimer's ticks; the monitoring wiring counts them.
+    if (auto* t = findChild<QTimer*>("SecondTimer"); t && !t->isActive()) t->start();
+}
+
+} // namespace quenix
