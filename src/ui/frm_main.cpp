@@ -121,6 +121,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     wire();
     wireReceiver(io);
     wireSending(io);
+    wireMonitoring(io);
     wirePhone(io);
 
     resize(sizeHint().expandedTo(QSize(980, 640)));
@@ -444,9 +445,7 @@ void FrmMain::wire() {
     const QString later = "This function is not available in this version yet.";
     for (const char* name : {"RecButton", "SaveCmdButton", "DeleteCmdButton", "GExt", "Gshr", "GReset"})
         connect(findChild<QPushButton*>(name), &QPushButton::clicked, this, [this, later] { view_.setStatus(later.toStdString()); });
-    for (const char* name : {"CalibrationMenu", "MenuProcDelay", "MonitoringStartMenu", "MonitoringStopMenu",
-                             "RestartMonMenu", "MonitorConfigureMenu", "mnuStartMonitor",
-                             "mnuStopMonitor", "mnuRestartMonitor"}) {
+    for (const char* name : {"CalibrationMenu", "MenuProcDelay"}) {
         QAction* a = action(name);
         connect(a, &QAction::triggered, this, [this, a, later] {
             if (a->isCheckable()) a->setChecked(!a->isChecked()); // nothing changed

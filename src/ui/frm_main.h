@@ -8,6 +8,7 @@
 #include "config/context.h"
 #include "config/main_controller.h"
 #include "io/receiver_controller.h"
+#include "monitor/monitor_engine.h"
 #include "monitor/phone_remote.h"
 #include "ui/frm_wait_to_start.h"
 #include "ui/qt_view.h"
@@ -76,6 +77,7 @@ private:
     void wire();
     void wireReceiver(Io io);
     void wireSending(Io io);
+    void wireMonitoring(Io io);
     void wirePhone(Io io);
     void setCompactLayout(bool compact);
     QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
@@ -91,6 +93,7 @@ private:
     std::unique_ptr<DesktopActions> actions_;
     std::unique_ptr<CommandExecutor> executor_;
     std::unique_ptr<SendController> sender_;
+    std::unique_ptr<MonitorEngine> monitor_;
     std::unique_ptr<PhoneRemote> phone_;
     std::unique_ptr<ImportExport> importExport_;
 

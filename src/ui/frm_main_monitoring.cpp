@@ -1,0 +1,68 @@
+#include "ui/frm_main.h"
+
+#include "ui/frm_monitor.h"
+
+#include <QAction>
+#include <QListWidget>
+#include <QTimer>
+
+namespace quenix {
+
+void FrmMain::wireMonitoring(Io io) {
+    const char* items[] = {"MonitoringStartMenu", "MonitoringStopMenu", "RestartMonMenu", "MonitorConfigureMenu",
+                           "mnuStartMonitor",     "mnuStopMonitor",     "mnuRestartMonitor"};
+    if (!io.port || !io.library) {
+        // Without a port and a library (window tests) there is nothing to listen with.
+        for (const char* name : items) {
+            QAction* a = action(name);
+            connect(a, &QAction::triggered, this, [this, a] {
+                if (a->isCheckable()) a->setChecked(!a->isChecked()); // nothing changed
+                view_.setStatus("This function is not available in this version yet.");
+            });
+        }
+        return;
+    }
+
+    MonitorEngine::Hooks hooks;
+    if (executor_)
+        hooks.execute = [this](const std::string& device, const std::string& command) {
+            return executor_->Execute(device, command);
+        };
+    hooks.minimised = [this] { return isMinimized() || !isVisible(); };
+    hooks.compact = [this] { return main_->compact(); };
+    hooks.minButton = [this] { main_->MinButton(); };
+    hooks.refreshIcon = [this] { main_->RefreshIcon(); };
+    hooks.refreshProtocol = [this] {
+        if (devices_->currentRow() >= 0) browser_->SelectDevice(devices_->currentRow());
+    };
+    hooks.showEditor = [this] { ShowMonitorForm(ctx_, this); };
+    monitor_ = std::make_unique<MonitorEngine>(ctx_, view_, *io.port, *io.library, std::move(hooks));
+    MonitorEngine* engine = monitor_.get();
+
+    // The check marks are the engine's to set: undo the one Qt flipped on the click.
+    auto on = [this](const char* name, auto slot) {
+        QAction* a = action(name);
+        connect(a, &QAction::triggered, this, [a, slot] {
+            if (a->isCheckable()) a->setChecked(!a->isChecked());
+            slot();
+        });
+    };
+    on("MonitoringStartMenu", [engine] { engine->Start(); });
+    on("MonitoringStopMenu", [engine] { engine->Stop(); });
+    on("RestartMonMenu", [engine] { engine->Restart(); });
+    on("MonitorConfigureMenu", [engine] { engine->Configure(); });
+    on("mnuStartMonitor", [engine] { engine->TrayStart(); });
+    on("mnuStopMonitor", [engine] { engine->TrayStop(); });
+    on("mnuRestartMonitor", [engine] { engine->TrayRestart(); });
+
+    connect(findChild<QTimer*>("IRMonTimer"), &QTimer::timeout, this, [engine] { engine->OnIRMonTimer(); });
+    auto* second = findChild<QTimer*>("SecondTimer");
+    connect(second, &QTimer::timeout, this, [engine] { engine->OnSecondTimer(); });
+    second->start();
+
+    MainController::Hooks& mainHooks = main_->hooks();
+    mainHooks.startMonitoring = [engine] { engine->Start(); };
+    mainHooks.stopMonitoring = [engine] { engine->Stop(); };
+}
+
+} // namespace quenix
