@@ -36,6 +36,20 @@ void FrmMain::wireMonitoring(Io io) {
         if (devices_->currentRow() >= 0) browser_->SelectDevice(devices_->currentRow());
     };
     hooks.showEditor = [this] { ShowMonitorForm(ctx_, this); };
+    // The phone remote is wired after us; reach it when monitoring starts, which is also
+    // the earliest a phone key can arrive.
+    hooks.bluetoothStart = [this] {
+        if (!phone_) return;
+        if (!phone_->handleEvent)
+            phone_->handleEvent = [this](const std::string& key) { return monitor_->HandleEvent(key); };
+        phone_->Initialise();
+    };
+    hooks.bluetoothStop = [this] {
+        if (phone_) phone_->Close();
+    };
+    hooks.showOnPhone = [this](const std::string& result) {
+        if (phone_ && phone_->active()) phone_->ShowOnPhone(result);
+    };
     monitor_ = std::make_unique<MonitorEngine>(ctx_, view_, *io.port, *io.library, std::move(hooks));
     MonitorEngine* engine = monitor_.get();
 
