@@ -1,0 +1,227 @@
+#include "config/import_export.h"
+
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix {
+namespace {
+
+using testing::DefaultConfiguration;
+using testing::FakeBeeper;
+using testing::FakeClock;
+using testing::FakeDialogs;
+using testing::TempDir;
+
+const std::string kImported = "#Configuration file exported from Quenix Remote Manager v.1.0.0\r\n"
+                              "[General]\r\n"
+                              "BEEPON= 1\r\n"
+                              "FOO= 3\r\n"
+                              "MOUSEENA= 0\r\n"
+                              "\r\n"
+                              "[Sony TV]\r\n"
+                              "# the bedroom set\r\n"
+                              "GPROTO=1\r\n"
+                              "G111111111111,Sleep\r\n"
+                              "\r\n"
+                              "[Radio]\r\n"
+                              "# kitchen radio\r\n"
+                              "GPROTO=0\r\n"
+                              "G0101,On\r\n"
+                              "\r\n"
+                              "[Monitoring]\r\n"
+                              "Sony TV&Mute,winamp&PAUSE\r\n"
+                              "Radio&On,winamp&PLAY\r\n"
+                              "[End]\r\n";
+
+class ImportExportTest : public ::testing::Test {
+protected:
+    ImportExportTest() : store(dir.str()), ctx(store, clock, dialogs, beeper), io(ctx) {
+        store.LoadFromText(DefaultConfiguration());
+        store.SaveConfiguration();
+        store.importText() = kImported;
+        io.chooseRows = [this](ImportExport::Mode mode, const std::vector<ImportExport::Row>& rows)
+            -> std::optional<std::vector<int>> {
+            shownRows = rows;
+            shownMode = mode;
+            std::vector<int> ticked;
+            for (std::size_t i = 0; i < rows.size(); ++i)
+                for (const auto& s : tick)
+                    if (rows[i].section == s) ticked.push_back(static_cast<int>(i));
+            return ticked;
+        };
+    }
+
+    std::size_t At(const std::string& needle) const { return store.text().find(needle); }
+
+    TempDir dir;
+    ConfigStore store;
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx;
+    ImportExport io;
+    std::vector<std::string> tick;
+    std::vector<ImportExport::Row> shownRows;
+    ImportExport::Mode shownMode = ImportExport::Mode::Import;
+};
+
+TEST_F(ImportExportTest, ValidityCheck) {
+    const std::pair<std::string, bool> cases[] = {
+        {kImported, true},
+        {"# remote manager\r\n[general]\r\n[end]\r\n", true},
+        {"# Remote Manager\r\n[General]\r\n", false},
+        {"# something else\r\n[General]\r\n[End]\r\n", false},
+        {"", false},
+    };
+    for (const auto& [text, valid] : cases) EXPECT_EQ(ImportExport::IsValidConfiguration(text), valid) << text;
+}
+
+TEST_F(ImportExportTest, RowsRunFromGeneralToEnd) {
+    auto rows = io.Rows(ImportExport::Mode::Export);
+    std::vector<std::string> names;
+    for (const auto& r : rows) names.push_back(r.section);
+    EXPECT_EQ(names, (std::vector<std::string>{"[General]", "[Set-top Box]", "[Sony TV]", "[Philips Amp]", "[X10]",
+                                               "[Application]", "[Monitoring]"}));
+    EXPECT_EQ(rows[2].description, " SONY 12-bit remote of the living-room TV");
+    EXPECT_EQ(io.Rows(ImportExport::Mode::Import)[2].description, " kitchen radio");
+}
+
+TEST_F(ImportExportTest, GeneralKeysOutsideOurSectionAreRefused) {
+    io.Import({"[General]"});
+    EXPECT_EQ(dialogs.texts().front(), "The parameter FOO is invalid.\r\nIt will not be loaded.");
+    EXPECT_EQ(dialogs.messages.front().icon, MsgIcon::Information);
+    EXPECT_NE(At("BEEPON= 1\r\n"), std::string::npos);
+    EXPECT_NE(At("MOUSEENA= 0\r\n"), std::string::npos);
+    EXPECT_TRUE(store.settings().beepOn);
+    EXPECT_FALSE(store.settings().mouseEna);
+    EXPECT_EQ(dialogs.texts().back(), "The following devices has been imported successfully:\r\n\r\n"
+                                      "Updated general parameters:\r\nBEEPON\r\nMOUSEENA");
+
+    // A key of a device section or the tail of a longer key is no [General] key.
+    store.importText() = "Remote Manager\r\n[General]\r\nGPROTO= 7\r\nENA= 1\r\n[End]\r\n";
+    const std::string before = store.text();
+    io.Import({"[General]"});
+    EXPECT_EQ(store.text(), before);
+}
+
+TEST_F(ImportExportTest, NewDeviceGoesAheadOfX10) {
+    io.Import({"[Radio]"});
+    const std::size_t radio = At("[Radio]\r\n# kitchen radio\r\nGPROTO=0\r\nG0101,On\r\n\r\n[X10]");
+    EXPECT_NE(radio, std::string::npos);
+    EXPECT_EQ(dialogs.texts().back(), "The following devices has been imported successfully:\r\nRadio");
+    EXPECT_NE(dir.read("telvorin.cfg").find("[Radio]"), std::string::npos);
+}
+
+TEST_F(ImportExportTest, ExistingDeviceOverrideOrRename) {
+    struct Case {
+        std::vector<MsgAnswer> answers;
+        std::vector<std::optional<std::string>> names;
+        std::string imported; // the name it lands under, empty when skipped
+        std::vector<std::string> refusals;
+    };
+    const Case cases[] = {
+        {{MsgAnswer::Ok}, {}, "Sony TV", {}},
+        {{MsgAnswer::Cancel}, {""}, "", {}},
+        {{MsgAnswer::Cancel}, {std::nullopt}, "", {}},
+        {{MsgAnswer::Cancel, MsgAnswer::Ok, MsgAnswer::Ok},
+         {"Bed,room", "set-top box", " Bedroom TV "},
+         "Bedroom TV",
+         {"Device name cannot contain the following characters: [ ] , # ", "There is another device named set-top box"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.imported);
+        store.LoadFromText(DefaultConfiguration());
+        dialogs = FakeDialogs();
+        dialogs.answers.assign(c.answers.begin(), c.answers.end());
+        dialogs.inputs.assign(c.names.begin(), c.names.end());
+
+        auto done = io.Import({"[Sony TV]", "[Radio]"});
+        ASSERT_GE(dialogs.messages.size(), 1u);
+        EXPECT_EQ(dialogs.messages[0].caption, "Device override");
+        EXPECT_EQ(dialogs.messages[0].text,
+                  "The device Sony TV exist in the current configuration file.\r\nDo you want to override it?");
+        for (std::size_t i = 0; i < c.refusals.size(); ++i) EXPECT_EQ(dialogs.messages[i + 1].text, c.refusals[i]);
+        if (!c.names.empty()) {
+            EXPECT_EQ(dialogs.prompts[0].prompt, "Enter a device name for: Sony TV.");
+        }
+
+        // The next row is handled whatever happened to this one.
+        EXPECT_NE(At("[Radio]"), std::string::npos);
+        if (c.imported.empty()) {
+            EXPECT_EQ(done, std::vector<std::string>{"Radio"});
+            EXPECT_NE(At("[Sony TV]\r\n# SONY 12-bit"), std::string::npos);
+        } else if (c.imported == "Sony TV") {
+            // Replaced in place: the old commands are gone, the section still stands before [Philips Amp].
+            EXPECT_EQ(At("SONY 12-bit"), std::string::npos);
+            EXPECT_LT(At("[Sony TV]\r\n# the bedroom set"), At("[Philips Amp]"));
+            EXPECT_LT(At("[Set-top Box]"), At("[Sony TV]"));
+        } else {
+            EXPECT_NE(At("[Sony TV]\r\n# SONY 12-bit"), std::string::npos);
+            EXPECT_NE(At("[" + c.imported + "]\r\n# the bedroom set"), std::string::npos);
+            EXPECT_LT(At("[" + c.imported + "]"), At("[X10]"));
+        }
+    }
+}
+
+TEST_F(ImportExportTest, MonitoringLinesMergeWithoutDuplicates) {
+    io.Import({"[Monitoring]"});
+    io.Import({"[Monitoring]"});
+    const std::string& t = store.text();
+    EXPECT_NE(t.find("Set-top Box&Mute,winamp&PAUSE\r\nRadio&On,winamp&PLAY\r\n[End]"), std::string::npos);
+    int count = 0;
+    for (std::size_t p = 0; (p = t.find("Sony TV&Mute,", p)) != std::string::npos; ++p) ++count;
+    EXPECT_EQ(count, 1);
+}
+
+TEST_F(ImportExportTest, FileImportRefusesForeignFile) {
+    dir.write("other.cfg", "[General]\r\n[End]\r\n");
+    dialogs.files.push_back(dir.file("other.cfg").string());
+    const std::string before = store.text();
+    io.FileImport();
+    EXPECT_EQ(dialogs.fileDialogs[0].first, "Open Configuration File");
+    EXPECT_EQ(dialogs.texts(), std::vector<std::string>{"This is not a valid configuration file!"});
+    EXPECT_TRUE(shownRows.empty());
+    EXPECT_EQ(store.text(), before);
+}
+
+TEST_F(ImportExportTest, ExportRoundTripsThroughImport) {
+    tick = {"[Sony TV]", "[Monitoring]"};
+    dialogs.files.push_back(dir.file("living").string()); // no extension
+    io.FileExport();
+    EXPECT_EQ(shownMode, ImportExport::Mode::Export);
+    EXPECT_EQ(dialogs.fileDialogs[0].first, "Export Configuration File");
+    const std::string out = dir.read("living.cfg");
+    EXPECT_EQ(out.rfind("#Configuration file exported from Quenix Remote Manager v." + store.version() + "\r\n", 0), 0u);
+    EXPECT_TRUE(ImportExport::IsValidConfiguration(out));
+    EXPECT_EQ(out.find("COMPORT"), std::string::npos); // [General] was not ticked
+    EXPECT_NE(out.find("\r\n[Sony TV]\r\n# SONY 12-bit"), std::string::npos);
+    EXPECT_EQ(out.find("[Set-top Box]"), std::string::npos);
+    EXPECT_EQ(out.substr(out.size() - 7), "[End]\r\n");
+    EXPECT_EQ(dialogs.texts().back(), "The following devices has been exported successfully:\r\nSony TV\r\nMonitoring");
+
+    // Read back into a configuration that lacks the device.
+    store.currentDevice = "Sony TV";
+    store.DeleteDevice();
+    dialogs.files.push_back(dir.file("living.cfg").string());
+    tick = {"[Sony TV]"};
+    io.FileImport();
+    EXPECT_EQ(shownMode, ImportExport::Mode::Import);
+    EXPECT_NE(At("[Sony TV]\r\n# SONY 12-bit remote of the living-room TV\r\nGPROTO=1\r\n"), std::string::npos);
+    EXPECT_LT(At("[Sony TV]"), At("[X10]"));
+}
+
+TEST_F(ImportExportTest, ExportAsksBeforeReplacing) {
+    dir.write("old.cfg", "keep");
+    const std::string file = dir.file("old.cfg").string();
+    EXPECT_FALSE(io.Export({"[Sony TV]"}, file)); // default answer No
+    EXPECT_EQ(dialogs.messages[0].caption, "File exist");
+    EXPECT_EQ(dialogs.messages[0].text, "The file " + file + " exist.\r\nDo you want to replace it?");
+    EXPECT_EQ(dir.read("old.cfg"), "keep");
+    dialogs.answers.push_back(MsgAnswer::Yes);
+    EXPECT_TRUE(io.Export({"[Sony TV]"}, file));
+    EXPECT_NE(dir.read("old.cfg").find("[Sony TV]"), std::string::npos);
+}
+
+} // namespace
+} // namespace quenix
