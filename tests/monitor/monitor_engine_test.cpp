@@ -284,12 +284,5 @@ TEST(MonitorEngine, HandleEventRunsEveryLineOfTheKey) {
     EXPECT_TRUE(shown.empty());
 }
 
-TEST(MonitorEngine, SecondTimerCountsTicks) {
-    Rig rig;
-    const int before = rig.ctx.secondTicks;
-    for (int i = 0; i < 5; ++i) rig.engine.OnSecondTimer();
-    EXPECT_EQ(rig.ctx.secondTicks, before + 5);
-}
-
 } // namespace
 } // namespace quenix
