@@ -28,6 +28,7 @@
 #include <QVBoxLayout>
 
 #include "ui/new_protocol_form.h"
+#include "ui/signal_widget.h"
 
 #include <QDialog>
 #include <QProcess>
@@ -123,6 +124,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     wireSending(io);
     wireMonitoring(io);
     wirePhone(io);
+    wireRecording(io);
 
     resize(sizeHint().expandedTo(QSize(980, 640)));
 }
@@ -287,7 +289,7 @@ QWidget* FrmMain::buildSignalPanel() {
     auto* box = new QGroupBox("Signal", this);
     box->setObjectName("SignalGroup");
     auto* v = new QVBoxLayout(box);
-    auto* signal = Named(new QLabel(box), "Signal", "Recorded signal", "The last recorded signal");
+    auto* signal = Named(new SignalWidget(box), "Signal", "Recorded signal", "The last recorded signal");
     signal->setMinimumHeight(140);
     signal->setFrameShape(QFrame::StyledPanel);
     signal->setAlignment(Qt::AlignCenter);
@@ -439,19 +441,6 @@ void FrmMain::wire() {
     });
     connect(findChild<QPushButton*>("MinButton"), &QPushButton::clicked, this, [this] { main_->MinButton(); });
 
-    // Recording, sending, calibration, monitoring and the phone remote arrive with their own
-    // controllers; until then their controls say so instead of doing nothing. Whoever wires one
-    // takes it off these lists.
-    const QString later = "This function is not available in this version yet.";
-    for (const char* name : {"RecButton", "SaveCmdButton", "DeleteCmdButton", "GExt", "Gshr", "GReset"})
-        connect(findChild<QPushButton*>(name), &QPushButton::clicked, this, [this, later] { view_.setStatus(later.toStdString()); });
-    for (const char* name : {"CalibrationMenu", "MenuProcDelay"}) {
-        QAction* a = action(name);
-        connect(a, &QAction::triggered, this, [this, a, later] {
-            if (a->isCheckable()) a->setChecked(!a->isChecked()); // nothing changed
-            view_.setStatus(later.toStdString());
-        });
-    }
     connect(tray_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::DoubleClick || reason == QSystemTrayIcon::Trigger) {
             showNormal();

@@ -8,6 +8,9 @@
 #include "config/context.h"
 #include "config/main_controller.h"
 #include "io/receiver_controller.h"
+#include "ir/learning.h"
+#include "ir/recorder.h"
+#include "ir/waveform.h"
 #include "monitor/monitor_engine.h"
 #include "monitor/phone_remote.h"
 #include "ui/frm_wait_to_start.h"
@@ -79,6 +82,7 @@ private:
     void wireSending(Io io);
     void wireMonitoring(Io io);
     void wirePhone(Io io);
+    void wireRecording(Io io);
     void setCompactLayout(bool compact);
     QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
                        const QKeySequence& shortcut = {});
@@ -96,6 +100,10 @@ private:
     std::unique_ptr<MonitorEngine> monitor_;
     std::unique_ptr<PhoneRemote> phone_;
     std::unique_ptr<ImportExport> importExport_;
+    std::unique_ptr<CaptureSource> captureSource_;
+    std::unique_ptr<Waveform> waveform_; // ShowSamples() draws what was sent
+    std::unique_ptr<Recorder> recorder_;
+    std::unique_ptr<Learning> learning_;
 
     QListWidget* devices_ = nullptr;
     QListWidget* commands_ = nullptr;
