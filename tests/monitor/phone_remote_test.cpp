@@ -243,6 +243,16 @@ TEST_F(PhoneRemoteTest, DeviceChoiceIsStoredAndShown) {
     EXPECT_NE(dir.read("telvorin.cfg").find("BTCURRENT= 3\r\n"), std::string::npos);
 }
 
+TEST_F(PhoneRemoteTest, StarPressedWhileShowingPutsOurNameBack) {
+    Connect();
+    phone.say("\r\n+CKEV: *,1\r\n");
+    phone.say("\r\n+CKEV: *,0\r\n", clock.nowNs() + 400'000'000);
+    remote.ShowOnPhone("Hello");
+    EXPECT_EQ(phone.heard, (std::vector<std::string>{"AT*EAID=1,2,\"Hello\"", "AT*EAID=1,2,\"Quenix Manager\""}));
+    EXPECT_EQ(remote.shift(), "");
+    EXPECT_TRUE(events.empty());
+}
+
 TEST_F(PhoneRemoteTest, LineArrivingInPiecesIsCompleted) {
     Connect();
     phone.say("+CKEV: d");
