@@ -28,7 +28,7 @@ void FrmMain::wireMonitoring(Io io) {
         hooks.execute = [this](const std::string& device, const std::string& command) {
             return executor_->Execute(device, command);
         };
-    hooks.minimised = [this] { return isMinimized() || !isVisible(); };
+    hooks.minimised = [this] { return isMinimized(); };
     hooks.compact = [this] { return main_->compact(); };
     hooks.minButton = [this] { main_->MinButton(); };
     hooks.refreshIcon = [this] { main_->RefreshIcon(); };
