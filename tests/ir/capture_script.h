@@ -7,6 +7,9 @@
 #include "ir/pulse_text.h"
 #include "ir/recorder.h"
 #include "ir/waveform.h"
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
 
 #include <deque>
 #include <optional>
@@ -64,6 +67,24 @@ public:
     double canvasHeight() const override { return height; }
     void paintSignal(const SignalDrawing& d) override { drawings.push_back(d); }
     void showMessage(const std::string& text) override { messages.push_back(text); }
+};
+
+// A context on the configuration that ships with the program, and a scripted receiver.
+class ShippedConfigTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir.write("telvorin.cfg", DefaultConfiguration());
+        ASSERT_TRUE(store.LoadConfiguration());
+    }
+
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    FakeView view;
+    ScriptedSource source;
 };
 
 } // namespace quenix::testing

@@ -2,7 +2,6 @@
 #include "config/config_text.h"
 #include "ir/analysis.h"
 #include "ir/learning.h"
-#include "support/fakes.h"
 
 #include <gtest/gtest.h>
 
@@ -12,12 +11,8 @@ namespace {
 using namespace testing;
 using Bytes = std::vector<std::uint8_t>;
 
-class LearningTest : public ::testing::Test {
+class LearningTest : public ShippedConfigTest {
 protected:
-    void SetUp() override {
-        dir.write("telvorin.cfg", DefaultConfiguration());
-        ASSERT_TRUE(store.LoadConfiguration());
-    }
     std::string OnDisk() const { return dir.read("telvorin.cfg"); }
     // The lines of a device's section, header excluded, up to the blank line.
     std::vector<std::string> SectionLines(const std::string& device) const {
@@ -35,14 +30,6 @@ protected:
         return lines;
     }
 
-    TempDir dir;
-    ConfigStore store{dir.str()};
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
-    FakeView view;
-    ScriptedSource source;
     std::vector<std::string> refreshed;
     Learning learning{ctx, view, source, [this](const std::string& s) { refreshed.push_back(s); }};
 };

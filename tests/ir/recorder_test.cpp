@@ -1,7 +1,6 @@
 #include "capture_script.h"
 #include "ir/analysis.h"
 #include "ir/recorder.h"
-#include "support/fakes.h"
 
 #include <gtest/gtest.h>
 
@@ -11,11 +10,10 @@ namespace {
 using namespace testing;
 using Bytes = std::vector<std::uint8_t>;
 
-class RecorderTest : public ::testing::Test {
+class RecorderTest : public ShippedConfigTest {
 protected:
     void SetUp() override {
-        dir.write("telvorin.cfg", DefaultConfiguration());
-        ASSERT_TRUE(store.LoadConfiguration());
+        ShippedConfigTest::SetUp();
         store.settings().beepOn = true;
         store.settings().procDelay = 23;
     }
@@ -26,16 +24,8 @@ protected:
         recorder.onRecButton();
     }
 
-    TempDir dir;
-    ConfigStore store{dir.str()};
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
-    FakeView view;
     FakeCanvas canvas;
     Waveform waveform{view, canvas};
-    ScriptedSource source;
     Recorder recorder{ctx, view, source, waveform};
 };
 

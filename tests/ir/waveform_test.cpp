@@ -1,6 +1,5 @@
 #include "capture_script.h"
 #include "ir/waveform.h"
-#include "support/fakes.h"
 
 #include <gtest/gtest.h>
 
