@@ -28,6 +28,15 @@ std::string KeyName(const std::string& report) {
     return {};
 }
 
+// Marks a dialogue with the phone: its waits let timers run, and a poll inside one would
+// take the reply off the port.
+struct Busy {
+    bool& flag;
+    bool was;
+    explicit Busy(bool& f) : flag(f), was(f) { flag = true; }
+    ~Busy() { flag = was; }
+};
+
 } // namespace
 
 PhoneRemote::PhoneRemote(Context& ctx, View& view, SerialPort& port) : ctx_(ctx), view_(view), port_(port) {}
@@ -40,6 +49,7 @@ std::string PhoneRemote::DeviceName(int index) const {
 std::string PhoneRemote::ReplyWait(const std::string& expected) {
     std::string reply;
     const std::string wanted = expected + kCrLf;
+    Busy busy(busy_);
     ctx_.secondTicks = 0;
     // The ticks measure the wait; the clock only guards against a SecondTimer that is not running.
     const std::int64_t giveUp = ctx_.clock.nowMs() + kReplyGuardMs;
@@ -63,6 +73,7 @@ void PhoneRemote::Drain() {
 }
 
 void PhoneRemote::ShowOnPhone(const std::string& text) {
+    Busy busy(busy_);
     std::string reply = AtExchange("AT*EAID=1,2,\"" + text + "\"");
     if (Contains(reply, "*,1")) {
         // "*" pressed while the text was up: wait for its release, then put our name back.
@@ -80,6 +91,7 @@ void PhoneRemote::ShowOnPhone(const std::string& text) {
 
 bool PhoneRemote::Initialise() {
     if (!ctx_.settings().btEna) return false;
+    Busy busy(busy_);
     view_.setStatus("Initialize bluetooth...");
     view_.processEvents();
     if (ctx_.btPortHandle < 1) {
@@ -169,7 +181,8 @@ void PhoneRemote::DisconnectedEvent() {
 }
 
 void PhoneRemote::OnBTMonTimer() {
-    if (!ctx_.settings().btEna || !active_ || !portOpen()) return;
+    if (busy_ || !ctx_.settings().btEna || !active_ || !portOpen()) return;
+    Busy busy(busy_);
     if (!port_.IsCTSOn(ctx_.btPortHandle)) return;
     std::string text = port_.ReadComPort(ctx_.btPortHandle);
     if (text.empty()) return;
@@ -224,7 +237,7 @@ void PhoneRemote::OnBTMonTimer() {
 
 void PhoneRemote::OnBTAutoTimer() {
     const Settings& s = ctx_.settings();
-    if (!s.btEna || active_ || s.btMode == 1 || !ctx_.monitoring) return;
+    if (busy_ || !s.btEna || active_ || s.btMode == 1 || !ctx_.monitoring) return;
     if (portOpen() && (port_.IsCTSOn(ctx_.btPortHandle) || port_.IsDSROn(ctx_.btPortHandle))) return;
     view_.setTimerEnabled("BTMonTimer", false);
     if (ctx_.btPortHandle > 0 && !stale_) {

@@ -68,6 +68,7 @@ private:
     // that round fails and the port is opened afresh only on the next round. The number is
     // never used again: on POSIX it may already name another file.
     bool stale_ = false;
+    bool busy_ = false; // inside a reply wait
 };
 
 } // namespace quenix

@@ -67,12 +67,17 @@ public:
     TickingView(SimClock& clock) : clock_(clock), last_(clock.nowMs()) {}
     void processEvents() override {
         FakeView::processEvents();
+        if (remote && pollToo) { // BTMonTimer due during a wait, a moment later
+            clock_.advanceMs(5);
+            remote->OnBTMonTimer();
+        }
         if (remote && clock_.nowMs() - last_ >= 200) {
             last_ = clock_.nowMs();
             remote->OnSecondTimer();
         }
     }
     PhoneRemote* remote = nullptr;
+    bool pollToo = false;
 
 private:
     SimClock& clock_;
@@ -197,6 +202,12 @@ TEST_F(PhoneRemoteTest, ReplyWaitGivesUpAfterFiveTicks) {
     const std::int64_t waited = clock.nowMs() - before;
     EXPECT_GE(waited, 800);
     EXPECT_LE(waited, 1200);
+}
+
+TEST_F(PhoneRemoteTest, PollDuringAWaitLeavesTheReplyAlone) {
+    Connect();
+    view.pollToo = true;
+    EXPECT_EQ(remote.AtExchange("AT"), "\r\nOK\r\n");
 }
 
 TEST_F(PhoneRemoteTest, KeyReports) {
