@@ -254,6 +254,17 @@ bool ImportExport::Export(const std::vector<std::string>& sections, const std::s
     return true;
 }
 
+std::optional<std::vector<std::string>> ImportExport::Choose(Mode mode) {
+    if (!chooseRows) return std::nullopt;
+    const auto rows = Rows(mode);
+    auto ticked = chooseRows(mode, rows);
+    if (!ticked) return std::nullopt;
+    std::vector<std::string> sections;
+    for (int i : *ticked)
+        if (i >= 0 && i < static_cast<int>(rows.size())) sections.push_back(rows[static_cast<std::size_t>(i)].section);
+    return sections;
+}
+
 void ImportExport::FileImport() {
     auto file = ctx_.dialogs.openFile("Open Configuration File",
                                       {"Configuration Files (*.cfg)", "Text Files (*.txt)", "All Files (*.*)"});
@@ -265,27 +276,15 @@ void ImportExport::FileImport() {
         ctx_.dialogs.message("This is not a valid configuration file!");
         return;
     }
-    if (!chooseRows) return;
-    const auto rows = Rows(Mode::Import);
-    auto ticked = chooseRows(Mode::Import, rows);
-    if (!ticked) return;
-    std::vector<std::string> sections;
-    for (int i : *ticked)
-        if (i >= 0 && i < static_cast<int>(rows.size())) sections.push_back(rows[static_cast<std::size_t>(i)].section);
-    Import(sections);
+    if (auto sections = Choose(Mode::Import)) Import(*sections);
 }
 
 void ImportExport::FileExport() {
-    if (!chooseRows) return;
-    const auto rows = Rows(Mode::Export);
-    auto ticked = chooseRows(Mode::Export, rows);
-    if (!ticked) return;
-    std::vector<std::string> sections;
-    for (int i : *ticked)
-        if (i >= 0 && i < static_cast<int>(rows.size())) sections.push_back(rows[static_cast<std::size_t>(i)].section);
+    auto sections = Choose(Mode::Export);
+    if (!sections) return;
     auto file = ctx_.dialogs.saveFile("Export Configuration File", {"Configuration Files (*.cfg)"}, "cfg");
     if (!file) return;
-    Export(sections, *file);
+    Export(*sections, *file);
 }
 
 } // namespace quenix
