@@ -1,0 +1,89 @@
+#include "monitor/capture_source.h"
+#include "support/fakes.h"
+#include "support/sim_serial.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix::testing {
+namespace {
+
+class CaptureSourceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        driver.port(1); // present
+        ctx.irPortHandle = port.OpenComPort(1);
+        ASSERT_NE(ctx.irPortHandle, kNoPort);
+    }
+    SimPort& line() { return driver.port(1); }
+
+    SimClock clock;
+    SimSerialDriver driver{clock};
+    SerialPort port{driver};
+    FakeCaptureLibrary library;
+    ConfigStore store{"."};
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    PortCaptureSource source{ctx, port, library};
+};
+
+TEST_F(CaptureSourceTest, LinesAndEntryByInterface) {
+    struct Case {
+        int type;
+        std::string entry; // empty: no capture call
+        bool dtr, rts, brk;
+    };
+    const Case cases[] = {
+        {0, "IRRecord", false, true, true},
+        {1, "IRRecordN", true, true, false},
+        {4, "IRRecord", false, false, true},
+        {2, "", false, false, true},
+        {3, "", false, false, true},
+        {9, "", false, false, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.type);
+        port.SetDTR(ctx.irPortHandle, false);
+        port.SetRTS(ctx.irPortHandle, false);
+        port.SetTxDBreak(ctx.irPortHandle, true);
+        library.captureCalls.clear();
+        library.captures = {std::vector<std::uint8_t>(100, 0xAA)};
+        std::vector<std::uint8_t> buffer(100, 0);
+        EXPECT_EQ(source.record(c.type, buffer, 37, 100), !c.entry.empty());
+        EXPECT_EQ(line().dtr, c.dtr);
+        EXPECT_EQ(line().rts, c.rts);
+        EXPECT_EQ(line().brk, c.brk);
+        if (c.entry.empty()) {
+            EXPECT_TRUE(library.captureCalls.empty());
+            continue;
+        }
+        ASSERT_EQ(library.captureCalls.size(), 1u);
+        EXPECT_EQ(library.captureCalls[0].entry, c.entry);
+        EXPECT_EQ(library.captureCalls[0].procDelay, 37);
+        EXPECT_EQ(buffer[99], 0xAA);
+    }
+    // The library's time-out, and a library that cannot be loaded.
+    std::vector<std::uint8_t> buffer(600, 0);
+    library.captures.clear();
+    EXPECT_FALSE(source.record(0, buffer, 20, 600));
+    library.missing = true;
+    library.captures = {buffer};
+    EXPECT_FALSE(source.record(0, buffer, 20, 600));
+}
+
+TEST_F(CaptureSourceTest, IRManReadsOneCodeAt9600) {
+    line().state.baudRate = 4800;
+    line().state.byteSize = 7;
+    line().rx = std::string("\x11\x22\x33\x44\x55\x66\x77", 7);
+    EXPECT_EQ(source.readIRMan(), std::string("\x11\x22\x33\x44\x55\x66", 6));
+    EXPECT_EQ(line().state.baudRate, 9600u);
+    EXPECT_EQ(line().state.byteSize, 8);
+
+    line().rx.clear();
+    const std::int64_t before = clock.nowMs();
+    EXPECT_EQ(source.readIRMan(), "");
+    EXPECT_EQ(clock.nowMs() - before, 5000);
+}
+
+} // namespace
+} // namespace quenix::testing
