@@ -105,14 +105,6 @@ TEST_F(ImportExportTest, GeneralKeysOutsideOurSectionAreRefused) {
     EXPECT_EQ(store.text(), before);
 }
 
-TEST_F(ImportExportTest, NewDeviceGoesAheadOfX10) {
-    io.Import({"[Radio]"});
-    const std::size_t radio = At("[Radio]\r\n# kitchen radio\r\nGPROTO=0\r\nG0101,On\r\n\r\n[X10]");
-    EXPECT_NE(radio, std::string::npos);
-    EXPECT_EQ(dialogs.texts().back(), "The following devices has been imported successfully:\r\nRadio");
-    EXPECT_NE(dir.read("telvorin.cfg").find("[Radio]"), std::string::npos);
-}
-
 TEST_F(ImportExportTest, ExistingDeviceOverrideOrRename) {
     struct Case {
         std::vector<MsgAnswer> answers;

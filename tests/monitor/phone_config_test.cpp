@@ -42,16 +42,6 @@ protected:
     BtConfig bt{ctx, view, port};
 };
 
-TEST_F(BtConfigTest, OpensOnStoredState) {
-    EXPECT_EQ(view.items("BtComListbox"), (std::vector<std::string>{"COM1", "COM3", "COM7"}));
-    EXPECT_EQ(view.currentText("BtComListbox"), "COM3");
-    EXPECT_FALSE(view.isChecked("BTCheckbox"));
-    EXPECT_FALSE(view.isEnabled("Frame1"));
-    EXPECT_TRUE(view.isChecked("BTModeOption0"));
-    EXPECT_EQ(view.items("BTDevNrCombo").size(), 10u);
-    EXPECT_EQ(view.text(BtConfig::kNameBox), "Bedroom");
-}
-
 TEST_F(BtConfigTest, Rename) {
     struct Case {
         int index;

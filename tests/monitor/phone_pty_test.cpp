@@ -63,6 +63,7 @@ TEST(PhonePty, ConnectsAndReportsKeysOverRealPort) {
     ctx.settings().btEna = true;
     ctx.settings().btCom = 5;
     ctx.settings().btCurrent = 4;
+    ctx.settings().bt[4] = "Attic";
     auto driver = MakeSystemSerialDriver(folder.str());
     SerialPort port(*driver);
     PhoneOnPty view(pty, clock);
@@ -76,9 +77,11 @@ TEST(PhonePty, ConnectsAndReportsKeysOverRealPort) {
 
     ASSERT_TRUE(remote.Initialise());
     EXPECT_EQ(remote.model(), "Ericsson T68i");
-    EXPECT_EQ(view.heard.size(), 8u);
-    EXPECT_EQ(view.heard.back(), "AT+CMER=3,2,0,0");
-    EXPECT_EQ(view.text(PhoneRemote::kLabel), "Ericsson T68i is now connected.");
+    const std::vector<std::string> dialogue = {
+        "ATZ", "AT+CGMM", "AT+CSCS=\"8859-1\"", "AT*EAM=\"Quenix Manager\"", "AT+CMER=0,0,0,0",
+        "AT*EAID=1,2,\"Welcome to Orvel's Quenix Manager\"", "AT*EAID=1,2,\"Current device is Attic\"",
+        "AT+CMER=3,2,0,0"};
+    EXPECT_EQ(view.heard, dialogue);
 
     pty.send("\r\n+CKEV: 4,1\r\n");
     remote.OnBTMonTimer();

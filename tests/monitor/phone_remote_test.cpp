@@ -182,18 +182,6 @@ TEST_F(PhoneRemoteTest, InitialiseDialogueAndModels) {
     }
 }
 
-TEST_F(PhoneRemoteTest, StartUpSequenceOnTheWire) {
-    ASSERT_TRUE(remote.Initialise());
-    const std::vector<std::string> expected = {
-        "ATZ", "AT+CGMM", "AT+CSCS=\"8859-1\"", "AT*EAM=\"Quenix Manager\"", "AT+CMER=0,0,0,0",
-        "AT*EAID=1,2,\"Welcome to Orvel's Quenix Manager\"", "AT*EAID=1,2,\"Current device is Living\"",
-        "AT+CMER=3,2,0,0"};
-    EXPECT_EQ(phone.heard, expected);
-    const CommState& st = driver.port(kBtCom).state;
-    EXPECT_EQ(st.baudRate, 115200u);
-    EXPECT_EQ(st.byteSize, 8);
-}
-
 TEST_F(PhoneRemoteTest, ReplyWaitGivesUpAfterFiveTicks) {
     Connect();
     phone.silent.insert("AT+FOO");
