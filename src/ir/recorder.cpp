@@ -19,6 +19,15 @@ const char* ProtocolName(int protocol) {
     }
 }
 
+// An RC5 remote flips the toggle bit on every new press, so two presses of one key differ there.
+bool SameKey(std::string a, std::string b, int protocol) {
+    if (protocol == kProtoRc5 && a.size() == b.size()) {
+        const int t = Rc5TogglePosition(a);
+        if (t >= 0) a[static_cast<std::size_t>(t)] = b[static_cast<std::size_t>(t)];
+    }
+    return a == b;
+}
+
 } // namespace
 
 std::vector<std::uint8_t> CutTrailingSilence(std::vector<std::uint8_t> capture) {
@@ -151,7 +160,7 @@ void Recorder::validate(const std::string& code, int protocol) {
         return;
     }
     view_.setText("IRCommand", "?");
-    if (counter_ == 1 && code == remembered_) {
+    if (counter_ == 1 && SameKey(code, remembered_, protocol)) {
         ctx_.validated = true;
         view_.setColor("CodeStr", View::ColorRole::Background, kGreen);
         ctx_.beepIfOn(5000, 50);

@@ -20,9 +20,9 @@ namespace quenix::testing {
 
 // One key press of code ("G" + bits) under the protocol's preset, sampled every periodUs.
 inline std::vector<std::uint8_t> Press(int protocol, std::string code, double periodUs = kSampleUs,
-                                       std::size_t bytes = kRecordBytes) {
+                                       std::size_t bytes = kRecordBytes, bool rc5Toggle = false) {
     ProtocolHeader h = HeaderFromPreset(protocol);
-    bool toggle = false;
+    bool toggle = rc5Toggle;
     std::string cells = EncodeCommand(code, h, toggle);
     return SampleRuns(CellsToRuns(cells, h.sendpls), periodUs, bytes);
 }

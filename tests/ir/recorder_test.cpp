@@ -150,6 +150,17 @@ TEST_F(RecorderTest, TwoPressRule) {
     }
 }
 
+TEST_F(RecorderTest, Rc5PressesDifferOnlyInTheToggle) {
+    const std::string code = "G11000010000001";
+    Rec(Press(kProtoRc5, code, kSampleUs, kRecordBytes, false));
+    const std::string first = view.text("CodeStr");
+    Rec(Press(kProtoRc5, code, kSampleUs, kRecordBytes, true));
+    ASSERT_NE(view.text("CodeStr"), first);
+    EXPECT_TRUE(ctx.validated);
+    Rec(Press(kProtoRc5, "G11000010000011", kSampleUs, kRecordBytes, false));
+    EXPECT_FALSE(ctx.validated);
+}
+
 TEST_F(RecorderTest, KnownCodeValidatesAtOnce) {
     Rec(Press(kProtoSony, "G010010010000"));
     EXPECT_EQ(view.text("IRCommand"), "Sony TV&&Vol+");
