@@ -127,22 +127,26 @@ bool ImportExport::ImportGeneral(std::vector<std::string>& updated) {
     return any;
 }
 
-void ImportExport::ImportLines(const std::string& section) {
+bool ImportExport::ImportLines(const std::string& section) {
     const std::string name = Unbracket(section);
+    if (!HasHeader(ctx_.config.text(), name)) return false;
     const auto lines = Lines(SectionText(ctx_.config.importText(), name));
     for (std::size_t i = 1; i < lines.size(); ++i) {
         const std::string line = Trim(lines[i]);
         if (line.empty()) continue;
         auto [first, last] = SectionSpan(ctx_.config.text(), name);
-        if (first == std::string::npos) return;
         std::string ours = ctx_.config.text().substr(first, last - first);
         // A line that is there already is not added twice.
         if (FindText(kCrLf + line + kCrLf, ours, 1) != 0) continue;
         // Behind the last line that is not blank, so the blank line before the next header stays.
         std::size_t end = ours.size();
         while (end >= 2 && ours.compare(end - 2, 2, kCrLf) == 0) end -= 2;
-        if (!ctx_.config.Insert(kCrLf + line, static_cast<int>(first + end) + 1)) return;
+        if (!ctx_.config.Insert(kCrLf + line, static_cast<int>(first + end) + 1)) {
+            ctx_.dialogs.message(ctx_.config.lastError());
+            return false;
+        }
     }
+    return true;
 }
 
 std::optional<std::string> ImportExport::ImportDevice(const std::string& name) {
@@ -150,15 +154,15 @@ std::optional<std::string> ImportExport::ImportDevice(const std::string& name) {
     if (section.empty()) return std::nullopt;
     if (section.size() < 2 || section.compare(section.size() - 2, 2, kCrLf) != 0) section += kCrLf;
     std::string target = name;
-    int at = 0; // 1-based insertion point
-    auto [first, last] = SectionSpan(ctx_.config.text(), name);
+    std::string text = ctx_.config.text();
+    auto [first, last] = SectionSpan(text, name);
+    bool replace = false;
     if (first != std::string::npos) {
         const MsgAnswer a = ctx_.dialogs.messageBox("The device " + name + " exist in the current configuration file." +
                                                         kCrLf + "Do you want to override it?",
                                                     "Device override", MsgIcon::Exclamation, MsgButtons::OkCancel);
         if (a == MsgAnswer::Ok) {
-            if (!ctx_.config.Delete(static_cast<int>(first) + 1, static_cast<int>(last))) return std::nullopt;
-            at = static_cast<int>(first) + 1;
+            replace = true;
         } else {
             for (;;) {
                 auto answer = ctx_.dialogs.inputBox("Enter a device name for: " + name + ".", "ZVK");
@@ -169,7 +173,7 @@ std::optional<std::string> ImportExport::ImportDevice(const std::string& name) {
                     ctx_.dialogs.message("Device name cannot contain the following characters: [ ] , # ");
                     continue;
                 }
-                if (HasHeader(ctx_.config.text(), target)) {
+                if (HasHeader(text, target)) {
                     ctx_.dialogs.message("There is another device named " + target);
                     continue;
                 }
@@ -177,15 +181,20 @@ std::optional<std::string> ImportExport::ImportDevice(const std::string& name) {
             }
         }
     }
-    if (at == 0) {
-        at = ctx_.config.Find("[X10]");
-        if (at == 0) at = ctx_.config.Find("[End]");
-        if (at == 0) return std::nullopt;
-        at -= 5;
+    const std::string renamed = "[" + target + "]" + section.substr(section.find(kCrLf));
+    if (replace) {
+        // One splice, so a refused text leaves the old section in place.
+        text.replace(first, last - first, renamed);
+    } else {
+        std::size_t at = SectionSpan(text, "X10").first;
+        if (at == std::string::npos) at = SectionSpan(text, "End").first;
+        if (at == std::string::npos) return std::nullopt;
+        text.insert(at, renamed);
     }
-    const std::size_t eol = section.find(kCrLf);
-    const std::string renamed = "[" + target + "]" + section.substr(eol);
-    if (!ctx_.config.Insert(renamed, at)) return std::nullopt;
+    if (!ctx_.config.SetText(std::move(text))) {
+        ctx_.dialogs.message(ctx_.config.lastError());
+        return std::nullopt;
+    }
     return target;
 }
 
@@ -196,8 +205,7 @@ std::vector<std::string> ImportExport::Import(const std::vector<std::string>& se
         if (lower == "[general]") {
             ImportGeneral(updated);
         } else if (lower == "[x10]" || lower == "[application]" || lower == "[monitoring]") {
-            ImportLines(section);
-            devices.push_back(Unbracket(section));
+            if (ImportLines(section)) devices.push_back(Unbracket(section));
         } else if (auto name = ImportDevice(Unbracket(section))) {
             devices.push_back(*name);
         }

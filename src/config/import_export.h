@@ -48,7 +48,7 @@ private:
     // The sections the user ticks in the selection form, or nullopt when it was closed.
     std::optional<std::vector<std::string>> Choose(Mode mode);
     bool ImportGeneral(std::vector<std::string>& updated);
-    void ImportLines(const std::string& section);
+    bool ImportLines(const std::string& section);
     std::optional<std::string> ImportDevice(const std::string& name);
 
     Context& ctx_;
