@@ -77,12 +77,7 @@ void PhoneRemote::ShowOnPhone(const std::string& text) {
     std::string reply = AtExchange("AT*EAID=1,2,\"" + text + "\"");
     if (Contains(reply, "*,1")) {
         // "*" pressed while the text was up: wait for its release, then put our name back.
-        ctx_.secondTicks = 0;
-        while (!Contains(reply, "*,0") && ctx_.secondTicks < kReplyTicks && portOpen()) {
-            reply += port_.ReadComPort(ctx_.btPortHandle);
-            view_.processEvents();
-            ctx_.clock.sleep(1);
-        }
+        if (!Contains(reply, "*,0")) ReplyWait("*,0");
         AtExchange("AT*EAID=1,2,\"" + kMenuName + "\"");
         shift_.clear();
     }
