@@ -24,9 +24,6 @@ TEST(DrawSignal, PlacesLevelsAndEdges) {
         // Byte 1 bit 7 sits at 8 - 7 + 15 + 7 = 23.
         {"one carrier sample", {0x80}, 15, 1, 600, "10000000", {23, 24, 25, 26, 27, 28, 29, 30},
          {true, false, false, false, false, false, false, false}, {23, 24}},
-        // A signal that starts silent has no edge until its first carrier.
-        {"starts silent", {0x30}, 0, 1, 600, "00110000", {8, 9, 10, 11, 12, 13, 14, 15},
-         {false, false, true, true, false, false, false, false}, {10, 12}},
         // Three shrinks: fractional places, kept as they are.
         {"zoom 0.125", {0xC0}, 15, 0.125, 600, "11000000",
          {2.875, 3, 3.125, 3.25, 3.375, 3.5, 3.625, 3.75}, {true, true, false, false, false, false, false, false},
@@ -108,16 +105,6 @@ TEST_F(WaveformTest, ShrinkHasNoLowerBound) {
     EXPECT_DOUBLE_EQ(waveform.zoom(), 0.125 * 1099511627776.0);
     EXPECT_TRUE(canvas.drawings.back().dots.empty());
     EXPECT_EQ(canvas.drawings.back().samples.size(), 480u);
-}
-
-TEST_F(WaveformTest, ShowSamplesDrawsWhatWasSent) {
-    waveform.ShowSamples("1100101");
-    ASSERT_EQ(canvas.drawings.size(), 1u);
-    EXPECT_EQ(waveform.samples(), "11001010"); // filled up to a whole byte
-    waveform.ShowMessage("No graph available for IRMan type IR input interface.");
-    EXPECT_EQ(waveform.samples(), "");
-    waveform.Redraw();
-    EXPECT_EQ(canvas.drawings.size(), 1u);
 }
 
 } // namespace
