@@ -38,14 +38,15 @@ SignalDrawing DrawSignal(const std::vector<std::uint8_t>& data, int scroll, doub
     return d;
 }
 
-void Waveform::Show(const std::vector<std::uint8_t>& data) {
+void Waveform::Show(const std::vector<std::uint8_t>& data, int scroll) {
     data_ = data;
-    scroll_ = kStartScroll;
+    scroll_ = scroll;
+    if (scrollRange) scrollRange(16 - 8 * static_cast<int>(data_.size()), kStartScroll);
     view_.setCurrentIndex("HScroll1", scroll_);
     Redraw();
 }
 
-void Waveform::ShowSamples(const std::string& samples) { Show(PackCells(samples)); }
+std::vector<std::uint8_t> Waveform::PackSamples(const std::string& samples) { return PackCells(samples); }
 
 void Waveform::ShowMessage(const std::string& text) {
     data_.clear();

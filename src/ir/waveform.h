@@ -6,6 +6,7 @@
 #include "core/view.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -60,9 +61,10 @@ public:
     Waveform(View& view, SignalCanvas& canvas) : view_(view), canvas_(canvas) {}
 
     // A new recording: back to the start position, then drawn.
-    void Show(const std::vector<std::uint8_t>& data);
-    // What was sent, as "0"/"1" samples.
-    void ShowSamples(const std::string& samples);
+    void Show(const std::vector<std::uint8_t>& data) { Show(data, kStartScroll); }
+    void Show(const std::vector<std::uint8_t>& data, int scroll);
+    // What was sent, as "0"/"1" samples, from its first sample on.
+    void ShowSamples(const std::string& samples) { Show(PackSamples(samples), 0); }
     void ShowMessage(const std::string& text);
     void Clear();
 
@@ -73,12 +75,17 @@ public:
     // Redraws the current signal (the box was resized).
     void Redraw();
 
+    // The scroll bar's range for a signal: from where its last byte reaches the left edge
+    // to the start position.
+    std::function<void(int minimum, int maximum)> scrollRange;
+
     double zoom() const { return zoom_; }
     int scroll() const { return scroll_; }
     const std::string& samples() const { return samples_; }
     const std::vector<std::uint8_t>& data() const { return data_; }
 
 private:
+    static std::vector<std::uint8_t> PackSamples(const std::string& samples);
     bool viewControlsActive() const;
 
     View& view_;

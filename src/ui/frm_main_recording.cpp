@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSignalBlocker>
 
 #include <algorithm>
 
@@ -28,6 +29,13 @@ void FrmMain::wireRecording(Io io) {
     if (!signal) return;
     waveform_ = std::make_unique<Waveform>(view_, *signal);
     signal->resized = [this] { waveform_->Redraw(); };
+    auto* bar = findChild<QScrollBar*>("HScroll1");
+    bar->setSingleStep(15);
+    waveform_->scrollRange = [bar](int minimum, int maximum) {
+        QSignalBlocker quiet(bar);
+        bar->setRange(minimum, maximum);
+    };
+    if (sender_) sender_->hooks().drawWaveform = [this](const std::string& samples) { waveform_->ShowSamples(samples); };
     if (io.port && io.library)
         captureSource_ = std::make_unique<PortCaptureSource>(ctx_, *io.port, *io.library);
     else
@@ -53,7 +61,7 @@ void FrmMain::wireRecording(Io io) {
     button("GExt", [this] { waveform_->onGExt(); });
     button("Gshr", [this] { waveform_->onGshr(); });
     button("GReset", [this] { waveform_->onGReset(); });
-    connect(findChild<QScrollBar*>("HScroll1"), &QScrollBar::valueChanged, this,
+    connect(bar, &QScrollBar::valueChanged, this,
             [this](int value) { waveform_->onHScroll1(value); });
     connect(action("CalibrationMenu"), &QAction::triggered, this, [this] { learning_->onCalibrationMenu(); });
     connect(action("MenuProcDelay"), &QAction::triggered, this, [this] { learning_->onMenuProcDelay(); });

@@ -48,10 +48,13 @@ TEST(RecordingWiring, RecordValidateAndStore) {
     auto* signal = rig.find<SignalWidget>("Signal");
     ASSERT_NE(signal->drawing(), nullptr);
     EXPECT_TRUE(HasTrace(signal->grab().toImage()));
-    rig.find<QScrollBar>("HScroll1")->setValue(100);
-    EXPECT_DOUBLE_EQ(signal->drawing()->dots[0].x, 8 - 7 + 100 + 7);
+    rig.find<QScrollBar>("HScroll1")->setValue(-100);
+    EXPECT_DOUBLE_EQ(signal->drawing()->dots[0].x, 8 - 7 - 100 + 7);
     rig.find<QPushButton>("GReset")->click();
-    EXPECT_EQ(rig.find<QScrollBar>("HScroll1")->value(), 15);
+    auto* bar = rig.find<QScrollBar>("HScroll1");
+    EXPECT_EQ(bar->value(), 15);
+    // The bar reaches as far left as puts the last byte at the left edge.
+    EXPECT_EQ(bar->minimum(), 16 - static_cast<int>(signal->drawing()->samples.size()));
 
     rig.find<QPushButton>("SaveCmdButton")->click();
     EXPECT_EQ(Status(rig), "The command is not yet validated! Pres again Record button to validate.");
@@ -62,6 +65,12 @@ TEST(RecordingWiring, RecordValidateAndStore) {
     auto* commands = rig.find<QListWidget>("SendCmd");
     ASSERT_NE(commands->currentItem(), nullptr);
     EXPECT_EQ(commands->currentItem()->text().toStdString(), "Sleep");
+
+    // What is sent is drawn from its first sample on.
+    rig.find<QPushButton>("SendButton")->click();
+    ASSERT_FALSE(library.sends.empty());
+    EXPECT_EQ(bar->value(), 0);
+    EXPECT_DOUBLE_EQ(signal->drawing()->dots[0].x, 8);
 }
 
 } // namespace
