@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
     quenix::SerialPort port(*driver);
     std::unique_ptr<quenix::CaptureLibrary> library = quenix::MakeCaptureLibrary(store.folder());
 
-    quenix::FrmMain window(ctx, {&port, library.get()});
+    quenix::FrmMain window(ctx, {&port, library.get(), audio.get()});
     dialogs.setParent(&window);
     if (!window.startUp()) return 1;
     window.show();

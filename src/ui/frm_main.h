@@ -32,11 +32,15 @@ class QWidget;
 
 namespace quenix {
 
+class SoundPlayer;
+
 // The serial port and the capture library of the receiver; without them (window tests) the
 // interface menus do nothing and start-up skips the receiver.
 struct MainWindowIo {
     SerialPort* port = nullptr;
     CaptureLibrary* library = nullptr;
+    // Sounds of the application actions; without it those actions fall through to infrared.
+    SoundPlayer* sound = nullptr;
 };
 
 // The main window. It builds the widgets under their object names and forwards every event to

@@ -14,10 +14,9 @@ void FrmMain::wireSending(Io io) {
                 [this] { view_.setStatus("This function is not available in this version yet."); });
         return;
     }
-    // The program's audio output is also its beeper; a window without it plays no sounds.
     ActionBackends backends;
-    if (auto* sound = dynamic_cast<SoundPlayer*>(&ctx_.beeper)) {
-        actions_ = std::make_unique<DesktopActions>(ctx_, *io.port, *sound);
+    if (io.sound) {
+        actions_ = std::make_unique<DesktopActions>(ctx_, *io.port, *io.sound);
         backends = BackendsOf(*actions_);
     }
     executor_ = std::make_unique<CommandExecutor>(ctx_, *io.port, *io.library, view_, std::move(backends));

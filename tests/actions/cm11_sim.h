@@ -61,9 +61,9 @@ private:
 };
 
 // Virtual time that lets the simulator run at each sleep.
-class SimClock final : public Clock {
+class Cm11Clock final : public Clock {
 public:
-    explicit SimClock(Cm11Sim& sim) : sim_(sim) {}
+    explicit Cm11Clock(Cm11Sim& sim) : sim_(sim) {}
     void sleep(int ms) override {
         now_ += ms;
         slept += ms;

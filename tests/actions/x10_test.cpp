@@ -58,7 +58,7 @@ TEST(X10Names, ParseFindAndWriteBack) {
 struct X10Rig {
     TempDir dir;
     Cm11Sim sim;
-    SimClock clock{sim};
+    Cm11Clock clock{sim};
     FakeDialogs dialogs;
     FakeBeeper beeper;
     ConfigStore store{dir.str()};
