@@ -1,7 +1,7 @@
 #include "actions/application.h"
 #include "actions/launcher.h"
 #include "actions/audio.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 
 #include <gtest/gtest.h>
 
@@ -67,7 +67,8 @@ std::string WaitForFile(const std::filesystem::path& p) {
 }
 
 TEST(Application, ResultsBeepsAndWhatRuns) {
-    TempDir dir;
+    Rig rig;
+    auto& [dir, store, clock, dialogs, beeper, ctx] = rig;
     dir.write("tone.wav", "RIFF");
     dir.write("song.MP3", "ID3");
     std::string d = dir.str();
@@ -76,13 +77,8 @@ TEST(Application, ResultsBeepsAndWhatRuns) {
                         "@sh -c \"readlink /proc/$$/fd/2 > " + d + "/shown\",Shown\r\n" +
                         "no-such-program-here,Broken\r\n" + d + "/tone.wav,Tone\r\n" + d + "/song.MP3,Song\r\n" +
                         d + "/missing.wav,Gone\r\n";
-    ConfigStore store(d);
     ASSERT_TRUE(store.LoadFromText(Config(lines)));
     store.settings().beepOn = true;
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx(store, clock, dialogs, beeper);
     auto launcher = MakeSystemLauncher();
     RecordingSound sound;
 

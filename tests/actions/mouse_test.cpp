@@ -1,7 +1,7 @@
 #include "actions/desktop_actions.h"
 #include "actions/mouse.h"
 #include "io/serial_port.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 #include "peers.h"
 
 #include <gtest/gtest.h>
@@ -123,12 +123,8 @@ TEST_F(MouseOnX, ClicksArriveAtTheWindowUnderThePointer) {
 }
 
 TEST_F(MouseOnX, DesktopActionsReachTheRealPointer) {
-    TempDir dir;
-    ConfigStore store(dir.str());
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx(store, clock, dialogs, beeper);
+    Rig rig;
+    auto& [dir, store, clock, dialogs, beeper, ctx] = rig;
     auto driver = MakeSystemSerialDriver(dir.str());
     SerialPort serial(*driver);
     auto audio = MakeSystemAudio();

@@ -1,6 +1,6 @@
 #include "actions/winamp.h"
 #include "peers.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 
 #include <gtest/gtest.h>
 
@@ -76,13 +76,8 @@ TEST(MprisPlayer, WordsChangeWhatThePlayerReports) {
 
     auto link = MakeSystemWinampLink("/usr/bin/mpv");
     clsWinamp winamp(*link, "/usr/bin/");
-    ConfigStore store;
-    ASSERT_TRUE(store.LoadFromText(DefaultConfiguration()));
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx(store, clock, dialogs, beeper);
-    auto run = [&](const char* word) { return WinampAction(ctx, winamp, word); };
+    Rig rig;
+    auto run = [&](const char* word) { return WinampAction(rig.ctx, winamp, word); };
     auto status = [](const char* s) { return Eventually([&] { return Contains(Property("PlaybackStatus"), s); }); };
     auto playing = [](const char* file) { return Eventually([&] { return Contains(Property("Metadata"), file); }); };
 

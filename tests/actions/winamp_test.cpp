@@ -1,5 +1,5 @@
 #include "actions/winamp.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 
 #include <gtest/gtest.h>
 
@@ -48,19 +48,12 @@ private:
     int songs_, current_;
 };
 
-struct WinampRig {
-    explicit WinampRig(int songs, int current = 0) : link(songs, current) {
-        EXPECT_TRUE(store.LoadFromText(DefaultConfiguration()));
-    }
+struct WinampRig : Rig {
+    explicit WinampRig(int songs, int current = 0) : link(songs, current) {}
     std::string run(const std::string& word) { return WinampAction(ctx, winamp, word); }
 
     FakeLink link;
     clsWinamp winamp{link, "C:\\Winamp\\"};
-    ConfigStore store;
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
 };
 
 TEST(Winamp, SongNameCutting) {

@@ -1,6 +1,6 @@
 #include "config/browser_controller.h"
 
-#include "support/fakes.h"
+#include "support/rig.h"
 
 #include <gtest/gtest.h>
 
@@ -9,19 +9,11 @@
 namespace quenix {
 namespace {
 
-using testing::DefaultConfiguration;
-using testing::FakeBeeper;
-using testing::FakeClock;
-using testing::FakeDialogs;
-using testing::FakeView;
-using testing::TempDir;
-
-class BrowserTest : public ::testing::Test {
+class BrowserTest : public ::testing::Test, protected Rig {
 protected:
-    void SetUp() override { Load(DefaultConfiguration()); }
+    void SetUp() override { browser.Refresh(); }
     void Load(const std::string& text) {
-        dir.write("telvorin.cfg", text);
-        ASSERT_TRUE(store.LoadConfiguration());
+        ASSERT_TRUE(Rig::Load(text));
         browser.Refresh();
     }
     int IndexOf(const std::string& name) const {
@@ -37,12 +29,6 @@ protected:
     }
     std::vector<std::string> Messages() const { return dialogs.texts(); }
 
-    TempDir dir;
-    ConfigStore store{dir.str()};
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
     FakeView view;
     bool formResult = false;
     std::vector<bool> formCalls; // editFlag at each call

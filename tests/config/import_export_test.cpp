@@ -1,17 +1,11 @@
 #include "config/import_export.h"
 
-#include "support/fakes.h"
+#include "support/rig.h"
 
 #include <gtest/gtest.h>
 
 namespace quenix {
 namespace {
-
-using testing::DefaultConfiguration;
-using testing::FakeBeeper;
-using testing::FakeClock;
-using testing::FakeDialogs;
-using testing::TempDir;
 
 const std::string kImported = "#Configuration file exported from Quenix Remote Manager v.1.0.0\r\n"
                               "[General]\r\n"
@@ -34,11 +28,9 @@ const std::string kImported = "#Configuration file exported from Quenix Remote M
                               "Radio&On,winamp&PLAY\r\n"
                               "[End]\r\n";
 
-class ImportExportTest : public ::testing::Test {
+class ImportExportTest : public ::testing::Test, protected Rig {
 protected:
-    ImportExportTest() : store(dir.str()), ctx(store, clock, dialogs, beeper), io(ctx) {
-        store.LoadFromText(DefaultConfiguration());
-        store.SaveConfiguration();
+    ImportExportTest() : io(ctx) {
         store.importText() = kImported;
         io.chooseRows = [this](ImportExport::Mode mode, const std::vector<ImportExport::Row>& rows)
             -> std::optional<std::vector<int>> {
@@ -54,12 +46,6 @@ protected:
 
     std::size_t At(const std::string& needle) const { return store.text().find(needle); }
 
-    TempDir dir;
-    ConfigStore store;
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx;
     ImportExport io;
     std::vector<std::string> tick;
     std::vector<ImportExport::Row> shownRows;

@@ -1,18 +1,11 @@
 #include "config/main_controller.h"
 
-#include "support/fakes.h"
+#include "support/rig.h"
 
 #include <gtest/gtest.h>
 
 namespace quenix {
 namespace {
-
-using testing::DefaultConfiguration;
-using testing::FakeBeeper;
-using testing::FakeClock;
-using testing::FakeDialogs;
-using testing::FakeView;
-using testing::TempDir;
 
 // Records texts of both windows and the hook calls in one sequence, so order can be checked.
 class LoggingView : public FakeView {
@@ -38,7 +31,7 @@ std::string WithKey(std::string text, const std::string& key, const std::string&
     return text.replace(p + key.size() + 3, eol - (p + key.size() + 3), value);
 }
 
-class MainTest : public ::testing::Test {
+class MainTest : public ::testing::Test, protected Rig {
 protected:
     MainTest() {
         hooks.applyInterface = [this] { log.push_back("hook:applyInterface"); };
@@ -56,18 +49,12 @@ protected:
         hooks.openUrl = [this](const std::string& u) { log.push_back("url:" + u); };
     }
 
-    void Write(const std::string& text) { dir.write("telvorin.cfg", text); }
+    void Write(const std::string& text) { dir.write(ConfigStore::kFileName, text); }
     bool Start() {
         main = std::make_unique<MainController>(ctx, view, wait, browser, hooks);
         return main->StartUp();
     }
 
-    TempDir dir;
-    ConfigStore store{dir.str()};
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
     std::vector<std::string> log;
     LoggingView view{log, "status:"};
     LoggingView wait{log, "wait:"};
@@ -153,7 +140,6 @@ TEST_F(MainTest, TogglesWriteTheirKeyAtOnce) {
         {"InfraredInMenu", "IRINENA"},  {"InfraredOutMenu", "IROUTENA"},       {"IRDimmerMenu", "IRDIMENA"},
         {"WinampMenu", "WINAMPENA"},    {"ApplicationMenu", "APPLICATIONENA"}, {"MouseMenu", "MOUSEENA"},
         {"KeyboardMenu", "KEYBOARDENA"}, {"BeepCheckbox", "BEEPON"}};
-    Write(DefaultConfiguration());
     ASSERT_TRUE(Start());
     for (auto [control, key] : rows) {
         const bool before = view.isChecked(control);
@@ -171,7 +157,6 @@ TEST_F(MainTest, TogglesWriteTheirKeyAtOnce) {
 }
 
 TEST_F(MainTest, InterfaceMenuFollowsInfraredIn) {
-    Write(DefaultConfiguration());
     ASSERT_TRUE(Start());
     EXPECT_TRUE(view.isEnabled("InterfaceMenu"));
     main->Toggle("InfraredInMenu");
@@ -185,7 +170,6 @@ TEST_F(MainTest, InterfaceMenuFollowsInfraredIn) {
 }
 
 TEST_F(MainTest, SmallActions) {
-    Write(DefaultConfiguration());
     ASSERT_TRUE(Start());
     main->NotYetImplemented();
     main->About();
@@ -201,7 +185,6 @@ TEST_F(MainTest, SmallActions) {
 }
 
 TEST_F(MainTest, CompactWindowSwitchesTitles) {
-    Write(DefaultConfiguration());
     ASSERT_TRUE(Start());
     main->MinButton();
     EXPECT_TRUE(main->compact());
@@ -214,7 +197,6 @@ TEST_F(MainTest, CompactWindowSwitchesTitles) {
 }
 
 TEST_F(MainTest, RestoreLeavesCompactModeOnlyWhileMonitoring) {
-    Write(DefaultConfiguration());
     ASSERT_TRUE(Start());
     main->MinButton();
     main->Restored();
@@ -227,7 +209,6 @@ TEST_F(MainTest, RestoreLeavesCompactModeOnlyWhileMonitoring) {
 }
 
 TEST_F(MainTest, IconFollowsMonitoringState) {
-    Write(DefaultConfiguration());
     ASSERT_TRUE(Start());
     EXPECT_EQ(main->IconFile(), "zvknomon.ico");
     ctx.monitoring = true;
@@ -238,7 +219,6 @@ TEST_F(MainTest, IconFollowsMonitoringState) {
 }
 
 TEST_F(MainTest, ExitClosesPortsHandsNullHandleAndSaves) {
-    Write(DefaultConfiguration());
     ASSERT_TRUE(Start());
     log.clear();
     // Text behind [End] is dropped by a save: proof that the exit saved.

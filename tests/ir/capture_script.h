@@ -7,7 +7,7 @@
 #include "ir/pulse_text.h"
 #include "ir/recorder.h"
 #include "ir/waveform.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 
 #include <gtest/gtest.h>
 
@@ -70,19 +70,8 @@ public:
 };
 
 // A context on the configuration that ships with the program, and a scripted receiver.
-class ShippedConfigTest : public ::testing::Test {
+class ShippedConfigTest : public ::testing::Test, protected Rig {
 protected:
-    void SetUp() override {
-        dir.write("telvorin.cfg", DefaultConfiguration());
-        ASSERT_TRUE(store.LoadConfiguration());
-    }
-
-    TempDir dir;
-    ConfigStore store{dir.str()};
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
     FakeView view;
     ScriptedSource source;
 };

@@ -1,24 +1,15 @@
 #include "ir/device_editor.h"
 #include "ir/protocols.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 
 #include <gtest/gtest.h>
 
 namespace quenix {
 namespace {
 
-using testing::DefaultConfiguration;
-using testing::FakeBeeper;
-using testing::FakeClock;
-using testing::FakeDialogs;
-using testing::FakeView;
-using testing::TempDir;
-
-class DeviceEditorTest : public ::testing::Test {
+class DeviceEditorTest : public ::testing::Test, protected Rig {
 protected:
     void SetUp() override {
-        dir.write("telvorin.cfg", DefaultConfiguration());
-        ASSERT_TRUE(store.LoadConfiguration());
         mainView.setItems("Protocol", {"Set-top Box", "Sony TV", "Philips Amp", "Recorded", "winamp"});
     }
 
@@ -32,12 +23,6 @@ protected:
 
     std::string LastMessage() const { return dialogs.messages.empty() ? "" : dialogs.messages.back().text; }
 
-    TempDir dir;
-    ConfigStore store{dir.str()};
-    FakeClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
     FakeView form;
     FakeView mainView;
 };

@@ -1,30 +1,18 @@
 #include "monitor/events.h"
 
-#include "support/fakes.h"
+#include "support/rig.h"
 
 #include <gtest/gtest.h>
 
 namespace quenix {
 namespace {
 
-using testing::DefaultConfiguration;
-using testing::FakeDialogs;
-using testing::FakeView;
-using testing::TempDir;
-
-struct Rig {
-    TempDir dir;
-    ConfigStore store{dir.str()};
-    testing::FakeClock clock;
-    FakeDialogs dialogs;
-    testing::FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
+struct EventsRig : Rig {
     FakeView view;
     MonitorEvents events{ctx, view};
 
-    explicit Rig(std::string config = DefaultConfiguration()) {
-        dir.write(ConfigStore::kFileName, config);
-        EXPECT_TRUE(store.LoadConfiguration());
+    explicit EventsRig(const std::string& config = DefaultConfiguration()) {
+        EXPECT_TRUE(Load(config));
         store.settings().btEna = true;
         events.Load();
     }
@@ -44,11 +32,10 @@ struct Rig {
         events.OnOutDevChanged();
         choose("OutCmd", outCmd);
     }
-    std::string onDisk() { return dir.read(ConfigStore::kFileName); }
 };
 
 TEST(MonitorEvents, CommandListsByDevice) {
-    Rig rig;
+    EventsRig rig;
     const std::string& t = rig.store.text();
     struct Case {
         std::vector<std::string> got;
@@ -69,7 +56,7 @@ TEST(MonitorEvents, CommandListsByDevice) {
 }
 
 TEST(MonitorEvents, PhoneKeysTakeTheDeviceIndex) {
-    Rig rig;
+    EventsRig rig;
     struct Case {
         const char* command;
         int index;
@@ -117,7 +104,7 @@ TEST(MonitorEvents, AddEvent) {
     config.insert(config.find("[End]"), "Sony TV&Mute,Winamp&PLAYLIST\r\n");
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Rig rig(config);
+        EventsRig rig(config);
         rig.pick(c.pick[0], c.pick[1], c.pick[2], c.pick[3]);
         rig.dialogs.answers.push_back(c.answer);
         const std::string line = rig.events.BuildLine();
@@ -126,7 +113,7 @@ TEST(MonitorEvents, AddEvent) {
 
         ASSERT_EQ(rig.dialogs.messages.size(), 1u);
         EXPECT_EQ(rig.dialogs.messages[0].text, c.question);
-        const std::string disk = rig.onDisk();
+        const std::string disk = rig.OnDisk();
         EXPECT_EQ(disk.find(line + "\r\n[End]") != std::string::npos, c.added);
         EXPECT_EQ(rig.view.items("MonEvent").size(), before + (c.added ? 1 : 0));
     }
@@ -134,7 +121,7 @@ TEST(MonitorEvents, AddEvent) {
 
 TEST(MonitorEvents, AddNeedsASectionAfterMonitoring) {
     std::string config = DefaultConfiguration();
-    Rig rig(config);
+    EventsRig rig(config);
     rig.store.SetText(config.substr(0, config.find("[End]")));
     rig.pick("Sony TV", "Power", "Mouse", "UP");
     rig.events.OnAdMonButton();
@@ -142,7 +129,7 @@ TEST(MonitorEvents, AddNeedsASectionAfterMonitoring) {
 }
 
 TEST(MonitorEvents, DeleteAsksAndTakesTheLineBreak) {
-    Rig rig;
+    EventsRig rig;
     rig.choose("MonEvent", "Sony TV&Ch-,winamp&PREV");
     rig.events.OnDelete(); // unanswered: No
     EXPECT_NE(rig.store.text().find("Sony TV&Ch-,winamp&PREV"), std::string::npos);
@@ -151,7 +138,7 @@ TEST(MonitorEvents, DeleteAsksAndTakesTheLineBreak) {
 
     rig.dialogs.answers.push_back(MsgAnswer::Yes);
     rig.events.OnDelete();
-    EXPECT_NE(rig.onDisk().find("Sony TV&Ch+,winamp&NEXT\r\nSony TV&Mute,winamp&PAUSE\r\n"), std::string::npos);
+    EXPECT_NE(rig.OnDisk().find("Sony TV&Ch+,winamp&NEXT\r\nSony TV&Mute,winamp&PAUSE\r\n"), std::string::npos);
     EXPECT_EQ(rig.view.items("MonEvent").size(), 3u);
 }
 
@@ -162,14 +149,14 @@ TEST(MonitorEvents, CleanRemovesOnlyOrphans) {
     const std::string orphans = "Gone Box&Power,winamp&PLAY\r\nSony TV&NoKey,winamp&PLAY\r\n"
                                 "Sony TV&Power,X10&Attic&On\r\nBT1&UP,Gone Box&Power\r\n";
     config.insert(config.find("[End]"), kept + orphans);
-    Rig rig(config);
+    EventsRig rig(config);
     rig.events.OnCleanButton();
     ASSERT_EQ(rig.dialogs.messages.size(), 1u);
     EXPECT_EQ(rig.dialogs.messages[0].caption, "Quenix Manager");
     EXPECT_EQ(rig.dialogs.messages[0].text,
               "The followig orphaned events were deleted:\nGone Box&Power,winamp&PLAY\nSony TV&NoKey,winamp&PLAY\n"
               "Sony TV&Power,X10&Attic&On\nBT1&UP,Gone Box&Power\n");
-    const std::string disk = rig.onDisk();
+    const std::string disk = rig.OnDisk();
     EXPECT_NE(disk.find(kept + "[End]"), std::string::npos);
 
     rig.events.OnCleanButton();

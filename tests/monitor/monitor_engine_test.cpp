@@ -3,7 +3,7 @@
 #include "actions/executor.h"
 #include "ir/codec.h"
 #include "ir/pulse_text.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 #include "support/sim_serial.h"
 
 #include <gtest/gtest.h>
@@ -11,13 +11,9 @@
 namespace quenix {
 namespace {
 
-using testing::DefaultConfiguration;
 using testing::FakeCaptureLibrary;
-using testing::FakeDialogs;
-using testing::FakeView;
 using testing::SimClock;
 using testing::SimSerialDriver;
-using testing::TempDir;
 
 // Counts the line reads, which is all an idle tick may cost.
 class CountingDriver final : public SerialDriver {
@@ -43,13 +39,7 @@ private:
     SerialDriver& d_;
 };
 
-struct Rig {
-    TempDir dir;
-    ConfigStore store{dir.str()};
-    SimClock clock;
-    FakeDialogs dialogs;
-    testing::FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
+struct EngineRig : BasicRig<SimClock> {
     FakeView view;
     SimSerialDriver sim{clock};
     CountingDriver driver{sim};
@@ -58,9 +48,8 @@ struct Rig {
     std::vector<std::pair<std::string, std::string>> executed;
     MonitorEngine engine{ctx, view, port, library};
 
-    explicit Rig(const std::string& config = DefaultConfiguration()) {
-        dir.write(ConfigStore::kFileName, config);
-        EXPECT_TRUE(store.LoadConfiguration());
+    explicit EngineRig(const std::string& config = DefaultConfiguration()) {
+        EXPECT_TRUE(Load(config));
         sim.port(1);
         ctx.irPortHandle = port.OpenComPort(1);
         engine.hooks().execute = [this](const std::string& d, const std::string& c) {
@@ -69,11 +58,10 @@ struct Rig {
         };
     }
     testing::SimPort& com1() { return sim.port(1); }
-    std::string onDisk() { return dir.read(ConfigStore::kFileName); }
 };
 
 // A key as the receiver would capture it: the device's own header, our encoder, a sampler.
-std::vector<std::uint8_t> Capture(const Rig& rig, const std::string& device, std::string code) {
+std::vector<std::uint8_t> Capture(const EngineRig& rig, const std::string& device, std::string code) {
     ProtocolHeader h = DeviceHeader(rig.store.text(), device);
     bool toggle = false;
     return SampleRuns(CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls), 55);
@@ -101,7 +89,7 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Rig rig;
+        EngineRig rig;
         rig.store.settings().irInEna = c.irIn;
         rig.store.settings().btEna = c.btIn;
         rig.ctx.interfaceType = c.type;
@@ -112,7 +100,7 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
 
         EXPECT_EQ(rig.view.text("StatusBar"), c.status);
         EXPECT_EQ(rig.ctx.monitoring, c.runs);
-        EXPECT_EQ(rig.onDisk().find("MONITOR= 1") != std::string::npos, c.runs);
+        EXPECT_EQ(rig.OnDisk().find("MONITOR= 1") != std::string::npos, c.runs);
         EXPECT_EQ(rig.view.isChecked("MonitoringStartMenu"), c.runs);
         EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), c.runs && c.irIn);
         EXPECT_EQ(rig.view.isTimerEnabled("BTAutoTimer"), c.runs && c.btIn);
@@ -127,7 +115,7 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
 }
 
 TEST(MonitorEngine, StartPowersTheReceiverAndLeavesTheCompactWindowFirst) {
-    Rig rig;
+    EngineRig rig;
     rig.ctx.interfaceType = 1;
     bool monitoringWhenLeft = true;
     rig.engine.hooks().compact = [] { return true; };
@@ -141,7 +129,7 @@ TEST(MonitorEngine, StartPowersTheReceiverAndLeavesTheCompactWindowFirst) {
 
 TEST(MonitorEngine, StopRestoresTheSenderAndClosesThePhone) {
     for (int type : {0, 4}) {
-        Rig rig;
+        EngineRig rig;
         rig.ctx.interfaceType = type;
         rig.store.settings().btEna = true;
         rig.engine.Start();
@@ -153,7 +141,7 @@ TEST(MonitorEngine, StopRestoresTheSenderAndClosesThePhone) {
 
         EXPECT_FALSE(rig.ctx.monitoring);
         EXPECT_EQ(rig.view.text("StatusBar"), "Monitoring is stopped.");
-        EXPECT_NE(rig.onDisk().find("MONITOR= 0\r\n"), std::string::npos);
+        EXPECT_NE(rig.OnDisk().find("MONITOR= 0\r\n"), std::string::npos);
         EXPECT_EQ(rig.ctx.btPortHandle, kNoPort);
         EXPECT_FALSE(rig.sim.port(5).open);
         EXPECT_FALSE(rig.view.isTimerEnabled("IRMonTimer"));
@@ -166,7 +154,7 @@ TEST(MonitorEngine, StopRestoresTheSenderAndClosesThePhone) {
 }
 
 TEST(MonitorEngine, TrayItemsFollowTheState) {
-    Rig rig;
+    EngineRig rig;
     rig.engine.TrayStart();
     EXPECT_FALSE(rig.view.isEnabled("mnuStartMonitor"));
     EXPECT_TRUE(rig.view.isEnabled("mnuStopMonitor"));
@@ -178,7 +166,7 @@ TEST(MonitorEngine, TrayItemsFollowTheState) {
 }
 
 TEST(MonitorEngine, ConfigureNeedsAnInput) {
-    Rig rig;
+    EngineRig rig;
     int shown = 0;
     rig.engine.hooks().showEditor = [&] { ++shown; };
     rig.store.settings().irInEna = false;
@@ -190,7 +178,7 @@ TEST(MonitorEngine, ConfigureNeedsAnInput) {
 }
 
 TEST(MonitorEngine, IdleTickIsOneLineRead) {
-    Rig rig;
+    EngineRig rig;
     rig.com1().inputs = kModemDcdOn;
     rig.driver.lineReads = 0;
     for (int i = 0; i < 50; ++i) rig.engine.OnIRMonTimer();
@@ -219,7 +207,7 @@ TEST(MonitorEngine, TickTurnsKeysIntoActions) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Rig rig;
+        EngineRig rig;
         rig.ctx.interfaceType = c.type;
         rig.com1().inputs = 0; // the line is active
         rig.library.captures.push_back(Capture(rig, c.device, c.code));
@@ -252,7 +240,7 @@ TEST(MonitorEngine, TickEndsSilently) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Rig rig;
+        EngineRig rig;
         rig.store.settings().irInEna = c.irIn;
         rig.com1().inputs = 0;
         if (!c.capture.empty()) rig.library.captures.push_back(c.capture);
@@ -267,7 +255,7 @@ TEST(MonitorEngine, HandleEventRunsEveryLineOfTheKey) {
     std::string config = DefaultConfiguration();
     const std::string extra = "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n";
     config.insert(config.find("[End]"), extra);
-    Rig rig(config);
+    EngineRig rig(config);
     std::vector<std::string> shown;
     rig.engine.hooks().showOnPhone = [&](const std::string& r) { shown.push_back(r); };
 

@@ -1,6 +1,6 @@
 #include "monitor/bt_config.h"
 
-#include "support/fakes.h"
+#include "support/rig.h"
 #include "support/sim_serial.h"
 
 #include <gtest/gtest.h>
@@ -8,19 +8,12 @@
 namespace quenix {
 namespace {
 
-using testing::DefaultConfiguration;
-using testing::FakeBeeper;
-using testing::FakeDialogs;
-using testing::FakeView;
 using testing::SimClock;
 using testing::SimSerialDriver;
-using testing::TempDir;
 
-class BtConfigTest : public ::testing::Test {
+class BtConfigTest : public ::testing::Test, protected BasicRig<SimClock> {
 protected:
-    BtConfigTest() : store(dir.str()), ctx(store, clock, dialogs, beeper), port(driver) {
-        store.LoadFromText(DefaultConfiguration());
-        store.SaveConfiguration();
+    BtConfigTest() : port(driver) {
         for (int n : {1, 3, 7}) driver.port(n);
         ctx.settings().bt = {"Living", "Kitchen", "Bedroom", "Garage", "Attic", "Porch", "", "", "", ""};
         ctx.settings().btCom = 3;
@@ -28,14 +21,8 @@ protected:
         bt.Open();
     }
 
-    std::string Saved() const { return dir.read("telvorin.cfg"); }
+    std::string Saved() const { return OnDisk(); }
 
-    TempDir dir;
-    ConfigStore store;
-    SimClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx;
     FakeView view;
     SimSerialDriver driver{clock};
     SerialPort port;

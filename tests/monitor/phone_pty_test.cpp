@@ -4,7 +4,7 @@
 #include "monitor/phone_remote.h"
 
 #include "io/pty_pair.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 #include "support/sim_serial.h"
 
 #include <gtest/gtest.h>
@@ -12,13 +12,8 @@
 namespace quenix {
 namespace {
 
-using testing::DefaultConfiguration;
-using testing::FakeBeeper;
-using testing::FakeDialogs;
-using testing::FakeView;
 using testing::PtyPair;
 using testing::SimClock;
-using testing::TempDir;
 
 // The phone answers between the program's reads, as the event loop would interleave them;
 // SecondTimer ticks on the virtual clock.
@@ -50,16 +45,10 @@ private:
 };
 
 TEST(PhonePty, ConnectsAndReportsKeysOverRealPort) {
-    TempDir folder;
+    BasicRig<SimClock> rig;
+    auto& [folder, store, clock, dialogs, beeper, ctx] = rig;
     PtyPair pty;
     pty.linkAs(folder.path(), 5);
-    ConfigStore store(folder.str());
-    store.LoadFromText(DefaultConfiguration());
-    store.SaveConfiguration();
-    SimClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx(store, clock, dialogs, beeper);
     ctx.settings().btEna = true;
     ctx.settings().btCom = 5;
     ctx.settings().btCurrent = 4;

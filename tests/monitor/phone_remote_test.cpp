@@ -3,7 +3,7 @@
 
 #include "monitor/phone_remote.h"
 
-#include "support/fakes.h"
+#include "support/rig.h"
 #include "support/sim_serial.h"
 
 #include <gtest/gtest.h>
@@ -14,15 +14,10 @@
 namespace quenix {
 namespace {
 
-using testing::DefaultConfiguration;
-using testing::FakeBeeper;
-using testing::FakeDialogs;
-using testing::FakeView;
 using testing::SimClock;
 using testing::SimPeer;
 using testing::SimPort;
 using testing::SimSerialDriver;
-using testing::TempDir;
 
 constexpr int kBtCom = 5;
 
@@ -84,11 +79,9 @@ private:
     std::int64_t last_;
 };
 
-class PhoneRemoteTest : public ::testing::Test {
+class PhoneRemoteTest : public ::testing::Test, protected BasicRig<SimClock> {
 protected:
-    PhoneRemoteTest() : store(dir.str()), ctx(store, clock, dialogs, beeper), view(clock), port(driver) {
-        store.LoadFromText(DefaultConfiguration());
-        store.SaveConfiguration();
+    PhoneRemoteTest() : view(clock), port(driver) {
         Settings& s = ctx.settings();
         s.btEna = true;
         s.btCom = kBtCom;
@@ -116,12 +109,6 @@ protected:
         return std::find(phone.heard.begin(), phone.heard.end(), cmd) != phone.heard.end();
     }
 
-    TempDir dir;
-    ConfigStore store;
-    SimClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx;
     TickingView view;
     SimSerialDriver driver{clock};
     SerialPort port;

@@ -1,0 +1,46 @@
+#pragma once
+
+// The fixture most controller tests share: a temporary program folder holding the default
+// configuration, a store that has loaded it, and a context on a test clock (the virtual FakeClock
+// unless a simulator needs its own), fake dialogs and beeper.
+
+#include "config/config_store.h"
+#include "config/context.h"
+#include "support/fakes.h"
+
+#include <string>
+
+namespace quenix::testing {
+
+template <class TestClock>
+struct BasicRig {
+    BasicRig() { Load(DefaultConfiguration()); }
+    // Replaces the configuration on disk and loads it; false when the store refused it.
+    bool Load(const std::string& text) {
+        dir.write(ConfigStore::kFileName, text);
+        return store.LoadConfiguration();
+    }
+    std::string OnDisk() const { return dir.read(ConfigStore::kFileName); }
+
+    TempDir dir;
+    ConfigStore store{dir.str()};
+    TestClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+};
+
+using Rig = BasicRig<FakeClock>;
+
+} // namespace quenix::testing
+
+namespace quenix {
+using testing::DefaultConfiguration;
+using testing::FakeBeeper;
+using testing::FakeClock;
+using testing::FakeDialogs;
+using testing::FakeView;
+using testing::BasicRig;
+using testing::Rig;
+using testing::TempDir;
+} // namespace quenix
