@@ -77,14 +77,6 @@ TEST(FrmMain, StartsOnTheShippedConfiguration) {
     EXPECT_FALSE(rig.window->waitWindow()->isVisible());
 }
 
-TEST(FrmMain, BrokenConfigurationEndsStartUp) {
-    WindowRig rig;
-    rig.dir.write("telvorin.cfg", "[General]\r\nCOMPORT= 1\r\n[End]\r\n");
-    EXPECT_FALSE(rig.window->startUp());
-    ASSERT_EQ(rig.fakeDialogs.messages.size(), 1u);
-    EXPECT_EQ(rig.fakeDialogs.messages[0].caption, "ZVK");
-}
-
 TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
     WindowRig rig;
     ASSERT_TRUE(rig.window->startUp());

@@ -11,28 +11,13 @@
 namespace quenix::testing {
 namespace {
 
-class HandleLibrary final : public CaptureLibrary {
-public:
-    std::optional<std::int32_t> SetHandle(PortHandle h) override {
-        handles.push_back(h);
-        return 1;
-    }
-    std::optional<std::int32_t> IRRecord(std::uint8_t*, int, int) override { return 0; }
-    std::optional<std::int32_t> IRRecordN(std::uint8_t*, int, int) override { return 0; }
-    std::optional<std::int32_t> IRMonitor(std::uint8_t*, int) override { return 0; }
-    std::optional<std::int32_t> IRMonitorN(std::uint8_t*, int) override { return 0; }
-    std::optional<std::int32_t> IRSend(const std::uint8_t*, int, int, int) override { return 0; }
-    std::string error() const override { return {}; }
-    std::vector<PortHandle> handles;
-};
-
 TEST(ReceiverWiring, StartUpOpensThePortMenusSelectAndExitReleases) {
     SimClock clock;
     SimSerialDriver driver{clock};
     driver.port(1); // the shipped configuration uses COM1
     driver.port(3);
     SerialPort port{driver};
-    HandleLibrary library;
+    FakeCaptureLibrary library;
     WindowRig rig(nullptr, {&port, &library});
 
     ASSERT_TRUE(rig.window->startUp());
