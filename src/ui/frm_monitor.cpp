@@ -1,4 +1,5 @@
 #include "ui/frm_monitor.h"
+#include "ui/form_widgets.h"
 
 #include "monitor/events.h"
 #include "ui/qt_view.h"
@@ -23,15 +24,6 @@ QListWidget* AddList(QDialog* dialog, const char* name, const QString& label, co
     l->setToolTip(tip);
     l->setMinimumHeight(160);
     return l;
-}
-
-QPushButton* AddButton(QDialog* dialog, QBoxLayout* row, const char* name, const QString& text, const QString& tip) {
-    auto* b = new QPushButton(text, dialog);
-    b->setObjectName(name);
-    b->setToolTip(tip);
-    b->setAccessibleName(text);
-    row->addWidget(b);
-    return b;
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "ui/frm_x10_config.h"
+#include "ui/form_widgets.h"
 
 #include "actions/x10_config.h"
 #include "ui/qt_view.h"
@@ -16,15 +17,6 @@
 namespace quenix {
 
 namespace {
-
-QPushButton* AddButton(QDialog* dialog, QBoxLayout* row, const char* name, const QString& text, const QString& tip) {
-    auto* b = new QPushButton(text, dialog);
-    b->setObjectName(name);
-    b->setToolTip(tip);
-    b->setAccessibleName(text);
-    row->addWidget(b);
-    return b;
-}
 
 QListWidget* AddList(QDialog* dialog, const char* name, const QString& label) {
     auto* l = new QListWidget(dialog);
