@@ -4,36 +4,25 @@
 
 namespace quenix {
 
-int clsMouse::CurrentX() {
-    int x = 0, y = 0;
-    driver_.cursorPos(x, y);
-    return x;
+clsMouse::Point clsMouse::Position() {
+    Point p;
+    driver_.cursorPos(p.x, p.y);
+    return p;
 }
 
-void clsMouse::CurrentX(int x) {
-    int cx = 0, cy = 0;
-    driver_.cursorPos(cx, cy);
-    driver_.setCursorPos(x, cy);
-}
+int clsMouse::CurrentX() { return Position().x; }
 
-int clsMouse::CurrentY() {
-    int x = 0, y = 0;
-    driver_.cursorPos(x, y);
-    return y;
-}
+void clsMouse::CurrentX(int x) { driver_.setCursorPos(x, Position().y); }
 
-void clsMouse::CurrentY(int y) {
-    int cx = 0, cy = 0;
-    driver_.cursorPos(cx, cy);
-    driver_.setCursorPos(cx, y);
-}
+int clsMouse::CurrentY() { return Position().y; }
+
+void clsMouse::CurrentY(int y) { driver_.setCursorPos(Position().x, y); }
 
 void clsMouse::MoveTo(int x, int y) { driver_.setCursorPos(x, y); }
 
 void clsMouse::MoveRelative(int dx, int dy) {
-    int x = 0, y = 0;
-    driver_.cursorPos(x, y);
-    driver_.setCursorPos(x + dx, y + dy);
+    Point p = Position();
+    driver_.setCursorPos(p.x + dx, p.y + dy);
 }
 
 void clsMouse::DblClick(int button) {

@@ -46,6 +46,11 @@ public:
     void MouseUp(int button);
 
 private:
+    struct Point {
+        int x = 0, y = 0;
+    };
+    Point Position();
+
     MouseDriver& driver_;
 };
 
