@@ -147,13 +147,17 @@ bool ConfigStore::SaveConfiguration() {
 }
 
 bool ConfigStore::SetGeneralKey(std::string_view key, std::string_view value) {
-    if (key.empty()) return false;
+    auto missing = [&] {
+        lastError_ = "The key " + std::string(key) + "= is missing in [General]; the change was not saved.";
+        return false;
+    };
+    if (key.empty()) return missing();
     int g = Find("[General]");
-    if (g == 0) return false;
+    if (g == 0) return missing();
     int v = Find(std::string(key) + "=", g);
-    if (v == 0) return false;
+    if (v == 0) return missing();
     int e = Find("\r", v);
-    if (e == 0) return false;
+    if (e == 0) return missing();
     const std::string before = text_;
     std::string t = DeleteText(text_, v + 1, e - 2);
     t = InsertText(t, Trim(value), v + 1);

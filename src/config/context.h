@@ -66,6 +66,17 @@ struct Context {
     // SecondTimer ticks (one per 200 ms); the phone's reply wait resets and watches it.
     int secondTicks = 0;
 
+    // Tells the user, in a "ZVK" box, why the last change of telvorin.cfg did not reach the disk.
+    // Passes ok through, so a caller writes `if (!ctx.Written(store.SaveConfiguration())) return;`.
+    bool Written(bool ok) {
+        if (!ok) {
+            const std::string& why = config.lastError();
+            dialogs.message("The configuration file could not be written." +
+                            (why.empty() ? std::string() : "\r\n" + why));
+        }
+        return ok;
+    }
+
     // Beeps, when the beep option is on.
     void beepIfOn(int hz, int ms) {
         if (config.settings().beepOn) beeper.beep(hz, ms);

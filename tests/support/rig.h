@@ -21,6 +21,9 @@ struct BasicRig {
         return store.LoadConfiguration();
     }
     std::string OnDisk() const { return dir.read(ConfigStore::kFileName); }
+    // Makes every later save fail the way a full disk or a locked folder does (permission bits
+    // do not stop root): the temporary file the atomic writer needs is a directory.
+    void BlockSaves() { std::filesystem::create_directories(dir.path() / (std::string(ConfigStore::kFileName) + ".tmp")); }
 
     TempDir dir;
     ConfigStore store{dir.str()};
