@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -9,7 +10,13 @@
 
 namespace quenix {
 
-bool WriteFileAtomically(const std::string& path, const std::string& data, std::string& error) {
+bool WriteFileAtomically(const std::string& linkOrPath, const std::string& data, std::string& error) {
+    // A file kept elsewhere through a symbolic link is replaced where it lives, so the link stays.
+    std::string path = linkOrPath;
+    if (char* real = ::realpath(linkOrPath.c_str(), nullptr)) {
+        path = real;
+        std::free(real);
+    }
     const std::string tmp = path + ".tmp";
     mode_t mode = 0644;
     struct stat st {};

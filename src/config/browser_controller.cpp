@@ -174,17 +174,16 @@ void BrowserController::SelectDevice(int index) {
     const std::string name = names[static_cast<std::size_t>(index)];
     ctx_.config.currentDevice = name;
     const DeviceKind kind = KindOfDevice(name);
-    view_.setVisible("DIMScroll", kind == DeviceKind::IrDimmer);
-    view_.setVisible("DIMLabel", kind == DeviceKind::IrDimmer);
+    // The level serves the IR dimmer and X10 Dim/Bri.
+    const bool dimmable = kind == DeviceKind::IrDimmer || kind == DeviceKind::X10;
+    view_.setVisible("DIMScroll", dimmable);
+    view_.setVisible("DIMLabel", dimmable);
     if (kind == DeviceKind::None) {
         ApplyTitle();
         ShowCommands({});
         return;
     }
-    if (ctx_.settings().protocol != index) {
-        ctx_.settings().protocol = index;
-        ctx_.config.SetGeneralKey("PROTOCOL", std::to_string(index));
-    }
+    StoreProtocol(index);
     ApplyTitle();
     switch (kind) {
     case DeviceKind::X10:
@@ -263,15 +262,27 @@ void BrowserController::OpenDeviceForm(bool edit) {
     ctx_.editFlag = edit;
     if (!hooks_.deviceForm()) return;
     // The form leaves the saved device current; a new section moves the devices behind it.
-    const std::string saved = ToLower(ctx_.config.currentDevice);
+    Reselect(ctx_.config.currentDevice);
+}
+
+void BrowserController::Reselect(const std::string& device) {
+    const std::string wanted = ToLower(device);
     const auto names = DeviceNames();
     for (std::size_t i = 0; i < names.size(); ++i) {
-        if (ToLower(names[i]) != saved) continue;
-        ctx_.settings().protocol = static_cast<int>(i);
-        ctx_.config.SetGeneralKey("PROTOCOL", std::to_string(i));
+        if (ToLower(names[i]) != wanted) continue;
+        StoreProtocol(static_cast<int>(i));
         break;
     }
     Refresh();
+}
+
+void BrowserController::StoreProtocol(int index) {
+    if (ctx_.settings().protocol == index) return;
+    ctx_.settings().protocol = index;
+    // Arrow keys through the list write on every row: one box per run of failures, not per row.
+    const bool ok = ctx_.config.SetGeneralKey("PROTOCOL", std::to_string(index));
+    if (!ok && !protocolWriteFailed_) ctx_.Written(false);
+    protocolWriteFailed_ = !ok;
 }
 
 void BrowserController::Edit() {
@@ -306,7 +317,7 @@ void BrowserController::ProtoDelete() {
                                               " from the current configuration file?",
                                           "ZVK", MsgIcon::Question, MsgButtons::YesNo);
     if (answer != MsgAnswer::Yes) return;
-    ctx_.config.DeleteDevice();
+    if (!ctx_.Written(ctx_.config.DeleteDevice())) return;
     // The list shrinks; keep the index inside it.
     if (ctx_.settings().protocol >= static_cast<int>(DeviceNames().size())) ctx_.settings().protocol = 0;
     Refresh();
@@ -379,11 +390,15 @@ void BrowserController::AddApplication() {
     }
     // Insert at the start of the next section's header line, i.e. at the end of [Application].
     int insertAt = end != 0 ? end - 1 : static_cast<int>(ctx_.config.text().size()) + 1;
+    const std::string before = ctx_.config.text();
     if (!ctx_.config.Insert(commandLine + "," + entry + "\r\n", insertAt)) {
         d.message(ctx_.config.lastError());
         return;
     }
-    ctx_.config.SaveConfiguration();
+    if (!ctx_.Written(ctx_.config.SaveConfiguration())) {
+        ctx_.config.SetText(before);
+        return;
+    }
     if (selectedKind() == DeviceKind::Application) ShowCommands(CommandsOf(selectedDevice()));
     view_.setStatus("Command " + entry + " added.");
 }

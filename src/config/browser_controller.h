@@ -45,6 +45,9 @@ public:
 
     // Fills the device list and selects the stored PROTOCOL= entry again.
     void Refresh();
+    // Fills the device list and selects the named device, wherever it now stands (after a new
+    // device or an import moved the sections).
+    void Reselect(const std::string& device);
     // A click in the device list.
     void SelectDevice(int index);
     // A click in the command list.
@@ -71,11 +74,14 @@ private:
     void EnableLearning(bool on);
     // New (edit false) or Edit; selects the saved device afterwards.
     void OpenDeviceForm(bool edit);
+    // Stores the device list index as PROTOCOL, telling the user when that cannot be written.
+    void StoreProtocol(int index);
 
     Context& ctx_;
     View& view_;
     Hooks hooks_;
     bool compact_ = false;
+    bool protocolWriteFailed_ = false;
 };
 
 } // namespace quenix

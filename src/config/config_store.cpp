@@ -66,6 +66,9 @@ bool ConfigStore::LoadConfiguration() {
 
 bool ConfigStore::LoadFromText(std::string data) {
     lastError_.clear();
+    // An editor that writes bare LF line ends must not leave every key reading to the end of the
+    // file; the next save writes CR LF.
+    data = WithCrLf(std::move(data));
     if (Len(data) > kMaxConfigLength) {
         lastError_ = "The configuration file is larger than 32767 characters.";
         return false;
@@ -146,7 +149,7 @@ bool ConfigStore::SaveConfiguration() {
     return true;
 }
 
-bool ConfigStore::SetGeneralKey(std::string_view key, std::string_view value) {
+bool ConfigStore::SetGeneralKey(std::string_view key, std::string_view value, bool save) {
     auto missing = [&] {
         lastError_ = "The key " + std::string(key) + "= is missing in [General]; the change was not saved.";
         return false;
@@ -162,7 +165,7 @@ bool ConfigStore::SetGeneralKey(std::string_view key, std::string_view value) {
     std::string t = DeleteText(text_, v + 1, e - 2);
     t = InsertText(t, Trim(value), v + 1);
     if (!SetText(std::move(t))) return false;
-    if (!SaveConfiguration()) {
+    if (save && !SaveConfiguration()) {
         text_ = before;
         return false;
     }
@@ -183,17 +186,22 @@ void ConfigStore::DeleteCommand() {
     Delete(i + 1, last);
 }
 
-void ConfigStore::DeleteDevice() {
+bool ConfigStore::DeleteDevice() {
     const std::string header = "[" + currentDevice + "]";
     int h = Find(header);
-    if (h == 0) return;
+    if (h == 0) return true;
     const int first = h - Len(header);
     int next = Find("[", first + 10);
-    if (next == 0) return;
+    if (next == 0) return true;
     int last = next - 1; // the "[" of the next header
     while (last >= 1 && text_[static_cast<std::size_t>(last - 1)] != '\n') --last;
-    if (last < first) return;
-    if (Delete(first, last)) SaveConfiguration();
+    if (last < first) return true;
+    const std::string before = text_;
+    if (!Delete(first, last)) return false;
+    if (SaveConfiguration()) return true;
+    // The section stays in memory as it stays on disk.
+    text_ = before;
+    return false;
 }
 
 std::string ConfigStore::GetDeviceDescription(std::string_view name, bool fromImport) const {

@@ -29,13 +29,15 @@ public:
     bool SaveConfiguration();
 
     // Sets the value of a [General] key in place (keeping the first character after "=") and
-    // saves. False, with nothing written, when [General], the key or its CR is missing.
-    bool SetGeneralKey(std::string_view key, std::string_view value);
+    // saves unless told not to. False, with nothing written and lastError set, when [General], the
+    // key or its CR is missing or the save fails.
+    bool SetGeneralKey(std::string_view key, std::string_view value, bool save = true);
 
     // Removes the current command's line (see the class notes in the source). The caller saves.
     void DeleteCommand();
-    // Removes the current device's section and saves.
-    void DeleteDevice();
+    // Removes the current device's section and saves; false (text unchanged, lastError set)
+    // when the save failed.
+    bool DeleteDevice();
 
     std::string GetDeviceDescription(std::string_view name, bool fromImport = false) const;
     std::string BuildMonitorDeviceList() const;

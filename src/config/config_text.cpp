@@ -92,4 +92,15 @@ bool IsValidName(std::string& name) {
     return name.find_first_of("[],#%&") == std::string::npos;
 }
 
+std::string WithCrLf(std::string text) {
+    if (text.find('\n') == std::string::npos) return text;
+    std::string out;
+    out.reserve(text.size() + text.size() / 16);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\n' && (i == 0 || text[i - 1] != '\r')) out += '\r';
+        out += text[i];
+    }
+    return out;
+}
+
 } // namespace quenix

@@ -33,4 +33,8 @@ std::string GetDeviceDescription(std::string_view name, std::string_view text);
 // Trims the name in place; false when it holds one of [ ] , # % &.
 bool IsValidName(std::string& name);
 
+// Files edited on other systems may end their lines in LF alone; the configuration text keeps
+// CR LF everywhere. A bare CR is left alone.
+std::string WithCrLf(std::string text);
+
 } // namespace quenix

@@ -1,5 +1,7 @@
 #include "config/import_export.h"
 
+#include "config/atomic_file.h"
+#include "config/browser_controller.h"
 #include "config/config_text.h"
 #include "core/text.h"
 
@@ -13,18 +15,6 @@ namespace quenix {
 namespace {
 
 const std::string kCrLf = "\r\n";
-
-// Files edited on other systems may end their lines in LF alone; the configuration text
-// keeps CR LF everywhere.
-std::string WithCrLf(const std::string& in) {
-    std::string out;
-    out.reserve(in.size() + in.size() / 16);
-    for (std::size_t i = 0; i < in.size(); ++i) {
-        if (in[i] == '\n' && (i == 0 || in[i - 1] != '\r')) out += '\r';
-        out += in[i];
-    }
-    return out;
-}
 
 std::vector<std::string> Lines(const std::string& text) {
     std::vector<std::string> lines;
@@ -98,7 +88,8 @@ std::vector<ImportExport::Row> ImportExport::Rows(Mode mode) const {
         if (lower == "general") started = true;
         if (!started) continue;
         if (lower == "end") break;
-        rows.push_back({"[" + name + "]", GetDeviceDescription(name, text)});
+        // [General] has no description line; the lookup would borrow the first device's.
+        rows.push_back({"[" + name + "]", lower == "general" ? std::string() : GetDeviceDescription(name, text)});
     }
     return rows;
 }
@@ -115,7 +106,9 @@ bool ImportExport::ImportGeneral(std::vector<std::string>& updated) {
         const std::string value = lines[i].substr(eq + 1);
         // Only keys standing at the start of a line of our [General]: a key of a device
         // section or the tail of a longer key must not be touched.
-        if (key.empty() || FindText(kCrLf + key + "=", ours, 1) == 0 || !ctx_.config.SetGeneralKey(key, value)) {
+        // Saved once with the rest of the import, not once per key.
+        if (key.empty() || FindText(kCrLf + key + "=", ours, 1) == 0 ||
+            !ctx_.config.SetGeneralKey(key, value, false)) {
             ctx_.dialogs.messageBox("The parameter " + key + " is invalid." + kCrLf + "It will not be loaded.", "ZVK",
                                     MsgIcon::Information, MsgButtons::Ok);
             continue;
@@ -173,6 +166,18 @@ std::optional<std::string> ImportExport::ImportDevice(const std::string& name) {
                     ctx_.dialogs.message("Device name cannot contain the following characters: [ ] , # ");
                     continue;
                 }
+                // A name the device list would read as a virtual device or a reserved section
+                // would make the imported codes unreachable.
+                const std::string lowerTarget = ToLower(target);
+                if (lowerTarget == "general" || lowerTarget == "end" || lowerTarget == "zvk" ||
+                    KindOfDevice(target) != DeviceKind::Infrared || target.find_first_of("%&") != std::string::npos) {
+                    ctx_.dialogs.message("This is a reserved name!");
+                    continue;
+                }
+                if (target.size() < 3 || target.size() > 12) {
+                    ctx_.dialogs.message("Device name must have 3 to 12 characters");
+                    continue;
+                }
                 if (HasHeader(text, target)) {
                     ctx_.dialogs.message("There is another device named " + target);
                     continue;
@@ -200,6 +205,7 @@ std::optional<std::string> ImportExport::ImportDevice(const std::string& name) {
 
 std::vector<std::string> ImportExport::Import(const std::vector<std::string>& sections) {
     std::vector<std::string> devices, updated;
+    const std::string before = ctx_.config.text();
     for (const std::string& section : sections) {
         const std::string lower = ToLower(section);
         if (lower == "[general]") {
@@ -210,7 +216,11 @@ std::vector<std::string> ImportExport::Import(const std::vector<std::string>& se
             devices.push_back(*name);
         }
     }
-    ctx_.config.SaveConfiguration();
+    if (!ctx_.Written(ctx_.config.SaveConfiguration())) {
+        // Nothing of the import stays in memory that is not on disk.
+        ctx_.config.LoadFromText(before);
+        return {};
+    }
     std::string report = "The following devices has been imported successfully:";
     for (const auto& d : devices) report += kCrLf + d;
     if (!updated.empty()) {
@@ -233,7 +243,7 @@ bool ImportExport::Export(const std::vector<std::string>& sections, const std::s
     const std::string& text = ctx_.config.text();
     std::string out = "#Configuration file exported from Quenix Remote Manager v." + ctx_.config.version() + kCrLf +
                       "#Made by Orvel's Quenix Remote Manager; the sections below can be imported into any" + kCrLf +
-                      "#configuration with File, Import. Questions and reports: quenix@orvel.example" + kCrLf + "# " +
+                      "#configuration with File, Import. Questions and reports: support@quenix-remote.org" + kCrLf + "# " +
                       kCrLf;
     bool general = false;
     for (const auto& s : sections) general = general || ToLower(s) == "[general]";
@@ -277,10 +287,13 @@ void ImportExport::FileImport() {
     auto file = ctx_.dialogs.openFile("Open Configuration File",
                                       {"Configuration Files (*.cfg)", "Text Files (*.txt)", "All Files (*.*)"});
     if (!file) return;
-    std::ifstream f(*file, std::ios::binary);
-    std::string data((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-    ctx_.config.importText() = WithCrLf(data);
-    if (!f || !IsValidConfiguration(ctx_.config.importText())) {
+    std::string data, why;
+    if (!ReadWholeFile(*file, data, why)) {
+        ctx_.dialogs.message(why);
+        return;
+    }
+    ctx_.config.importText() = WithCrLf(std::move(data));
+    if (!IsValidConfiguration(ctx_.config.importText())) {
         ctx_.dialogs.message("This is not a valid configuration file!");
         return;
     }

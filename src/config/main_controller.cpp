@@ -63,10 +63,11 @@ bool MainController::StartUp() {
     view_.setStatus("Loading configuration file...");
     view_.processEvents();
     if (!ctx_.config.LoadConfiguration()) {
+        // The reason names the file, the missing section or key, so a hand edit can be mended.
         ctx_.dialogs.messageBox(std::string("There is an error in the configuration file.\n"
                                             "The application will be closed.\n"
                                             "If the problem persists, please write to ") +
-                                    kSupportMail + ".",
+                                    kSupportMail + ".\n\n" + ctx_.config.lastError(),
                                 "ZVK", MsgIcon::Critical, MsgButtons::Ok);
         return false;
     }
@@ -86,29 +87,21 @@ bool MainController::StartUp() {
 
     view_.setChecked("BeepCheckbox", s.beepOn);
     view_.setTimerEnabled("BTAutoTimer", s.btMode != 0);
+    view_.setText("ProcDelayparameter", std::to_string(s.procDelay));
 
     if (s.irInEna) {
         Wait("Initialize Infrared IN...");
         Call(hooks_.initInfraredIn);
     }
-    view_.setChecked("InfraredInMenu", s.irInEna);
-    view_.setEnabled("InterfaceMenu", s.irInEna);
     if (s.irOutEna) {
         Wait("Initialize Infrared OUT...");
         Call(hooks_.initInfraredOut);
     }
-    view_.setChecked("InfraredOutMenu", s.irOutEna);
-    view_.setChecked("IRDimmerMenu", s.irDimEna);
     if (s.x10Ena) {
         Wait("Initialize X10...");
         Call(hooks_.initX10);
     }
-    view_.setChecked("X10ConfMenu", s.x10Ena);
-    view_.setChecked("WinampMenu", s.winampEna);
-    view_.setChecked("ApplicationMenu", s.applicationEna);
-    view_.setChecked("BluetoothConfigMenu", s.btEna);
-    view_.setChecked("MouseMenu", s.mouseEna);
-    view_.setChecked("KeyboardMenu", s.keyboardEna);
+    ShowSettings();
 
     if (s.itypeLow == 4) {
         view_.setItems("Zone", FirmZones());
@@ -116,8 +109,6 @@ bool MainController::StartUp() {
     }
 
     browser_.Refresh();
-    view_.setChecked("BeepCheckbox", s.beepOn);
-    view_.setText("ProcDelayparameter", std::to_string(s.procDelay));
     view_.setCurrentIndex("HScroll1", s.procDelay);
 
     if (s.monitor)
@@ -134,15 +125,34 @@ bool MainController::StartUp() {
     return true;
 }
 
+void MainController::ShowSettings() {
+    const Settings& s = ctx_.settings();
+    for (const auto& row : kToggles) view_.setChecked(row.control, s.*row.flag);
+    view_.setEnabled("InterfaceMenu", s.irInEna);
+    view_.setChecked("X10ConfMenu", s.x10Ena);
+    view_.setChecked("BluetoothConfigMenu", s.btEna);
+    view_.setText("ProcDelayparameter", std::to_string(s.procDelay));
+    view_.setTimerEnabled("BTAutoTimer", s.btMode != 0);
+}
+
+void MainController::Imported(const std::string& shownDevice, int shownIndex) {
+    ShowSettings();
+    // Imported sections move the devices behind them; the device shown stays shown unless the
+    // import brought a PROTOCOL= of its own.
+    if (ctx_.settings().protocol != shownIndex) browser_.Refresh();
+    else browser_.Reselect(shownDevice);
+}
+
 bool MainController::Toggle(const std::string& control) {
     for (const auto& row : kToggles) {
         if (control != row.control) continue;
         // A check box has already changed its state when the click arrives; a menu item is
         // flipped here. Either way the stored flag decides the new value.
-        const bool on = !(ctx_.settings().*row.flag);
-        ctx_.settings().*row.flag = on;
+        bool on = !(ctx_.settings().*row.flag);
+        // The mark shows what is on disk: a write that failed leaves the old state.
+        if (ctx_.Written(ctx_.config.SetGeneralKey(row.key, on ? "1" : "0"))) ctx_.settings().*row.flag = on;
+        else on = !on;
         view_.setChecked(control, on);
-        ctx_.config.SetGeneralKey(row.key, on ? "1" : "0");
         if (control == std::string("InfraredInMenu")) view_.setEnabled("InterfaceMenu", on);
         return true;
     }
@@ -206,11 +216,12 @@ void MainController::Exit() {
         ctx_.irPortHandle = kNoPort;
         Call(hooks_.setCaptureHandle, PortHandle{0});
     }
-    if (ctx_.settings().x10Com > 0 && ctx_.x10PortHandle != kNoPort) {
+    // 0 is the handle of a port that was given up, never one to close.
+    if (ctx_.settings().x10Com > 0 && ctx_.x10PortHandle > 0) {
         Call(hooks_.closePort, ctx_.x10PortHandle);
         ctx_.x10PortHandle = kNoPort;
     }
-    ctx_.config.SaveConfiguration();
+    ctx_.Written(ctx_.config.SaveConfiguration());
 }
 
 } // namespace quenix

@@ -48,6 +48,12 @@ public:
     // been told and the program must end.
     bool StartUp();
 
+    // Sets every check mark, the beep box and the capture delay from the settings, so the
+    // window shows what the file holds (at start-up and after an import).
+    void ShowSettings();
+    // After File > Import, given the device and index shown before it.
+    void Imported(const std::string& shownDevice, int shownIndex);
+
     // A checkable enable toggle, by object name (InfraredInMenu ... KeyboardMenu, BeepCheckbox).
     // False for a name that is not a toggle.
     bool Toggle(const std::string& control);

@@ -20,8 +20,10 @@ void FrmMain::wirePhone(Io io) {
         return ShowImportForm(mode, rows, this);
     };
     on("FileImportMenu", [this] {
+        const std::string shown = ctx_.config.currentDevice;
+        const int index = ctx_.settings().protocol;
         importExport_->FileImport();
-        browser_->Refresh(); // imported devices appear in the list
+        main_->Imported(shown, index);
     });
     on("FileSaveMenu", [this] { importExport_->FileExport(); });
 

@@ -167,6 +167,30 @@ TEST_F(StoreTest, SaveDropsTextAfterTheLastBracketAndEndsWithOneLineBreak) {
     }
 }
 
+TEST_F(StoreTest, LineEndsOfOtherEditorsAndLinkedFilesWork) {
+    // Bare LF (and a mix) loads as if written with CR LF; the next save writes CR LF.
+    std::string crlf = Config(General({{"WINAMPPATH", "/usr/bin/mpv"}, {"BT0", "Phone"}}));
+    std::string lf = crlf, mixed = crlf;
+    for (std::size_t p; (p = lf.find("\r\n")) != std::string::npos;) lf.erase(p, 1);
+    mixed.erase(mixed.find("\r\nBT0"), 1);
+    for (const std::string& text : {lf, mixed}) {
+        Load(text);
+        EXPECT_EQ(store.settings().winampPath, "/usr/bin/mpv");
+        EXPECT_EQ(store.settings().bt[0], "Phone");
+        ASSERT_TRUE(store.SetGeneralKey("BEEPON", "1"));
+        EXPECT_EQ(OnDisk(), [&] { std::string t = crlf; return t.replace(t.find("BEEPON= 0"), 9, "BEEPON= 1"); }());
+    }
+    // A telvorin.cfg kept elsewhere through a link stays a link; its target is written.
+    TempDir elsewhere;
+    elsewhere.write("real.cfg", crlf);
+    std::filesystem::remove(dir.file("telvorin.cfg"));
+    std::filesystem::create_symlink(elsewhere.file("real.cfg"), dir.file("telvorin.cfg"));
+    ASSERT_TRUE(store.LoadConfiguration());
+    ASSERT_TRUE(store.SetGeneralKey("COMPORT", "4"));
+    EXPECT_TRUE(std::filesystem::is_symlink(dir.file("telvorin.cfg")));
+    EXPECT_NE(elsewhere.read("real.cfg").find("COMPORT= 4\r\n"), std::string::npos);
+}
+
 TEST_F(StoreTest, FailedSaveKeepsTheFileAndTheText) {
     Load(Config(General()));
     const std::string before = OnDisk();
@@ -174,6 +198,8 @@ TEST_F(StoreTest, FailedSaveKeepsTheFileAndTheText) {
     std::filesystem::create_directory(dir.file("telvorin.cfg.tmp"));
     EXPECT_FALSE(store.SetGeneralKey("COMPORT", "7"));
     EXPECT_FALSE(store.lastError().empty());
+    store.currentDevice = "General";
+    EXPECT_FALSE(store.DeleteDevice());
     EXPECT_EQ(store.text(), before);
     EXPECT_EQ(OnDisk(), before);
     std::filesystem::remove(dir.file("telvorin.cfg.tmp"));

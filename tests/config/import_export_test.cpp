@@ -70,6 +70,7 @@ TEST_F(ImportExportTest, RowsRunFromGeneralToEnd) {
     EXPECT_EQ(names, (std::vector<std::string>{"[General]", "[Set-top Box]", "[Sony TV]", "[Philips Amp]", "[X10]",
                                                "[Application]", "[Monitoring]"}));
     EXPECT_EQ(rows[2].description, " SONY 12-bit remote of the living-room TV");
+    EXPECT_EQ(rows[0].description, ""); // not the first device's line
     EXPECT_EQ(io.Rows(ImportExport::Mode::Import)[2].description, " kitchen radio");
 }
 
@@ -102,10 +103,11 @@ TEST_F(ImportExportTest, ExistingDeviceOverrideOrRename) {
         {{MsgAnswer::Ok}, {}, "Sony TV", {}},
         {{MsgAnswer::Cancel}, {""}, "", {}},
         {{MsgAnswer::Cancel}, {std::nullopt}, "", {}},
-        {{MsgAnswer::Cancel, MsgAnswer::Ok, MsgAnswer::Ok},
-         {"Bed,room", "set-top box", " Bedroom TV "},
+        {{MsgAnswer::Cancel, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok},
+         {"Bed,room", "set-top box", "TV", "Mouse", "zvk", " Bedroom TV "},
          "Bedroom TV",
-         {"Device name cannot contain the following characters: [ ] , # ", "There is another device named set-top box"}},
+         {"Device name cannot contain the following characters: [ ] , # ", "There is another device named set-top box",
+          "Device name must have 3 to 12 characters", "This is a reserved name!", "This is a reserved name!"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.imported);
@@ -153,6 +155,19 @@ TEST_F(ImportExportTest, OverrideTooLargeKeepsTheOldSection) {
     EXPECT_EQ(store.text(), before);
 }
 
+TEST_F(ImportExportTest, ImportThatCannotBeSavedLeavesEverythingAsItWas) {
+    const std::string before = store.text();
+    BlockSaves();
+    EXPECT_TRUE(io.Import({"[General]", "[Radio]"}).empty());
+    // [General] keys are not refused one by one; the one failure is the save.
+    const auto texts = dialogs.texts();
+    EXPECT_EQ(texts.back().rfind("The configuration file could not be written.\r\n", 0), 0u);
+    EXPECT_EQ(texts.front(), "The parameter FOO is invalid.\r\nIt will not be loaded.");
+    EXPECT_EQ(texts.size(), 2u);
+    EXPECT_EQ(store.text(), before);
+    EXPECT_FALSE(store.settings().beepOn);
+}
+
 TEST_F(ImportExportTest, MonitoringLinesMergeWithoutDuplicates) {
     io.Import({"[Monitoring]"});
     io.Import({"[Monitoring]"});
@@ -163,13 +178,20 @@ TEST_F(ImportExportTest, MonitoringLinesMergeWithoutDuplicates) {
     EXPECT_EQ(count, 1);
 }
 
-TEST_F(ImportExportTest, FileImportRefusesForeignFile) {
+TEST_F(ImportExportTest, FileImportRefusesForeignOrUnreadableFiles) {
     dir.write("other.cfg", "[General]\r\n[End]\r\n");
-    dialogs.files.push_back(dir.file("other.cfg").string());
     const std::string before = store.text();
-    io.FileImport();
-    EXPECT_EQ(dialogs.fileDialogs[0].first, "Open Configuration File");
-    EXPECT_EQ(dialogs.texts(), std::vector<std::string>{"This is not a valid configuration file!"});
+    const std::pair<std::string, std::string> cases[] = {
+        {dir.file("other.cfg").string(), "This is not a valid configuration file!"},
+        {dir.file("gone.cfg").string(), "Cannot open " + dir.file("gone.cfg").string() + ": No such file or directory"},
+    };
+    for (const auto& [file, message] : cases) {
+        dialogs = FakeDialogs();
+        dialogs.files.push_back(file);
+        io.FileImport();
+        EXPECT_EQ(dialogs.fileDialogs[0].first, "Open Configuration File");
+        EXPECT_EQ(dialogs.texts(), std::vector<std::string>{message});
+    }
     EXPECT_TRUE(shownRows.empty());
     EXPECT_EQ(store.text(), before);
 }
