@@ -50,15 +50,12 @@ TEST(DeviceKind, DecidedFromTheNameInAnyCase) {
     for (auto [name, kind] : rows) EXPECT_EQ(KindOfDevice(name), kind) << name;
 }
 
-TEST_F(BrowserTest, ListHoldsSectionsThenVirtualDevices) {
+TEST_F(BrowserTest, EachKindShowsItsTitleAndCommands) {
+    // Sections in file order, then the virtual devices.
     EXPECT_EQ(view.items("Protocol"),
               (std::vector<std::string>{"Set-top Box", "Sony TV", "Philips Amp", "X10", "Application", "Recorded",
                                         "Winamp", "IR Dimmer", "Mouse", "Keyboard", "Bluetooth"}));
-    EXPECT_EQ(view.currentIndex("Protocol"), 0);
     EXPECT_EQ(store.currentDevice, "Set-top Box");
-}
-
-TEST_F(BrowserTest, EachKindShowsItsTitleAndCommands) {
     const std::string v = store.version();
     struct Row {
         const char* device;
@@ -105,48 +102,27 @@ TEST_F(BrowserTest, SectionNamedLikeAVirtualDeviceIsThatDevice) {
     EXPECT_EQ(view.items("SendCmd").size(), 24u);
 }
 
-TEST_F(BrowserTest, DeviceWithoutCommandsListsEmpty) {
+TEST_F(BrowserTest, ProtocolParametersComeFromTheSectionOrStayAsTheyWere) {
     std::string cfg = DefaultConfiguration();
-    cfg.insert(cfg.find("[X10]"),
-               "[Blank]\r\n# nothing learned\r\nGPROTO=3\r\nSENDPLS=400\r\nREPEAT=20\r\nBITG= 1\r\nBIT0= 10\r\n"
-               "BIT1= 1100\r\nGREPEAT=0\r\n");
+    // The second section lacks GREPEAT= and must not borrow [X10]'s lines.
+    cfg.insert(cfg.find("[X10]"), "[Blank]\r\n# nothing learned\r\nGPROTO=3\r\nSENDPLS=400\r\nREPEAT=20\r\nBITG= 1\r\n"
+                                  "BIT0= 10\r\nBIT1= 1100\r\nGREPEAT=0\r\n[Broken]\r\n# no grepeat\r\nGPROTO=3\r\n");
     Load(cfg);
-    Select("Blank");
-    EXPECT_EQ(view.items("SendCmd"), std::vector<std::string>{"EMPTY"});
-    EXPECT_EQ(ctx.header.gproto, 3);
-    EXPECT_EQ(ctx.header.sendpls, 400);
-    EXPECT_EQ(ctx.header.bit1, "1100");
-}
-
-TEST_F(BrowserTest, ProtocolParametersLoadedForInfraredDevices) {
     Select("Sony TV");
-    EXPECT_EQ(ctx.header.gproto, 1);
-    EXPECT_EQ(ctx.header.sendpls, 550);
-    EXPECT_EQ(ctx.header.repeat, 40);
-    EXPECT_EQ(ctx.header.bitg, "1111");
-    EXPECT_EQ(ctx.header.bit0, "01");
-    EXPECT_EQ(ctx.header.bit1, "011");
-    EXPECT_EQ(ctx.header.grepeat, 40);
+    const ProtocolHeader sony{1, 550, 40, 40, "1111", "01", "011"};
+    auto same = [](const ProtocolHeader& a, const ProtocolHeader& b) {
+        return std::tie(a.gproto, a.sendpls, a.repeat, a.grepeat, a.bitg, a.bit0, a.bit1) ==
+               std::tie(b.gproto, b.sendpls, b.repeat, b.grepeat, b.bitg, b.bit0, b.bit1);
+    };
+    EXPECT_TRUE(same(ctx.header, sony));
     EXPECT_EQ(view.text("SendPulse"), "550");
-    // Virtual devices and Recorded keep what was loaded.
-    Select("Recorded");
-    Select("Mouse");
-    EXPECT_EQ(ctx.header.gproto, 1);
-    Select("Philips Amp");
-    EXPECT_EQ(ctx.header.gproto, 2);
-    EXPECT_EQ(ctx.header.sendpls, 850);
-}
-
-TEST_F(BrowserTest, MissingParameterKeepsPreviousValues) {
-    std::string cfg = DefaultConfiguration();
-    cfg.insert(cfg.find("[X10]"), "[Broken]\r\n# no grepeat\r\nGPROTO=3\r\nSENDPLS=123\r\nREPEAT=20\r\n");
-    // Without its own keys the search would run into the next section: keep it last before [X10]
-    // with [X10] holding none of the keys.
-    Load(cfg);
-    Select("Sony TV");
-    Select("Broken");
-    EXPECT_EQ(ctx.header.gproto, 1);
-    EXPECT_EQ(ctx.header.sendpls, 550);
+    for (const char* keeps : {"Recorded", "Mouse", "Broken"}) {
+        Select(keeps);
+        EXPECT_TRUE(same(ctx.header, sony)) << keeps;
+    }
+    Select("Blank");
+    EXPECT_TRUE(same(ctx.header, {3, 400, 20, 0, "1", "10", "1100"}));
+    EXPECT_EQ(view.items("SendCmd"), std::vector<std::string>{"EMPTY"});
 }
 
 TEST_F(BrowserTest, SelectionIsStoredAndRestoredAtNextStart) {
@@ -161,12 +137,9 @@ TEST_F(BrowserTest, SelectionIsStoredAndRestoredAtNextStart) {
     EXPECT_EQ(view2.currentIndex("Protocol"), 2);
     EXPECT_EQ(again.currentDevice, "Philips Amp");
     EXPECT_EQ(view2.items("SendCmd").front(), "Standby");
-}
 
-TEST_F(BrowserTest, StoredIndexOutsideTheListFallsBackToFirst) {
     std::string cfg = DefaultConfiguration();
-    cfg.replace(cfg.find("PROTOCOL= 0"), 11, "PROTOCOL= 99");
-    Load(cfg);
+    Load(cfg.replace(cfg.find("PROTOCOL= 0"), 11, "PROTOCOL= 99"));
     EXPECT_EQ(view.currentIndex("Protocol"), 0);
 }
 
