@@ -22,6 +22,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStatusBar>
+#include <QStyle>
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <QUrl>
@@ -38,17 +39,24 @@ namespace {
 
 QString Q(const std::string& s) { return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size())); }
 
-// Every control carries its object name and a name a screen reader can speak.
+// A screen reader speaks what a sighted user reads: Qt takes a control's name from its own
+// caption or from the label whose buddy it is, so those get no fixed name that could go stale.
 template <class W>
-W* Named(W* w, const char* objectName, const QString& accessible, const QString& tip = {}) {
+W* Named(W* w, const char* objectName, const QString& tip = {}) {
     w->setObjectName(objectName);
-    w->setAccessibleName(accessible);
     if (!tip.isEmpty()) w->setToolTip(tip);
     return w;
 }
 
-QLineEdit* Field(QWidget* parent, const char* name, const QString& accessible, const QString& tip, int chars) {
-    auto* e = Named(new QLineEdit(parent), name, accessible, tip);
+// A control with no caption of its own (a symbol, a picture, a bar) is spoken by its tooltip.
+template <class W>
+W* Spoken(W* w, const char* objectName, const QString& tip) {
+    Named(w, objectName, tip)->setAccessibleName(tip);
+    return w;
+}
+
+QLineEdit* Field(QWidget* parent, const char* name, const QString& tip, int chars) {
+    auto* e = Named(new QLineEdit(parent), name, tip);
     e->setMinimumWidth(e->fontMetrics().horizontalAdvance(QString(chars, QChar('0'))) + 16);
     return e;
 }
@@ -65,8 +73,10 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     : QMainWindow(parent), ctx_(ctx), view_(this), wait_(std::make_unique<FrmWaitToStart>(this)),
       waitView_(wait_.get()) {
     setObjectName("frmMain");
+    // The title says what the window is doing (monitor, X10, compact sender): a change of it
+    // must reach a screen reader as a change of the window's name.
+    connect(this, &QWidget::windowTitleChanged, this, &QWidget::setAccessibleName);
     setWindowTitle("Quenix Remote Manager");
-    setAccessibleName("Quenix Remote Manager");
 
     buildMenus();
     auto* central = new QWidget(this);
@@ -88,7 +98,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     layout->addWidget(fullOnly_, 3);
     setCentralWidget(central);
 
-    auto* status = Named(new QStatusBar(this), "StatusBar", "Status");
+    auto* status = Spoken(new QStatusBar(this), "StatusBar", "Status");
     setStatusBar(status);
     // The compact window can cut a long message; its tooltip keeps the whole text.
     connect(status, &QStatusBar::messageChanged, status, [status](const QString& m) { status->setToolTip(m); });
@@ -113,7 +123,12 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
 #endif
     hooks.iconChanged = [this](const std::string& file) {
         QIcon icon(Q(ctx_.config.folder() + "/" + file));
-        if (icon.isNull()) return;
+        if (icon.isNull()) {
+            // A minimised window lives only behind its tray icon: without the icon file it
+            // still needs one to be found again.
+            if (!tray_->icon().isNull()) return;
+            icon = style()->standardIcon(QStyle::SP_ComputerIcon);
+        }
         tray_->setIcon(icon);
         setWindowIcon(icon);
     };
@@ -148,7 +163,7 @@ void FrmMain::buildMenus() {
     addAction(file, "ProtoDeleteMenu", "&Delete device...");
     file->addSeparator();
     addAction(file, "FileImportMenu", "&Import devices...");
-    addAction(file, "FileSaveMenu", "E&xport devices...");
+    addAction(file, "FileSaveMenu", "Ex&port devices...");
     file->addSeparator();
     addAction(file, "AddApplicationMenu", "Add &application entry...");
     file->addSeparator();
@@ -158,7 +173,7 @@ void FrmMain::buildMenus() {
     settings->setObjectName("SettingsMenu");
     addAction(settings, "InfraredInMenu", "Infrared &input", true);
     addAction(settings, "InfraredOutMenu", "Infrared &output", true);
-    QMenu* iface = settings->addMenu("Input &interface");
+    QMenu* iface = settings->addMenu("Input in&terface");
     iface->setObjectName("InterfaceMenu");
     interfaceGroup_ = new QActionGroup(this);
     const std::pair<const char*, const char*> interfaces[] = {{"StdDcdMenu", "&Standard (DCD)"},
@@ -180,7 +195,7 @@ void FrmMain::buildMenus() {
     addAction(settings, "BluetoothConfigMenu", "&Bluetooth phone...", true);
     settings->addSeparator();
     addAction(settings, "CalibrationMenu", "&Calibration...");
-    addAction(settings, "MenuProcDelay", "Capture &delay...");
+    addAction(settings, "MenuProcDelay", "Ca&pture delay...");
 
     QMenu* monitoring = menuBar()->addMenu("&Monitoring");
     monitoring->setObjectName("MonitoringMenu");
@@ -210,14 +225,17 @@ QWidget* FrmMain::buildDevicePanel() {
     v->setContentsMargins(0, 0, 0, 0);
     v->setSpacing(6);
 
-    devices_ = Named(new QListWidget(panel), "Protocol", "Devices", "The remote controls and virtual devices");
-    commands_ = Named(new QListWidget(panel), "SendCmd", "Commands", "The commands of the selected device");
-    auto* recCmd = Field(panel, "RecCmd", "Key received", "The key received while monitoring", 12);
-    auto* execCmd = Field(panel, "ExecCmd", "Action executed", "What was done for the key received", 12);
+    // The captions beside them are short and read IN and OUT while monitoring, so the lists
+    // and fields speak by their tips.
+    devices_ = Spoken(new QListWidget(panel), "Protocol", "Devices");
+    commands_ = Spoken(new QListWidget(panel), "SendCmd", "Commands");
+    auto* recCmd = Spoken(new QLineEdit(panel), "RecCmd", "Key received");
+    auto* execCmd = Spoken(new QLineEdit(panel), "ExecCmd", "Action executed");
     recCmd->setEnabled(false);
     execCmd->setEnabled(false);
-    auto* l111 = Named(new QLabel("&Dev.", panel), "Label111", "Devices");
-    auto* l112 = Named(new QLabel("C&md.", panel), "Label112", "Commands");
+    // Monitoring rewrites these captions, so they carry no accelerator that would vanish.
+    auto* l111 = Named(new QLabel("Dev.", panel), "Label111");
+    auto* l112 = Named(new QLabel("Cmd.", panel), "Label112");
     l111->setBuddy(devices_);
     l112->setBuddy(commands_);
     devices_->setMinimumWidth(devices_->fontMetrics().horizontalAdvance("Set-top Box Living") + 24);
@@ -237,13 +255,13 @@ QWidget* FrmMain::buildDevicePanel() {
     v->addSpacing(4);
     labelRow(l112, execCmd);
     v->addWidget(commands_, 4);
-    v->addWidget(Named(new QLabel("The IR command to be send", panel), "SendLabel", "Command to be sent"));
+    v->addWidget(Named(new QLabel("The IR command to be send", panel), "SendLabel"));
 
     // FirM zones and the dimmer level appear only for their device or interface.
     auto* zoneRow = new QHBoxLayout;
-    auto* zoneNr = Named(new QLabel("Zone", panel), "ZoneNr", "FirM zone");
-    auto* zone = Named(new QComboBox(panel), "Zone", "FirM zone", "FirM Interface zone selection");
-    auto* firm = Named(new QLabel(panel), "FirmAnswer", "FirM answer");
+    auto* zoneNr = Named(new QLabel("&Zone", panel), "ZoneNr");
+    auto* zone = Named(new QComboBox(panel), "Zone", "FirM Interface zone selection");
+    auto* firm = Named(new QLabel(panel), "FirmAnswer");
     zoneNr->setBuddy(zone);
     zoneRow->addWidget(zoneNr);
     zoneRow->addWidget(zone, 1);
@@ -252,8 +270,8 @@ QWidget* FrmMain::buildDevicePanel() {
         w->setVisible(false);
     v->addLayout(zoneRow);
     auto* dimRow = new QHBoxLayout;
-    auto* dimLabel = Named(new QLabel("Dimmer level", panel), "DIMLabel", "Dimmer level");
-    auto* dim = Named(new QScrollBar(Qt::Horizontal, panel), "DIMScroll", "Dimmer level");
+    auto* dimLabel = Named(new QLabel("Dimmer level", panel), "DIMLabel");
+    auto* dim = Spoken(new QScrollBar(Qt::Horizontal, panel), "DIMScroll", "Dimmer level");
     dim->setRange(0, 100);
     dimLabel->setVisible(false);
     dim->setVisible(false);
@@ -264,11 +282,14 @@ QWidget* FrmMain::buildDevicePanel() {
     // Buttons: two rows so that their captions never clip in the narrow compact window.
     auto* grid = new QGridLayout;
     grid->setSpacing(6);
-    auto* rec = Named(new QPushButton("&Record", panel), "RecButton", "Record", "Capture a command from the remote");
-    auto* send = Named(new QPushButton("&Send", panel), "SendButton", "Send", "Send the selected command");
-    auto* save = Named(new QPushButton("Sa&ve", panel), "SaveCmdButton", "Save", "Store the recorded command");
-    auto* del = Named(new QPushButton("De&lete", panel), "DeleteCmdButton", "Delete", "Delete the selected command");
-    auto* min = Named(new QPushButton("Compact", panel), "MinButton", "Compact window",
+    // Accelerators are unique across the window and its menu bar (F, S, M, P, H are the menus').
+    auto* rec = Named(new QPushButton("&Record", panel), "RecButton", "Capture a command from the remote");
+    auto* send = Named(new QPushButton("Se&nd", panel), "SendButton", "Send the selected command");
+    auto* save = Named(new QPushButton("Sa&ve", panel), "SaveCmdButton",
+                       "Store the new command from Cmd field for the current protocol");
+    auto* del = Named(new QPushButton("De&lete", panel), "DeleteCmdButton",
+                      "Delete the selected command from the configuration file");
+    auto* min = Named(new QPushButton("Compact", panel), "MinButton",
                       "Switch between the full and the compact send window");
     send->setDefault(true);
     learnButtons_ = new QWidget(panel);
@@ -289,7 +310,7 @@ QWidget* FrmMain::buildSignalPanel() {
     auto* box = new QGroupBox("Signal", this);
     box->setObjectName("SignalGroup");
     auto* v = new QVBoxLayout(box);
-    auto* signal = Named(new SignalWidget(box), "Signal", "Recorded signal", "The last recorded signal");
+    auto* signal = Spoken(new SignalWidget(box), "Signal", "The last recorded signal");
     signal->setMinimumHeight(140);
     signal->setFrameShape(QFrame::StyledPanel);
     signal->setAlignment(Qt::AlignCenter);
@@ -302,13 +323,27 @@ QWidget* FrmMain::buildSignalPanel() {
     signal->setText("No signal recorded yet.");
     v->addWidget(signal, 1);
     auto* row = new QHBoxLayout;
-    auto* scroll = Named(new QScrollBar(Qt::Horizontal, box), "HScroll1", "Signal position");
+    auto* scroll = Spoken(new QScrollBar(Qt::Horizontal, box), "HScroll1", "Signal position");
     scroll->setRange(0, 4800);
     row->addWidget(scroll, 1);
-    row->addWidget(Named(new QPushButton("<->", box), "GExt", "Enlarge", "Enlarge the signal"));
-    row->addWidget(Named(new QPushButton("-><-", box), "Gshr", "Shrink", "Shrink the signal"));
-    row->addWidget(Named(new QPushButton("Reset", box), "GReset", "Reset view", "Back to the start view"));
+    row->addWidget(Spoken(new QPushButton("<->", box), "GExt", "Enlarge the signal"));
+    row->addWidget(Spoken(new QPushButton("-><-", box), "Gshr", "Shrink the signal"));
+    row->addWidget(Named(new QPushButton("Reset", box), "GReset", "Back to the start view"));
     v->addLayout(row);
+
+    // The run lengths, in samples, of the last monitored frame: the raw timing behind a key
+    // that was not recognised.
+    auto* runs = new QGridLayout;
+    runs->setHorizontalSpacing(8);
+    const std::pair<const char*, const char*> boxes[] = {{"plen1", "Pulse lengths"}, {"plen0", "Gap lengths"}};
+    for (int i = 0; i < 2; ++i) {
+        auto* e = Named(new QLineEdit(box), boxes[i].first,
+                        i == 0 ? "Carrier runs of the last frame, in samples" : "Gaps of the last frame, in samples");
+        e->setReadOnly(true);
+        runs->addWidget(Caption(boxes[i].second, e, box), i, 0);
+        runs->addWidget(e, i, 1);
+    }
+    v->addLayout(runs);
     return box;
 }
 
@@ -318,29 +353,28 @@ QWidget* FrmMain::buildRecordPanel() {
     auto* g = new QGridLayout(box);
     g->setHorizontalSpacing(8);
     g->setVerticalSpacing(6);
-    auto* name = Field(box, "ProtocolName", "Protocol", "The protocol recognised", 6);
+    auto* name = Field(box, "ProtocolName", "The protocol recognised", 6);
     name->setReadOnly(true);
-    auto* params = Named(new QLabel(box), "ProtocolParams", "Protocol parameters");
-    auto* gprot = Field(box, "GProt", "Generic Protocol detected", "Generic Protocol detected", 3);
-    auto* bits = Field(box, "BitNr", "Number of bits", "Number of bits for the current code", 3);
-    auto* cmd = Field(box, "CmdVal", "Command (dec.)", "Command (dec.)", 5);
-    auto* addr = Field(box, "AddrVal", "Address(dec.)", "Address(dec.)", 5);
-    auto* toggle = Field(box, "ToggleVal", "Toggle bit", "Toggle bit (RC5 only) can be 0, 1 or N", 2);
-    auto* gtype = Field(box, "GType", "Sync type",
-                        "Sync Type (0-nosync,1-sync on first sequence only, 2- sync on all sequences)", 2);
-    auto* multi = Field(box, "MultiSeq", "Multisequence (Y/N)", "Multisequence (Y/N)", 2);
-    auto* ir = Field(box, "IRCommand", "Command received", "The protocol & command received, if known", 16);
-    auto* code = Field(box, "CodeStr", "Code", "The command code: G followed by the bits", 24);
-    auto* pulse = Field(box, "SendPulse", "Pulse length", "The pulse length in us", 5);
+    auto* params = Named(new QLabel(box), "ProtocolParams");
+    auto* gprot = Field(box, "GProt", "Generic Protocol detected", 3);
+    auto* bits = Field(box, "BitNr", "Number of bits for the current code", 3);
+    auto* cmd = Field(box, "CmdVal", "Command (dec.)", 5);
+    auto* addr = Field(box, "AddrVal", "Address(dec.)", 5);
+    auto* toggle = Field(box, "ToggleVal", "Toggle bit (RC5 only) can be 0, 1 or N", 2);
+    auto* gtype = Field(box, "GType", "Sync Type (0-nosync,1-sync on first sequence only, 2- sync on all sequences)", 2);
+    auto* multi = Field(box, "MultiSeq", "Multisequence (Y/N)", 2);
+    auto* ir = Field(box, "IRCommand", "The protocol & command received, if known", 16);
+    auto* code = Field(box, "CodeStr", "Binary code , '1' means 38KHz carrier.", 24);
+    auto* pulse = Field(box, "SendPulse", "The pulse length in us", 5);
 
-    g->addWidget(Caption("&Protocol", name, box), 0, 0);
+    g->addWidget(Caption("Pr&otocol", name, box), 0, 0);
     g->addWidget(name, 0, 1);
     g->addWidget(params, 0, 2, 1, 2);
     g->addWidget(Caption("&Generic", gprot, box), 1, 0);
     g->addWidget(gprot, 1, 1);
     g->addWidget(Caption("&Bits", bits, box), 1, 2);
     g->addWidget(bits, 1, 3);
-    g->addWidget(Caption("Co&mmand", cmd, box), 2, 0);
+    g->addWidget(Caption("&Command", cmd, box), 2, 0);
     g->addWidget(cmd, 2, 1);
     g->addWidget(Caption("&Address", addr, box), 2, 2);
     g->addWidget(addr, 2, 3);
@@ -352,7 +386,7 @@ QWidget* FrmMain::buildRecordPanel() {
     g->addWidget(multi, 4, 3);
     g->addWidget(Caption("Rece&ived", ir, box), 5, 0);
     g->addWidget(ir, 5, 1, 1, 3);
-    g->addWidget(Caption("C&ode", code, box), 6, 0);
+    g->addWidget(Caption("Co&de", code, box), 6, 0);
     g->addWidget(code, 6, 1, 1, 3);
     g->addWidget(Caption("P&ulse (us)", pulse, box), 7, 0);
     g->addWidget(pulse, 7, 1);
@@ -367,17 +401,15 @@ QWidget* FrmMain::buildInterfacePanel() {
     box->setObjectName("InterfacePanel");
     auto* f = new QFormLayout(box);
     f->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    auto* type = Named(new QLabel("Unknown", box), "ReceiverType", "Receiver type");
-    auto* com = Named(new QComboBox(box), "ComList", "Serial port", "The serial port of the infrared interface");
-    auto* txd = Named(new QCheckBox("&TxD output", box), "TxDCheckBox", "TxD output",
+    auto* type = Named(new QLabel("Unknown", box), "ReceiverType", "The infrared interface in use");
+    auto* com = Named(new QComboBox(box), "ComList", "The serial port of the infrared interface");
+    auto* txd = Named(new QCheckBox("T&xD output", box), "TxDCheckBox",
                       "Send with a software carrier on TxD instead of DTR");
-    auto* irda = Named(new QCheckBox("Ir&DA output", box), "IrDACheckBox", "IrDA output");
-    auto* beep = Named(new QCheckBox("B&eep on keys", box), "BeepCheckbox", "Beep on keys",
-                       "Beep when a remote key is received");
-    auto* delay = Named(new QLabel("0", box), "ProcDelayparameter", "Capture delay",
-                        "The capture delay per sample, set by calibration");
+    auto* irda = Named(new QCheckBox("IrDA output", box), "IrDACheckBox");
+    auto* beep = Named(new QCheckBox("Beep on &keys", box), "BeepCheckbox", "Beep when a remote key is received");
+    auto* delay = Named(new QLabel("0", box), "ProcDelayparameter", "PROCDELAY parameter value");
     f->addRow("Receiver", type);
-    f->addRow(Caption("Po&rt", com, box), com);
+    f->addRow(Caption("S&erial port", com, box), com);
     f->addRow(txd);
     f->addRow(irda);
     f->addRow(beep);
@@ -392,7 +424,7 @@ void FrmMain::buildTray() {
     trayMenu_->addSeparator();
     addAction(trayMenu_, "mnuStartMonitor", "&Start monitoring");
     addAction(trayMenu_, "mnuStopMonitor", "S&top monitoring");
-    addAction(trayMenu_, "mnuRestartMonitor", "Re&start monitoring");
+    addAction(trayMenu_, "mnuRestartMonitor", "Rest&art monitoring");
     trayMenu_->addSeparator();
     addAction(trayMenu_, "mnuExit", "E&xit");
     tray_ = new QSystemTrayIcon(this);
@@ -422,8 +454,13 @@ void FrmMain::wire() {
     for (const char* toggle : {"InfraredInMenu", "InfraredOutMenu", "IRDimmerMenu", "WinampMenu", "ApplicationMenu",
                                "MouseMenu", "KeyboardMenu"})
         on(toggle, [this, toggle] { main_->Toggle(toggle); });
+    // Check boxes act on their state change, not on a mouse click, so that a keyboard or a
+    // screen reader's toggle writes the file too. The view sets them with signals blocked, so
+    // start-up writes nothing.
     auto* beep = findChild<QCheckBox*>("BeepCheckbox");
-    connect(beep, &QCheckBox::clicked, this, [this] { main_->Toggle("BeepCheckbox"); });
+    connect(beep, &QCheckBox::toggled, this, [this](bool on) {
+        if (on != ctx_.settings().beepOn) main_->Toggle("BeepCheckbox");
+    });
     for (const char* item : {"UpdateMenu", "AddPluginMenu", "RemovePluginMenu"})
         on(item, [this] { main_->NotYetImplemented(); });
     on("AboutMenu", [this] { main_->About(); });
@@ -452,7 +489,8 @@ void FrmMain::wire() {
 void FrmMain::wireReceiver(Io io) {
     auto* irda = findChild<QCheckBox*>("IrDACheckBox");
     if (!io.port || !io.library) {
-        connect(irda, &QCheckBox::clicked, this, [this, irda] {
+        connect(irda, &QCheckBox::toggled, this, [this, irda](bool on) {
+            if (!on) return;
             irda->setChecked(false);
             main_->NotYetImplemented();
         });
@@ -474,8 +512,8 @@ void FrmMain::wireReceiver(Io io) {
     for (auto [name, slot] : menus)
         connect(action(name), &QAction::triggered, this, [rc, slot] { (rc->*slot)(); });
     connect(findChild<QComboBox*>("ComList"), &QComboBox::activated, this, [rc] { rc->onComListClick(); });
-    connect(findChild<QCheckBox*>("TxDCheckBox"), &QCheckBox::clicked, this, [rc] { rc->onTxDCheckBox(); });
-    connect(irda, &QCheckBox::clicked, this, [rc] { rc->onIrDACheckBox(); });
+    connect(findChild<QCheckBox*>("TxDCheckBox"), &QCheckBox::toggled, this, [rc] { rc->onTxDCheckBox(); });
+    connect(irda, &QCheckBox::toggled, this, [rc] { rc->onIrDACheckBox(); });
 
     // The X10 window decides X10ENA; the check mark shows what it saved.
     connect(action("X10ConfMenu"), &QAction::triggered, this, [this, port] {

@@ -103,9 +103,15 @@ std::string QtView::text(const std::string& control) const {
 void QtView::setChecked(const std::string& control, bool checked) {
     QObject* o = find(control);
     if (auto* a = qobject_cast<QAction*>(o)) {
+        // Actions are wired to triggered, which this does not emit; their group needs the
+        // change signal to keep one item checked.
         a->setCheckable(true);
         a->setChecked(checked);
-    } else if (auto* b = qobject_cast<QAbstractButton*>(o)) {
+        return;
+    }
+    // Boxes are wired to their state change, which must come from the user only.
+    QSignalBlocker block(o);
+    if (auto* b = qobject_cast<QAbstractButton*>(o)) {
         b->setChecked(checked);
     } else if (auto* g = qobject_cast<QGroupBox*>(o)) {
         g->setChecked(checked);

@@ -1,10 +1,17 @@
 #include "ui_support.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QAbstractSlider>
+#include <QAccessible>
 #include <QAction>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
+#include <QMenuBar>
+#include <QRegularExpression>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QSystemTrayIcon>
@@ -27,19 +34,40 @@ void Click(QWidget* w) {
 
 std::string Title(const WindowRig& rig) { return rig.window->windowTitle().toStdString(); }
 
-TEST(FrmMain, EverySharedObjectNameExists) {
+// What a screen reader says for a control: its own caption, the caption of the label it is the
+// buddy of, or its tooltip.
+QString Spoken(QObject* o) { return QAccessible::queryAccessibleInterface(o)->text(QAccessible::Name); }
+
+TEST(FrmMain, EverySharedObjectNameExistsAndIsSpokenAsShown) {
     WindowRig rig;
     const char* widgets[] = {"Protocol", "SendCmd", "RecButton", "SendButton", "SaveCmdButton", "DeleteCmdButton",
                              "MinButton", "StatusBar", "ProtocolName", "ProtocolParams", "GProt", "BitNr", "CmdVal",
                              "AddrVal", "ToggleVal", "GType", "MultiSeq", "IRCommand", "CodeStr", "SendPulse",
                              "RecCmd", "ExecCmd", "ProcDelayparameter", "HScroll1", "Signal", "GExt", "Gshr",
                              "GReset", "DIMScroll", "DIMLabel", "ReceiverType", "ComList", "TxDCheckBox",
-                             "IrDACheckBox", "BeepCheckbox", "FirmAnswer", "ZoneNr", "Zone", "Label111", "Label112"};
-    for (const char* name : widgets) {
-        QWidget* w = rig.find(name);
-        ASSERT_NE(w, nullptr) << name;
-        EXPECT_FALSE(w->accessibleName().isEmpty()) << name;
+                             "IrDACheckBox", "BeepCheckbox", "FirmAnswer", "ZoneNr", "Zone", "Label111", "Label112",
+                             "plen1", "plen0"};
+    for (const char* name : widgets) ASSERT_NE(rig.find(name), nullptr) << name;
+    const std::pair<const char*, const char*> tips[] = {
+        {"CodeStr", "Binary code , '1' means 38KHz carrier."},
+        {"SaveCmdButton", "Store the new command from Cmd field for the current protocol"},
+        {"DeleteCmdButton", "Delete the selected command from the configuration file"},
+        {"ProcDelayparameter", "PROCDELAY parameter value"}};
+    for (auto [name, tip] : tips) EXPECT_EQ(rig.find(name)->toolTip().toStdString(), tip);
+
+    for (QWidget* w : rig.window->findChildren<QWidget*>()) {
+        const bool control = qobject_cast<QAbstractButton*>(w) || qobject_cast<QLineEdit*>(w) ||
+                             qobject_cast<QComboBox*>(w) || qobject_cast<QAbstractItemView*>(w) ||
+                             qobject_cast<QAbstractSlider*>(w);
+        if (!control || w->objectName().isEmpty() || w->objectName().startsWith("qt_")) continue;
+        QStringList shown = {w->toolTip()};
+        if (auto* b = qobject_cast<QAbstractButton*>(w)) shown << b->text().remove('&');
+        for (QLabel* l : w->parentWidget()->findChildren<QLabel*>())
+            if (l->buddy() == w) shown << l->text().remove('&');
+        EXPECT_FALSE(Spoken(w).isEmpty()) << w->objectName().toStdString();
+        EXPECT_TRUE(shown.contains(Spoken(w))) << w->objectName().toStdString() << ": " << Spoken(w).toStdString();
     }
+
     const char* actions[] = {"StdDcdMenu", "IRMouseMenu", "IRManMenu", "CreativeInfraMenu", "FirmMenu",
                              "UnavailableMenu", "AutoDetectMenu", "InfraredInMenu", "InfraredOutMenu",
                              "IRDimmerMenu", "X10ConfMenu", "WinampMenu", "ApplicationMenu", "BluetoothConfigMenu",
@@ -47,11 +75,7 @@ TEST(FrmMain, EverySharedObjectNameExists) {
                              "CalibrationMenu", "MenuProcDelay", "AddApplicationMenu", "MonitoringStartMenu",
                              "MonitoringStopMenu", "AboutMenu", "HelpContentMenu", "WebPageMenu", "UpdateMenu",
                              "AddPluginMenu", "RemovePluginMenu", "mnuRestore", "mnuExit"};
-    for (const char* name : actions) {
-        QAction* a = rig.window->action(name);
-        ASSERT_NE(a, nullptr) << name;
-        EXPECT_FALSE(a->text().isEmpty()) << name;
-    }
+    for (const char* name : actions) ASSERT_NE(rig.window->action(name), nullptr) << name;
     for (const char* name : {"InterfaceMenu", "mnuSystray"}) EXPECT_NE(rig.window->findChild<QMenu*>(name), nullptr);
     const std::pair<const char*, int> timers[] = {
         {"IRMonTimer", 1}, {"BTMonTimer", 100}, {"BTAutoTimer", 2000}, {"SecondTimer", 200}};
@@ -59,6 +83,31 @@ TEST(FrmMain, EverySharedObjectNameExists) {
         auto* t = rig.window->findChild<QTimer*>(name);
         ASSERT_NE(t, nullptr) << name;
         EXPECT_EQ(t->interval(), ms);
+    }
+}
+
+// Alt and a letter reach one thing only: among the menu bar and the window's captions, and in each menu.
+TEST(FrmMain, AcceleratorsAreUnique) {
+    WindowRig rig;
+    auto expectUnique = [](const QStringList& texts, const std::string& where) {
+        QMap<QChar, QString> seen;
+        for (const QString& t : texts) {
+            const int at = t.indexOf(QRegularExpression("&[^&]"));
+            if (at < 0) continue;
+            const QChar key = t[at + 1].toLower();
+            EXPECT_FALSE(seen.contains(key)) << where << ": " << t.toStdString() << " / " << seen[key].toStdString();
+            seen[key] = t;
+        }
+    };
+    QStringList window;
+    for (QAction* a : rig.window->menuBar()->actions()) window << a->text();
+    for (QAbstractButton* b : rig.window->findChildren<QAbstractButton*>()) window << b->text();
+    for (QLabel* l : rig.window->findChildren<QLabel*>()) window << l->text();
+    expectUnique(window, "window");
+    for (QMenu* m : rig.window->findChildren<QMenu*>()) {
+        QStringList items;
+        for (QAction* a : m->actions()) items << a->text();
+        expectUnique(items, m->objectName().toStdString());
     }
 }
 
@@ -74,6 +123,7 @@ TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
 
     rig.clickRow("Protocol", "X10");
     EXPECT_EQ(Title(rig), "X10 Remote v" + rig.store.version());
+    EXPECT_EQ(Spoken(rig.window.get()), rig.window->windowTitle()); // a new title is announced
     EXPECT_EQ(rig.find<QListWidget>("SendCmd")->item(7)->text(), "Desk Lamp");
     EXPECT_NE(rig.dir.read("telvorin.cfg").find("PROTOCOL= 3\r\n"), std::string::npos);
 
@@ -84,13 +134,17 @@ TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
     rig.clickRow("SendCmd", "Mute");
     EXPECT_EQ(rig.store.currentCommand, "Mute");
 
-    // A menu toggle writes the file at once; the check box too.
+    // A menu toggle writes the file at once; the check box too, whether a screen reader's toggle
+    // or a click changes it.
     rig.window->action("MouseMenu")->trigger();
     EXPECT_FALSE(rig.window->action("MouseMenu")->isChecked());
     EXPECT_NE(rig.dir.read("telvorin.cfg").find("MOUSEENA= 0\r\n"), std::string::npos);
-    Click(rig.find("BeepCheckbox"));
-    EXPECT_TRUE(rig.find<QCheckBox>("BeepCheckbox")->isChecked());
+    auto* beep = rig.find<QCheckBox>("BeepCheckbox");
+    QAccessible::queryAccessibleInterface(beep)->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_TRUE(beep->isChecked());
     EXPECT_NE(rig.dir.read("telvorin.cfg").find("BEEPON= 1\r\n"), std::string::npos);
+    Click(beep);
+    EXPECT_NE(rig.dir.read("telvorin.cfg").find("BEEPON= 0\r\n"), std::string::npos);
     rig.window->action("InfraredInMenu")->trigger();
     EXPECT_FALSE(rig.window->findChild<QMenu*>("InterfaceMenu")->menuAction()->isEnabled());
 
