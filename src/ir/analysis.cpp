@@ -124,10 +124,16 @@ std::string SelectFrame(std::string_view code) {
 namespace {
 
 // Steps shared by the recorder and the monitoring path: quantise, cut the leader, normalise.
-void Normalise(MonitorFrame& f, std::string_view samples) {
+// An RC5 frame has no leader: the capture opens on its first mark, so the silence before
+// the capture is its pause. The recorder keeps that frame (a quick tap sends only one);
+// monitoring drops it with the leaders of the other protocols.
+void Normalise(MonitorFrame& f, std::string_view samples, bool keepFirstRc5Frame = false) {
     f.quantised = QuantiseSamples(samples, f.analysis.unit);
     std::string cells = f.quantised.cells;
-    if (f.analysis.protocol == kProtoRc5) cells += 'g';
+    if (f.analysis.protocol == kProtoRc5) {
+        cells += 'g';
+        if (keepFirstRc5Frame && !cells.empty() && cells.front() == '1') cells.insert(0, 1, 'g');
+    }
     std::size_t gap = cells.find('g');
     cells = gap == std::string::npos ? std::string() : cells.substr(gap);
     f.code = RecordedToCode(cells, f.analysis.protocol);
@@ -203,17 +209,18 @@ CodeVerdict BitCountVerdict(int protocol, std::string_view code) {
 
 RecordedSignal DecodeRecording(std::vector<std::uint8_t> capture) {
     RecordedSignal r;
-    if (capture.size() < 40) {
+    std::size_t used = capture.size();
+    while (used > 0 && capture[used - 1] == 0) --used; // captured: up to the last byte with carrier
+    if (used < kMinCapturedBytes) {
         r.status = "Recorded signal to short!";
         return r;
     }
-    std::size_t last = capture.size();
-    while (last > 0 && capture[last - 1] == 0) --last; // one past the last byte with carrier
-    if (last + 30 <= capture.size()) capture.resize(last + 30);
-    if (capture.size() < 50) {
+    if (used + kTrailingSilenceBytes <= capture.size()) capture.resize(used + kTrailingSilenceBytes);
+    if (capture.size() < kMinDecodedBytes) {
         r.status = "Not enough information recorded to decode the signal!";
         return r;
     }
+    r.signal = capture;
     MonitorFrame f;
     std::string samples = UnpackSamples(capture);
     f.analysis = AnalyseRuns(samples);
@@ -227,7 +234,7 @@ RecordedSignal DecodeRecording(std::vector<std::uint8_t> capture) {
         return r;
     }
     r.protocol = f.analysis.protocol;
-    Normalise(f, samples);
+    Normalise(f, samples, true);
     if (f.code.empty()) {
         r.status = "Recorded signal is invalid!";
         return r;

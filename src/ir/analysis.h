@@ -70,9 +70,17 @@ struct CodeVerdict {
 };
 CodeVerdict BitCountVerdict(int protocol, std::string_view code);
 
+// A recording must have captured 40 bytes, and keep 50 once the silence behind its last
+// carrier is cut to kTrailingSilenceBytes (enough for the decoder to see the last frame end).
+inline constexpr std::size_t kMinCapturedBytes = 40;
+inline constexpr std::size_t kTrailingSilenceBytes = 30;
+inline constexpr std::size_t kMinDecodedBytes = 50;
+
 // The recorder's reading of a capture, up to the verdict (the panel is filled from it).
+// "Captured" counts up to the last byte with carrier: the library leaves the rest zero.
 struct RecordedSignal {
     std::string status;   // the status-bar text
+    std::vector<std::uint8_t> signal; // the capture cut behind its last carrier; empty when too short
     int protocol = 99;    // 99 when unknown or not analysed
     int unitSamples = 0;
     std::string code;     // "G" + bits, empty when none

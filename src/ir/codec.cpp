@@ -41,6 +41,11 @@ int Rc5TogglePosition(std::string_view code) {
     return pos < code.size() ? static_cast<int>(pos) : -1;
 }
 
+std::string WithRc5Toggle(std::string code, char toggle) {
+    if (int t = Rc5TogglePosition(code); t >= 0) code[static_cast<std::size_t>(t)] = toggle;
+    return code;
+}
+
 std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool& rc5Toggle) {
     if (header.gproto == kProtoRc5) {
         char bit = rc5Toggle ? '0' : '1';
@@ -56,9 +61,10 @@ std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool&
     if (header.gproto == kProtoNec) body += '1'; // NEC's stop mark ends the last space
 
     std::string cells = header.bitg + body;
-    if (header.repeat == 0 && header.grepeat <= 1) return cells;
+    // A negative REPEAT (only a hand-edited file has one) sends the single sequence, as 0 does.
+    if (header.repeat <= 0 && header.grepeat <= 1) return cells;
     for (int i = 0; i < 4; ++i) {
-        if (header.repeat == 0) {
+        if (header.repeat <= 0) {
             // A short data-less burst, as NEC remotes send while a key is held.
             cells.append(static_cast<std::size_t>(header.grepeat), '0');
             cells.append(16, '1');
@@ -99,7 +105,7 @@ std::string PulseDistanceToCode(std::string_view s) {
         if (zeros > 1) code += '1';
         else if (zeros == 1) code += '0';
         if (pauses >= 6) break;
-        if (i < s.size() && s[i] == '1') ++i;
+        if (i < s.size()) ++i; // the mark after the gap, or a stray character
     }
     return code;
 }
@@ -113,8 +119,8 @@ std::string PulseWidthToCode(std::string_view s) {
             code += 'G';
             ++pauses;
             ++i;
-        } else if (s[i] == '0') {
-            ++i;
+        } else if (s[i] != '1') {
+            ++i; // a gap cell, or a stray character: the count starts again
         }
         int ones = 0;
         for (; i < s.size() && s[i] == '1'; ++i) ++ones;
@@ -166,7 +172,7 @@ LearnedCommand FindLearnedCommand(std::string_view configText, std::string_view 
     LearnedCommand result;
     std::string bits = BitsOnly(code);
     if (bits.empty()) return result;
-    if (protocol == kProtoRc5 && bits.size() >= 3) bits[2] = '0'; // stored with toggle 0
+    if (protocol == kProtoRc5) bits = WithRc5Toggle(bits, '0'); // stored with toggle 0
     std::string needle = "G" + bits + ",";
     int behind = FindText(needle, configText, 1);
     int start = behind - static_cast<int>(needle.size()); // 1-based start of the match

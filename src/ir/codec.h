@@ -19,6 +19,9 @@ bool IsValidCode(std::string& code);
 // Index of an RC5 code's toggle bit: the third data bit, behind the sync marker when the
 // code carries one. -1 when the code is too short to have one.
 int Rc5TogglePosition(std::string_view code);
+// The code with its RC5 toggle bit set to toggle ('0' or '1'); a code too short to have one
+// comes back as it is. Learned RC5 codes are stored with toggle '0'.
+std::string WithRc5Toggle(std::string code, char toggle);
 
 // The cell string of one transmission of code under header. For RC5 the toggle flips and
 // the code's toggle bit is rewritten in place, so that repeated presses alternate it.

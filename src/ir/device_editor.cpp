@@ -64,7 +64,8 @@ bool DeviceEditor::LoadForEdit() {
     form_.setText("CProtIn", device_);
     form_.setEnabled("CProtIn", false); // the section is found by its name; renaming is not offered
     form_.setText("ProtDesc", values[0]);
-    form_.setCurrentIndex("GProtoIn", LeadingInt16(values[1]));
+    loadedGproto_ = LeadingInt16(values[1]);
+    form_.setCurrentIndex("GProtoIn", loadedGproto_);
     form_.setText("SendPlsIn", std::to_string(LeadingNumber(values[2])));
     form_.setText("RepeatIn", std::to_string(LeadingNumber(values[3])));
     form_.setText("BitGIn", values[4]);
@@ -156,17 +157,20 @@ bool DeviceEditor::OnCreate() {
     if (!IsBinary(h.bitg)) return Refuse("BITG must have a binary value");
     if (!IsBinary(h.bit1)) return Refuse("BIT1 must have a binary value");
 
+    // With no entry chosen an edited device keeps the GPROTO it has, even one the list does
+    // not show; a new device is NEC.
     int index = form_.currentIndex("GProtoIn");
-    h.gproto = index >= 0 && index < static_cast<int>(kProtocolPresets.size()) ? index : kProtoNec;
+    if (index >= 0 && index < static_cast<int>(kProtocolPresets.size())) h.gproto = index;
+    else h.gproto = editing_ ? loadedGproto_ : kProtoNec;
 
     std::string header = BuildHeaderText(h, editing_);
     std::string question = std::string(editing_ ? "The edited device is:" : "A new device with the following parameters will be created:") +
                            kCrLf + header + kCrLf + "Do you want to save it?";
     if (ctx_.dialogs.messageBox(question, "ZVK", MsgIcon::Question, MsgButtons::YesNo) != MsgAnswer::Yes) return false;
-    return Apply(header);
+    return Apply(h.name, header);
 }
 
-bool DeviceEditor::Apply(const std::string& header) {
+bool DeviceEditor::Apply(const std::string& name, const std::string& header) {
     ConfigStore& cfg = ctx_.config;
     std::string before = cfg.text();
     bool ok = false;
@@ -198,6 +202,7 @@ bool DeviceEditor::Apply(const std::string& header) {
         cfg.SetText(before);
         return Refuse(why);
     }
+    cfg.currentDevice = name; // the browser selects it again when the form closes
     return true;
 }
 

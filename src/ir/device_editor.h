@@ -47,13 +47,14 @@ private:
     bool LoadForEdit();
     void FillFromRecording();
     bool Refuse(const std::string& message);
-    bool Apply(const std::string& header);
+    bool Apply(const std::string& name, const std::string& header);
 
     Context& ctx_;
     View& form_;
     View& main_;
     bool editing_ = false;
     std::string device_; // the edited device, as found by its name
+    int loadedGproto_ = 0; // GPROTO= of the edited device as found
 };
 
 } // namespace quenix

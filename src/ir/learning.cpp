@@ -49,15 +49,24 @@ void Learning::onSaveCmdButton() {
         view_.setStatus("The code you want to save is invalid.");
         return;
     }
-    // A code is stored once in the whole file, whichever device holds it.
-    if (int at = ctx_.config.Find("\n" + code + ","); at != 0) {
-        view_.setStatus("This command exist as " + ctx_.config.Line(at));
-        return;
+    // The lookup forces an RC5 toggle to 0, so that is how the code is stored; an older file
+    // may hold the other form, and a code is stored once in the whole file whichever device
+    // holds it.
+    const bool rc5 = Trim(view_.text("ProtocolName")) == "RC5";
+    if (rc5) code = WithRc5Toggle(code, '0');
+    for (const std::string& form : rc5 ? std::vector{code, WithRc5Toggle(code, '1')} : std::vector{code}) {
+        if (int at = ctx_.config.Find("\n" + form + ","); at != 0) {
+            view_.setStatus("This command exist as " + ctx_.config.Line(at));
+            return;
+        }
     }
     const std::string name = askCommandName();
     if (name.empty()) return;
-    insertCommandLine(code + "," + name + "\r\n");
-    ctx_.config.SaveConfiguration();
+    const std::string before = ctx_.config.text();
+    if (!ctx_.Written(insertCommandLine(code + "," + name + "\r\n") && ctx_.config.SaveConfiguration())) {
+        ctx_.config.SetText(before);
+        return;
+    }
     if (refresh_) refresh_(name);
 }
 
@@ -87,16 +96,16 @@ bool Learning::nameInCurrentDevice(const std::string& name) const {
 }
 
 // Behind the section's last line, before the blank lines that part it from the next one.
-void Learning::insertCommandLine(const std::string& line) {
+bool Learning::insertCommandLine(const std::string& line) {
     Section s = FindSection(ctx_.config, ctx_.config.currentDevice);
-    if (s.body == 0) return;
+    if (s.body == 0) return true; // the device went away: nothing to store it in
     const std::string& text = ctx_.config.text();
     auto at = [&](std::size_t i) { return text[i]; };
     std::size_t end = static_cast<std::size_t>(s.next - 1); // 0-based: the next "[" or the text's end
     const std::size_t body = static_cast<std::size_t>(s.body - 1);
     while (end >= body + 3 && at(end - 1) == '\n' && at(end - 2) == '\r' && at(end - 3) == '\n') end -= 2;
     const bool openLine = end > 0 && at(end - 1) != '\n'; // a last line without its CR LF
-    ctx_.config.Insert(openLine ? "\r\n" + line : line, static_cast<int>(end) + 1);
+    return ctx_.config.Insert(openLine ? "\r\n" + line : line, static_cast<int>(end) + 1);
 }
 
 void Learning::onDeleteCmdButton() {
@@ -111,25 +120,30 @@ void Learning::onDeleteCmdButton() {
         return;
     }
     const std::string name = view_.currentText("SendCmd");
-    if (name == "empty") {
+    if (ToLower(name) == "empty") { // the list's entry for a device without commands
         view_.setStatus("There are no more commands to delete for the current device!");
         return;
     }
     if (ctx_.dialogs.messageBox("Do you want to delete the command " + name + " from the current device?", "ZVK",
                                 MsgIcon::Question, MsgButtons::YesNo) != MsgAnswer::Yes)
         return;
+    const std::string before = ctx_.config.text();
     ctx_.config.currentCommand = name;
     ctx_.config.DeleteCommand();
-    view_.setStatus("Command " + name + " deleted successfully.");
-    ctx_.config.SaveConfiguration();
+    if (!ctx_.Written(ctx_.config.SaveConfiguration())) {
+        ctx_.config.SetText(before);
+        return;
+    }
+    // After the refresh, which shows the device's description in the status bar.
     if (refresh_) refresh_("");
+    view_.setStatus("Command " + name + " deleted successfully.");
 }
 
-void Learning::storeProcDelay(int value) {
+bool Learning::storeProcDelay(int value) {
+    if (!ctx_.Written(ctx_.config.SetGeneralKey("PROCDELAY", std::to_string(value)))) return false;
     ctx_.settings().procDelay = value;
-    ctx_.config.SetGeneralKey("PROCDELAY", std::to_string(value));
     view_.setText("ProcDelayparameter", std::to_string(value));
-    ctx_.config.SaveConfiguration();
+    return true;
 }
 
 void Learning::onMenuProcDelay() {
@@ -157,6 +171,13 @@ void Learning::onCalibrationMenu() {
             "Keep the '1' button on the SONY remote pressed and click OK.\nKeep pressed till you will receive a message.",
             "Record a command", MsgIcon::Information, MsgButtons::OkCancel) != MsgAnswer::Ok)
         return;
+    // Captures run at the delay being tried; a calibration that does not finish leaves the
+    // delay that was in use (and is on disk).
+    const int previous = ctx_.settings().procDelay;
+    auto end = [&](const std::string& status) {
+        ctx_.settings().procDelay = previous;
+        view_.setStatus(status);
+    };
     int delay = 0;
     ctx_.settings().procDelay = 0;
     view_.setText("SendPulse", "");
@@ -166,22 +187,16 @@ void Learning::onCalibrationMenu() {
     for (;;) {
         ctx_.beeper.beep(5000, 50);
         const int type = ctx_.interfaceType;
-        if (type != 0 && type != 1 && type != 4) {
-            view_.setStatus("No need to calibrate for the current IR input interface");
-            return;
-        }
+        if (type != 0 && type != 1 && type != 4) return end("No need to calibrate for the current IR input interface");
         buffer.assign(kCalibrationBytes, 0);
         if (!source_.record(type, buffer, delay, kCalibrationBytes)) {
             ctx_.beeper.beep(600, 1000);
-            view_.setStatus("Autocalibration aborted!");
-            return;
+            const std::string why = source_.failure();
+            return end(why.empty() ? "Autocalibration aborted!" : why);
         }
         ctx_.beeper.beep(4000, 20);
         unit = measuredUnit(buffer);
-        if (delay > kMaxCalibratedDelay) {
-            view_.setStatus("Calibration procedure failed!");
-            return;
-        }
+        if (delay > kMaxCalibratedDelay) return end("Calibration procedure failed!");
         if (unit == 10 && first10 == 0) first10 = delay;
         if (unit != 9) {
             ctx_.settings().procDelay = ++delay;
@@ -192,7 +207,8 @@ void Learning::onCalibrationMenu() {
     }
     // The middle of the delays from the first 10-sample unit to the first 9-sample one.
     const int value = first10 + (delay - first10) / 2;
-    storeProcDelay(value);
+    ctx_.settings().procDelay = previous;
+    if (!storeProcDelay(value)) return;
     view_.setStatus("Calibration succeeded.  PROCDELAY=" + std::to_string(value));
     view_.setText("SendPulse", std::to_string(unit * kSampleUs));
 }

@@ -29,8 +29,10 @@ private:
     // Asks until the name is usable or the user gives up; empty when given up.
     std::string askCommandName();
     bool nameInCurrentDevice(const std::string& name) const;
-    void insertCommandLine(const std::string& line);
-    void storeProcDelay(int value);
+    // False when the store refused the text (lastError says why).
+    bool insertCommandLine(const std::string& line);
+    // Writes PROCDELAY to the file and, once it is there, to the settings and the window.
+    bool storeProcDelay(int value);
     // The unit of a capture in samples, 0 when it could not be measured.
     static int measuredUnit(const std::vector<std::uint8_t>& capture);
 

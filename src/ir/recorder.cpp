@@ -20,22 +20,12 @@ const char* ProtocolName(int protocol) {
 }
 
 // An RC5 remote flips the toggle bit on every new press, so two presses of one key differ there.
-bool SameKey(std::string a, std::string b, int protocol) {
-    if (protocol == kProtoRc5 && a.size() == b.size()) {
-        const int t = Rc5TogglePosition(a);
-        if (t >= 0) a[static_cast<std::size_t>(t)] = b[static_cast<std::size_t>(t)];
-    }
+bool SameKey(const std::string& a, const std::string& b, int protocol) {
+    if (protocol == kProtoRc5) return WithRc5Toggle(a, '0') == WithRc5Toggle(b, '0');
     return a == b;
 }
 
 } // namespace
-
-std::vector<std::uint8_t> CutTrailingSilence(std::vector<std::uint8_t> capture) {
-    std::size_t last = capture.size();
-    while (last > 0 && capture[last - 1] == 0) --last;
-    if (last + kTrailingSilenceBytes <= capture.size()) capture.resize(last + kTrailingSilenceBytes);
-    return capture;
-}
 
 Recorder::Recorder(Context& ctx, View& view, CaptureSource& source, Waveform& waveform)
     : ctx_(ctx), view_(view), source_(source), waveform_(waveform) {}
@@ -55,6 +45,7 @@ void Recorder::onRecButton() {
         return;
     }
     clearPanel();
+    ctx_.validated = false; // the code field it vouched for is gone
     ctx_.captureBuffer.assign(kRecordBytes, 0);
     ctx_.beepIfOn(5000, 50);
     if (ctx_.interfaceType == 2) {
@@ -63,21 +54,12 @@ void Recorder::onRecButton() {
     }
     if (!capture(ctx_.captureBuffer)) return;
 
-    // Bytes 40 on all silent: the library saw only a blip.
-    std::size_t used = ctx_.captureBuffer.size();
-    while (used > 0 && ctx_.captureBuffer[used - 1] == 0) --used;
-    if (used < 40) {
-        view_.setStatus("Recorded signal to short!");
+    RecordedSignal r = DecodeRecording(ctx_.captureBuffer);
+    if (r.signal.empty()) {
+        view_.setStatus(r.status);
         return;
     }
-    std::vector<std::uint8_t> signal = CutTrailingSilence(ctx_.captureBuffer);
-    if (signal.size() < 50) {
-        view_.setStatus("Not enough information recorded to decode the signal!");
-        return;
-    }
-    waveform_.Show(signal);
-
-    RecordedSignal r = DecodeRecording(signal);
+    waveform_.Show(r.signal);
     if (r.unitSamples > 0) view_.setText("SendPulse", std::to_string(r.unitSamples * kSampleUs));
     if (r.unitSamples == 0 || r.protocol == kProtoUnknown) {
         if (r.unitSamples > 0) showProtocol(kProtoUnknown);
@@ -114,7 +96,8 @@ bool Recorder::capture(std::vector<std::uint8_t>& buffer) {
     default: view_.setStatus("No Rec interface selected!"); return false;
     }
     if (!source_.record(ctx_.interfaceType, buffer, ctx_.settings().procDelay, static_cast<int>(buffer.size()))) {
-        view_.setStatus("No signal received for 5 seconds!");
+        const std::string why = source_.failure();
+        view_.setStatus(why.empty() ? "No signal received for 5 seconds!" : why);
         return false;
     }
     return true;

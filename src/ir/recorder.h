@@ -24,17 +24,14 @@ public:
     // The IRMan receiver at 9600 baud 8 data bits, polled up to 50 times 100 ms apart: the bytes
     // of one key, empty when none came.
     virtual std::string readIRMan() = 0;
+    // Why the last record() could not reach the capture library, in the system's words; empty
+    // when it was reached (a false record() was then the library's time-out).
+    virtual std::string failure() const { return {}; }
 };
 
 inline constexpr std::size_t kRecordBytes = 600;
-// Silence kept behind the last carrier, so the decoder still sees the end of the last frame.
-inline constexpr std::size_t kTrailingSilenceBytes = 30;
 // One sample at a calibrated PROCDELAY, in microseconds.
 inline constexpr int kSampleUs = 55;
-
-// The capture cut behind its last carrier, keeping kTrailingSilenceBytes of silence when
-// the buffer holds that many.
-std::vector<std::uint8_t> CutTrailingSilence(std::vector<std::uint8_t> capture);
 
 class Recorder {
 public:

@@ -9,6 +9,7 @@ constexpr std::size_t kIRManCodeBytes = 6;
 } // namespace
 
 bool PortCaptureSource::record(int interfaceType, std::vector<std::uint8_t>& buffer, int procDelay, int length) {
+    failure_.clear();
     if (length <= 0 || buffer.size() < static_cast<std::size_t>(length)) return false;
     const PortHandle h = ctx_.irPortHandle;
     std::optional<std::int32_t> r;
@@ -27,6 +28,7 @@ bool PortCaptureSource::record(int interfaceType, std::vector<std::uint8_t>& buf
     case 4: r = library_.IRRecord(buffer.data(), procDelay, length); break;
     default: return false;
     }
+    if (!r) failure_ = library_.error();
     return r && *r != 0;
 }
 

@@ -16,11 +16,13 @@ public:
 
     bool record(int interfaceType, std::vector<std::uint8_t>& buffer, int procDelay, int length) override;
     std::string readIRMan() override;
+    std::string failure() const override { return failure_; }
 
 private:
     Context& ctx_;
     SerialPort& port_;
     CaptureLibrary& library_;
+    std::string failure_;
 };
 
 } // namespace quenix

@@ -31,6 +31,9 @@ void FrmMain::wireRecording(Io io) {
     signal->resized = [this] { waveform_->Redraw(); };
     auto* bar = findChild<QScrollBar*>("HScroll1");
     bar->setSingleStep(15);
+    // A smaller scroll position shows later samples, and the start view is the largest: the bar
+    // runs right to left so that its thumb starts at the left and dragging right moves on.
+    bar->setLayoutDirection(Qt::RightToLeft);
     waveform_->scrollRange = [bar](int minimum, int maximum) {
         QSignalBlocker quiet(bar);
         bar->setRange(minimum, maximum);

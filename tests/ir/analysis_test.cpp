@@ -145,37 +145,29 @@ std::string NoLeadIn() {
     return s + std::string(10, '1');
 }
 
+// What the recorder's own table cannot reach: a buffer too small to cut, and codes that fail
+// after the protocol was recognised.
 TEST(DecodeRecording, StatusTexts) {
-    std::vector<std::uint8_t> burst(600, 0);
-    for (int i = 0; i < 19; ++i) burst[static_cast<std::size_t>(i)] = 0xFF;
     struct Case {
         std::string name;
         std::vector<std::uint8_t> capture;
         std::string status;
     };
     const Case cases[] = {
-        {"39 bytes", std::vector<std::uint8_t>(39, 0xF0), "Recorded signal to short!"},
-        // Carrier ends at byte 19: 19 + 30 bytes kept is under 50.
-        {"early end", burst, "Not enough information recorded to decode the signal!"},
-        {"flat", std::vector<std::uint8_t>(600, 0xF0), "Unknown protocol!"},
-        {"sony", Capture(kProtoSony, "G101010010000"), "A valid SONY type command has been received."},
+        {"short buffer", std::vector<std::uint8_t>(45, 0xF0), "Not enough information recorded to decode the signal!"},
         {"seven bits", Capture(kProtoNec, "G0110101"), "Invalid command (less than 8 bit)!"},
         // Pulse distance without a lead-in: nothing stands between two pauses.
         {"no lead-in", Samples(NoLeadIn()), "Command cannot be extracted!"},
         // Bi-phase whose second frame opens with a doubled space.
         {"rc5 violation",
-         Samples(Runs({{'1', 10}, {'0', 10}, {'1', 20}, {'0', 20}, {'1', 10}, {'0', 150}, {'1', 10}, {'0', 20}, {'1', 20},
+         Samples(Runs({{'1', 10}, {'0', 10}, {'1', 20}, {'0', 20}, {'1', 10}, {'0', 250}, {'1', 10}, {'0', 20}, {'1', 20},
                        {'0', 10}, {'1', 10}})),
          "Recorded signal is invalid!"},
     };
     for (const Case& c : cases) EXPECT_EQ(DecodeRecording(c.capture).status, c.status) << c.name;
 
-    burst[19] = 0x01; // carrier up to byte 20: 50 bytes are left, and one burst is no signal
-    EXPECT_EQ(DecodeRecording(burst).status, "Recorded signal is invalid or unknown!");
-
     RecordedSignal nec = DecodeRecording(Capture(kProtoNec, "G0110101011"));
     EXPECT_EQ(nec.status, "A possible invalid NEC type command has been received.");
-    EXPECT_TRUE(nec.recognised);
     EXPECT_EQ(nec.code, "G0110101011");
     // More 1s than 0s: the long space dominates and the unit reads double (19, not 9), yet
     // every gap still quantises to the right side of a 0/1 decision.
@@ -190,8 +182,6 @@ TEST(ExtractFrame, FramesUnderSevenBitsAreDropped) {
     EXPECT_EQ(f.analysis.protocol, kProtoNec);
     EXPECT_EQ(f.frame, "00100000110111110001000011101111");
 }
-
-TEST(Unpack, TopBitFirst) { EXPECT_EQ(UnpackSamples({0x81, 0x40}), "1000000101000000"); }
 
 } // namespace
 } // namespace quenix

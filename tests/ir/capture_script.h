@@ -18,10 +18,12 @@
 
 namespace quenix::testing {
 
-// One key press of code ("G" + bits) under the protocol's preset, sampled every periodUs.
+// One key press of code ("G" + bits) under the protocol's preset, sampled every periodUs. RC5
+// presses carry toggle 1 unless told that the previous press set it; a tap sends one frame.
 inline std::vector<std::uint8_t> Press(int protocol, std::string code, double periodUs = kSampleUs,
-                                       std::size_t bytes = kRecordBytes, bool rc5Toggle = false) {
+                                       std::size_t bytes = kRecordBytes, bool rc5Toggle = false, bool tap = false) {
     ProtocolHeader h = HeaderFromPreset(protocol);
+    if (tap) h.repeat = 0;
     bool toggle = rc5Toggle;
     std::string cells = EncodeCommand(code, h, toggle);
     return SampleRuns(CellsToRuns(cells, h.sendpls), periodUs, bytes);
@@ -36,7 +38,6 @@ public:
     std::deque<std::optional<std::vector<std::uint8_t>>> captures;
     std::string irman;
     std::vector<Call> calls;
-    int irmanReads = 0;
 
     bool record(int type, std::vector<std::uint8_t>& buffer, int procDelay, int length) override {
         calls.push_back({type, procDelay, length});
@@ -50,10 +51,7 @@ public:
         buffer = c;
         return true;
     }
-    std::string readIRMan() override {
-        ++irmanReads;
-        return irman;
-    }
+    std::string readIRMan() override { return irman; }
 };
 
 class FakeCanvas final : public SignalCanvas {

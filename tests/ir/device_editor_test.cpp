@@ -93,28 +93,20 @@ TEST_F(DeviceEditorTest, ValidationOrderAndMessages) {
     }
 }
 
-TEST_F(DeviceEditorTest, TrimsTheBoxesItValidates) {
-    DeviceEditor editor(ctx, form, mainView);
-    ASSERT_TRUE(editor.Open());
-    TypeValidDevice(editor);
-    form.setText("CProtIn", "  Hifi Set  ");
-    form.setText("Bit0In", " 10 ");
-    form.setText("BitGIn", " 11 ");
-    editor.OnCreate();
-    EXPECT_EQ(form.text("CProtIn"), "Hifi Set");
-    EXPECT_EQ(form.text("Bit0In"), "10");
-    EXPECT_EQ(form.text("BitGIn"), "11");
-}
-
 TEST_F(DeviceEditorTest, NewDeviceGoesBeforeX10AndIsSaved) {
     DeviceEditor editor(ctx, form, mainView);
     ASSERT_TRUE(editor.Open());
     EXPECT_EQ(form.items("GProtoIn"), (std::vector<std::string>{"NEC", "SONY", "RC5", "Custom"}));
     TypeValidDevice(editor);
+    form.setText("CProtIn", "  Hifi Set  "); // the boxes are trimmed and written back
+    form.setText("Bit0In", " 10 ");
     form.setText("RepeatIn", "200");
     form.setText("GRepeatIn", "100");
     dialogs.answers.push_back(MsgAnswer::Yes);
     ASSERT_TRUE(editor.OnCreate());
+    EXPECT_EQ(form.text("CProtIn"), "Hifi Set");
+    EXPECT_EQ(form.text("Bit0In"), "10");
+    EXPECT_EQ(store.currentDevice, "Hifi Set"); // the browser selects the new device by it
 
     const std::string header = "\r\n[Hifi Set]\r\n# the hifi\r\nGPROTO=0\r\nSENDPLS=550\r\nREPEAT=200\r\n"
                                "BITG= 111111111111111100000000\r\nBIT0= 10\r\nBIT1= 1000\r\nGREPEAT=200\r\n\r\n";
@@ -158,14 +150,17 @@ TEST_F(DeviceEditorTest, EditReplacesTheHeaderAndKeepsTheCommands) {
     EXPECT_EQ(dir.read("telvorin.cfg"), expected);
 }
 
-TEST_F(DeviceEditorTest, NoKeepsTheFormOpenAndTheTextUnchanged) {
+TEST_F(DeviceEditorTest, EditKeepsAGprotoTheListDoesNotShow) {
+    std::string text = DefaultConfiguration();
+    ASSERT_TRUE(Load(text.replace(text.find("GPROTO=1"), 8, "GPROTO=7")));
+    store.currentDevice = "Sony TV";
+    ctx.editFlag = true;
     DeviceEditor editor(ctx, form, mainView);
     ASSERT_TRUE(editor.Open());
-    TypeValidDevice(editor);
-    dialogs.answers.push_back(MsgAnswer::No);
-    EXPECT_FALSE(editor.OnCreate());
-    EXPECT_EQ(store.text(), DefaultConfiguration());
-    EXPECT_EQ(dir.read("telvorin.cfg"), DefaultConfiguration());
+    form.setCurrentIndex("GProtoIn", -1); // the list shows no entry for 7
+    dialogs.answers.push_back(MsgAnswer::Yes);
+    ASSERT_TRUE(editor.OnCreate());
+    EXPECT_NE(OnDisk().find("living-room TV\r\nGPROTO=7\r\n"), std::string::npos);
 }
 
 TEST_F(DeviceEditorTest, EditOfABrokenHeaderRefusesToOpen) {

@@ -2,6 +2,8 @@
 #include "config/config_text.h"
 #include "ir/analysis.h"
 #include "ir/learning.h"
+#include "monitor/capture_source.h"
+#include "support/sim_serial.h"
 
 #include <gtest/gtest.h>
 
@@ -13,11 +15,21 @@ using Bytes = std::vector<std::uint8_t>;
 
 class LearningTest : public ShippedConfigTest {
 protected:
-    std::string OnDisk() const { return dir.read("telvorin.cfg"); }
     bool Has(const std::string& text) const { return store.text().find(text) != std::string::npos; }
+    void Record(const Bytes& capture) {
+        source.captures = {capture};
+        recorder.onRecButton();
+    }
 
+    // The window's refresh re-selects the device, which shows its description.
     std::vector<std::string> refreshed;
-    Learning learning{ctx, view, source, [this](const std::string& s) { refreshed.push_back(s); }};
+    Learning learning{ctx, view, source, [this](const std::string& s) {
+                          refreshed.push_back(s);
+                          view.setStatus("(description)");
+                      }};
+    FakeCanvas canvas;
+    quenix::Waveform waveform{view, canvas};
+    Recorder recorder{ctx, view, source, waveform};
 };
 
 TEST_F(LearningTest, ReadOnlyDevices) {
@@ -28,16 +40,11 @@ TEST_F(LearningTest, ReadOnlyDevices) {
     const std::string notValidated = "The command is not yet validated! Pres again Record button to validate.";
     const std::string empty = "There are no more commands to delete for the current device!";
     const Case cases[] = {
-        {"x10lamps", ro, ro},
-        {"X10lamps", notValidated, empty},
-        {"Winamp", ro, empty},
-        {"IR Dimmer", ro, empty},
-        {"ir dimmer", ro, ro},
-        {"Recorded", ro, empty},
-        {"recorded", ro, "This is a virtual read-only device!"},
-        {"Sony TV", notValidated, empty},
+        {"x10lamps", ro, ro},        {"X10lamps", notValidated, empty}, {"Winamp", ro, empty},
+        {"IR Dimmer", ro, empty},    {"ir dimmer", ro, ro},             {"Recorded", ro, empty},
+        {"recorded", ro, "This is a virtual read-only device!"},        {"Sony TV", notValidated, empty},
     };
-    view.setItems("SendCmd", {"empty"});
+    view.setItems("SendCmd", {"EMPTY"}); // what the browser lists for a device without commands
     view.setCurrentIndex("SendCmd", 0);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.device);
@@ -53,17 +60,23 @@ TEST_F(LearningTest, ReadOnlyDevices) {
 
 TEST_F(LearningTest, SaveRefusesBadOrKnownCodes) {
     struct Case {
-        std::string code, status;
+        std::string code, protocol, status;
     };
     const Case cases[] = {
-        {"G10a1", "The code you want to save is invalid."},
-        {"  G010010010000 ", "This command exist as Vol+"},
-        {"G00100000110111110001000011101111", "This command exist as Power"},
+        {"G10a1", "NEC", "The code you want to save is invalid."},
+        {"  G010010010000 ", "SONY", "This command exist as Vol+"},
+        {"G00100000110111110001000011101111", "NEC", "This command exist as Power"},
+        // RC5 codes are known whatever their toggle, also in the form an older file may hold.
+        {"G11110000001100", "RC5", "This command exist as Standby"},
+        {"G11010000011111", "RC5", "This command exist as Old"},
     };
+    std::string text = DefaultConfiguration();
+    ASSERT_TRUE(Load(text.insert(text.find("[X10]"), "[Old RC5]\r\nG11110000011111,Old\r\n\r\n")));
     store.currentDevice = "Philips Amp";
     ctx.validated = true;
     for (const Case& c : cases) {
         view.setText("CodeStr", c.code);
+        view.setText("ProtocolName", c.protocol);
         learning.onSaveCmdButton();
         EXPECT_EQ(view.text("StatusBar"), c.status) << c.code;
     }
@@ -74,7 +87,7 @@ TEST_F(LearningTest, SaveAsksUntilTheNameIsUsable) {
     store.currentDevice = "Sony TV";
     ctx.validated = true;
     view.setText("CodeStr", "G111100000000");
-    dialogs.inputs = {"Vol%Up", "Mute", "Sleep"};
+    dialogs.inputs = {"Vol%Up", "Mute", "Standby"}; // another device's name is fine
     learning.onSaveCmdButton();
 
     ASSERT_EQ(dialogs.prompts.size(), 3u);
@@ -83,23 +96,36 @@ TEST_F(LearningTest, SaveAsksUntilTheNameIsUsable) {
               "Enter the name for the new command.\nDo not use '[' ']' ',' '%' '&' characters");
     EXPECT_EQ(view.textsOf("StatusBar"),
               (std::vector<std::string>{"Do not use [ ] , #  characters!",
-                                        "This command name is in use for the current device!"}));
+                                        "This command name is in use for the current device!",
+                                        "(description)"}));
     // Behind the last command, the next section still parted by its blank line.
-    EXPECT_TRUE(Has("G001010010000,Mute\r\nG111100000000,Sleep\r\n\r\n[Philips Amp]"));
+    EXPECT_TRUE(Has("G001010010000,Mute\r\nG111100000000,Standby\r\n\r\n[Philips Amp]"));
     EXPECT_EQ(OnDisk(), store.text());
-    EXPECT_EQ(refreshed, std::vector<std::string>{"Sleep"});
+    EXPECT_EQ(refreshed, std::vector<std::string>{"Standby"});
 }
 
-TEST_F(LearningTest, SaveNameOfAnotherDeviceIsFine) {
-    store.currentDevice = "Sony TV";
-    ctx.validated = true;
-    view.setText("CodeStr", "G111100000000");
-    dialogs.inputs = {"Standby"}; // a Philips Amp command
+// A key learned on a press that carried toggle 1 is stored with toggle 0, which is what the
+// monitoring lookup asks for, so both toggles of the key are recognised.
+TEST_F(LearningTest, LearnedRc5KeyIsRecognisedWithBothToggles) {
+    const std::string key = "G11010000001111";
+    const Bytes toggle0 = Press(kProtoRc5, key, kSampleUs, kRecordBytes, true);
+    const Bytes toggle1 = Press(kProtoRc5, key, kSampleUs, kRecordBytes, false);
+    store.currentDevice = "Philips Amp";
+    Record(toggle0);
+    Record(toggle1);
+    ASSERT_TRUE(ctx.validated);
+    dialogs.inputs = {"Eject"};
     learning.onSaveCmdButton();
-    EXPECT_TRUE(Has("G111100000000,Standby\r\n\r\n[Philips Amp]"));
+    EXPECT_NE(OnDisk().find(key + ",Eject\r\n"), std::string::npos);
+    for (const Bytes& press : {toggle0, toggle1}) {
+        MonitorFrame f = ExtractFrame(press);
+        EXPECT_EQ(MonitorKey(store.text(), f.frame, f.analysis.protocol), "Philips Amp&Eject") << f.frame;
+        Record(press);
+        EXPECT_EQ(view.text("IRCommand"), "Philips Amp&&Eject");
+    }
 }
 
-TEST_F(LearningTest, DeleteAsksFirst) {
+TEST_F(LearningTest, DeleteAsksFirstAndSaysSoAfterTheRefresh) {
     store.currentDevice = "Sony TV";
     view.setItems("SendCmd", {"Power", "Vol+", "Vol-"});
     view.setCurrentIndex("SendCmd", 1);
@@ -116,6 +142,47 @@ TEST_F(LearningTest, DeleteAsksFirst) {
     EXPECT_TRUE(Has("G101010010000,Power\r\nG110010010000,Vol-\r\n"));
     EXPECT_EQ(OnDisk(), store.text());
     EXPECT_EQ(refreshed.size(), 1u);
+}
+
+// Nothing claims success when telvorin.cfg did not change, and memory keeps what is on disk.
+TEST_F(LearningTest, WriteFailuresReachTheUser) {
+    const std::string full = "# " + std::string(32760 - DefaultConfiguration().size() - 4, 'x') + "\r\n";
+    struct Case {
+        std::string name;
+        std::string fileStart; // put before the shipped text
+        bool blocked;
+        void (Learning::*click)();
+        std::string why; // in the store's words, behind the box's first line
+    };
+    const Case cases[] = {
+        {"save, file full", full, false, &Learning::onSaveCmdButton, "\r\nThe configuration file cannot grow"},
+        {"save, write fails", "", true, &Learning::onSaveCmdButton, "\r\n"},
+        {"delete, write fails", "", true, &Learning::onDeleteCmdButton, "\r\n"},
+        {"procdelay, write fails", "", true, &Learning::onMenuProcDelay, "\r\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ASSERT_TRUE(Load(c.fileStart + DefaultConfiguration()));
+        if (c.blocked) BlockSaves();
+        store.currentDevice = "Sony TV";
+        ctx.validated = true;
+        view.setText("CodeStr", "G111100000000");
+        view.setItems("SendCmd", {"Power"});
+        view.setCurrentIndex("SendCmd", 0);
+        view.setStatus("");
+        dialogs.inputs = {"Sleep"}; // a name, or a delay of 0
+        dialogs.answers = {MsgAnswer::Yes};
+        dialogs.messages.clear();
+        (learning.*c.click)();
+        ASSERT_FALSE(dialogs.messages.empty());
+        EXPECT_EQ(dialogs.messages.back().text.rfind("The configuration file could not be written.", 0), 0u);
+        EXPECT_NE(dialogs.messages.back().text.find(c.why), std::string::npos) << dialogs.messages.back().text;
+        EXPECT_EQ(view.text("StatusBar"), "");
+        EXPECT_EQ(store.text(), OnDisk());
+        EXPECT_EQ(store.settings().procDelay, 20);
+        EXPECT_TRUE(refreshed.empty());
+        std::filesystem::remove(dir.path() / "telvorin.cfg.tmp");
+    }
 }
 
 TEST_F(LearningTest, ProcDelayByHand) {
@@ -138,7 +205,7 @@ TEST_F(LearningTest, ProcDelayByHand) {
         EXPECT_EQ(store.settings().procDelay, c.value);
         EXPECT_EQ(static_cast<int>(dialogs.messages.size()), c.refusals);
         for (const auto& m : dialogs.messages) EXPECT_EQ(m.text, "The value must be between 0 and 100");
-        if (c.value == 20) EXPECT_TRUE(OnDisk() == before);
+        if (c.value == 20) EXPECT_EQ(OnDisk(), before);
         else EXPECT_NE(FindText("PROCDELAY= " + std::to_string(c.value) + "\r", OnDisk(), 1), 0);
     }
     EXPECT_EQ(dialogs.prompts.back().title, "Procdelay value");
@@ -162,17 +229,16 @@ TEST_F(LearningTest, Calibration) {
         int interfaceType;
         std::vector<int> units; // measured per pass; 0 is a time-out
         std::string status;
-        int procDelay; // afterwards
+        int procDelay; // afterwards; a calibration that does not finish keeps the old 20
         std::string pulse;
     };
-    std::vector<int> never(72, 12);
     const Case cases[] = {
         {"12 11 10 10 9", 0, {12, 11, 10, 10, 9}, "Calibration succeeded.  PROCDELAY=3", 3, "495"},
-        {"9 before 10 waits for the release", 1, {11, 9, 9, 0}, "Autocalibration aborted!", 1, ""},
+        {"9 before 10 waits for the release", 1, {11, 9, 9, 0}, "Autocalibration aborted!", 20, ""},
         // R = 0 reads as "not yet found": 10 at delay 0 is forgotten, the range starts at 1.
         {"10 at delay 0", 4, {10, 9, 10, 9}, "Calibration succeeded.  PROCDELAY=1", 1, "495"},
-        {"never 9", 0, never, "Calibration procedure failed!", 71, ""},
-        {"IRMan", 2, {}, "No need to calibrate for the current IR input interface", 0, ""},
+        {"never 9", 0, std::vector<int>(72, 12), "Calibration procedure failed!", 20, ""},
+        {"IRMan", 2, {}, "No need to calibrate for the current IR input interface", 20, ""},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -191,11 +257,11 @@ TEST_F(LearningTest, Calibration) {
         for (std::size_t i = 0; i < source.calls.size(); ++i) {
             EXPECT_EQ(source.calls[i].length, 100);
             EXPECT_EQ(source.calls[i].type, c.interfaceType);
+            if (c.units.size() == 5) {
+                EXPECT_EQ(source.calls[i].procDelay, static_cast<int>(i));
+            }
         }
         if (c.units.size() == 5) {
-            std::vector<int> delays;
-            for (const auto& call : source.calls) delays.push_back(call.procDelay);
-            EXPECT_EQ(delays, (std::vector<int>{0, 1, 2, 3, 4}));
             EXPECT_EQ(view.text("ProcDelayparameter"), "3");
             EXPECT_NE(FindText("PROCDELAY= 3\r", OnDisk(), 1), 0);
         }
@@ -216,6 +282,29 @@ TEST_F(LearningTest, CalibrationBeeps) {
     source.calls.clear();
     learning.onCalibrationMenu();
     EXPECT_TRUE(source.calls.empty());
+}
+
+// A missing or broken capture library says so, through the real receiver on the port.
+TEST(CaptureLibraryFailure, RecordAndCalibrationShowTheLibrarysText) {
+    BasicRig<SimClock> rig;
+    SimSerialDriver driver{rig.clock};
+    SerialPort port{driver};
+    FakeCaptureLibrary library;
+    library.missing = true;
+    PortCaptureSource source{rig.ctx, port, library};
+    FakeView view;
+    FakeCanvas canvas;
+    quenix::Waveform waveform{view, canvas};
+    Recorder recorder{rig.ctx, view, source, waveform};
+    Learning learning{rig.ctx, view, source};
+    const std::string missing = "libserpulse.so: cannot open shared object file: No such file or directory";
+
+    recorder.onRecButton();
+    EXPECT_EQ(view.text("StatusBar"), missing);
+    rig.dialogs.answers = {MsgAnswer::Ok};
+    learning.onCalibrationMenu();
+    EXPECT_EQ(view.text("StatusBar"), missing);
+    EXPECT_EQ(rig.store.settings().procDelay, 20);
 }
 
 } // namespace

@@ -64,44 +64,32 @@ TEST(QuenixIrTool, EncodeToPulseTextAndDecodeGivesTheCodeBack) {
     }
 }
 
-TEST(QuenixIrTool, CellsPackedAndOptions) {
-    Output o = Shell(kTool + " encode --protocol NEC --code G00000000111111110000000011111111 --format cells");
-    ASSERT_EQ(o.status, 0);
-    const std::size_t first = 24 + 16 * 2 + 16 * 4 + 1;
-    EXPECT_EQ(o.out.size(), first + 4 * (50 + first - 24) + 1); // four repeats without lead-in, newline
-    o = Shell(kTool + " encode --protocol sony --code G101 --repeat 0 --grepeat 0 --bitg 11 --format packed");
+TEST(QuenixIrTool, FormatsPeriodAndPackedCaptures) {
+    Output o = Shell(kTool + " encode --protocol sony --code G101 --repeat 0 --grepeat 0 --bitg 11 --format packed");
     EXPECT_EQ(o.out, "dac0\n"); // 11 011 01 011 -> 1101 1010 11, filled with 0 cells
     o = Shell(kTool + " encode --protocol RC5 --code G101 --repeat 0 --format cells");
     EXPECT_EQ(o.out, "011001\n");
-}
-
-TEST(QuenixIrTool, PackedCaptureAndPeriod) {
-    std::string tmp = ::testing::TempDir() + "/quenix_ir_capture.bin";
     // A NEC key sampled at 50 us: the period given to decode scales the reported unit.
-    Output o = Shell(kTool + " encode --protocol NEC --code G00100000110111110001000011101111 --format mode2 | " +
-                     kTool + " decode --period 50");
+    o = Shell(kTool + " encode --protocol NEC --code G00100000110111110001000011101111 --format mode2 | " + kTool +
+              " decode --period 50");
     EXPECT_EQ(Field(o.out, "unit_us"), "500");
     EXPECT_EQ(Field(o.out, "frame"), "00100000110111110001000011101111");
-    o = Shell("head -c 600 /dev/zero > " + tmp + " && " + kTool + " decode --packed " + tmp);
+    // 39 bytes of carrier in a 600-byte capture: as short as the window calls it.
+    const std::string tmp = ::testing::TempDir() + "/quenix_ir_capture.bin";
+    o = Shell("(head -c 39 /dev/zero | tr '\\0' '\\377'; head -c 561 /dev/zero) > " + tmp + " && " + kTool +
+              " decode --packed " + tmp);
     EXPECT_EQ(o.status, 0);
     EXPECT_EQ(Field(o.out, "protocol"), "UNK");
-    EXPECT_EQ(Field(o.out, "verdict"), "Not enough information recorded to decode the signal!");
+    EXPECT_EQ(Field(o.out, "verdict"), "Recorded signal to short!");
     std::remove(tmp.c_str());
 }
 
 TEST(QuenixIrTool, BadInputIsOneLineOnStderrAndStatusTwo) {
     const std::string cases[] = {
-        "encode --protocol NEC --code 10x1",
-        "encode --protocol NEC --code G1g01",
-        "encode --protocol FOO --code G101",
-        "encode --protocol NEC --code G101 --sendpls 0",
-        "encode --protocol NEC --code G101 --bit0 12",
-        "encode --protocol NEC --code G101 --format wav",
-        "encode --protocol NEC --code G101 --frobnicate",
-        "encode --protocol NEC",
-        "decode /nonexistent/file",
-        "decode --period x",
-        "frobnicate",
+        "encode --protocol NEC --code 10x1",          "encode --protocol FOO --code G101",
+        "encode --protocol NEC --code G101 --bit0 12", "encode --protocol NEC --code G101 --frobnicate",
+        "encode --protocol NEC",                      "decode /nonexistent/file",
+        "decode --period x",                          "frobnicate",
     };
     for (const std::string& args : cases) {
         Output o = Shell(kTool + " " + args + " 2>&1 >/dev/null");
