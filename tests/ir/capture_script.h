@@ -25,8 +25,7 @@ inline std::vector<std::uint8_t> Press(int protocol, std::string code, double pe
     ProtocolHeader h = HeaderFromPreset(protocol);
     if (tap) h.repeat = 0;
     bool toggle = rc5Toggle;
-    std::string cells = EncodeCommand(code, h, toggle);
-    return SampleRuns(CellsToRuns(cells, h.sendpls), periodUs, bytes);
+    return SampleRuns(CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls), periodUs, bytes);
 }
 
 class ScriptedSource final : public CaptureSource {
@@ -41,28 +40,21 @@ public:
 
     bool record(int type, std::vector<std::uint8_t>& buffer, int procDelay, int length) override {
         calls.push_back({type, procDelay, length});
-        if (captures.empty() || !captures.front()) {
-            if (!captures.empty()) captures.pop_front();
-            return false;
-        }
-        std::vector<std::uint8_t> c = *captures.front();
-        captures.pop_front();
-        c.resize(buffer.size(), 0);
-        buffer = c;
-        return true;
+        std::optional<std::vector<std::uint8_t>> next;
+        if (!captures.empty()) next = captures.front(), captures.pop_front();
+        if (next) std::copy_n(next->begin(), std::min(next->size(), buffer.size()), buffer.begin());
+        return next.has_value();
     }
     std::string readIRMan() override { return irman; }
 };
 
 class FakeCanvas final : public SignalCanvas {
 public:
-    double width = 600;
-    double height = 140;
     std::vector<SignalDrawing> drawings;
     std::vector<std::string> messages;
 
-    double canvasWidth() const override { return width; }
-    double canvasHeight() const override { return height; }
+    double canvasWidth() const override { return 600; }
+    double canvasHeight() const override { return 140; }
     void paintSignal(const SignalDrawing& d) override { drawings.push_back(d); }
     void showMessage(const std::string& text) override { messages.push_back(text); }
 };

@@ -21,27 +21,20 @@ inline std::string RandomBits(std::mt19937& rng, int protocol, int bits) {
     return s;
 }
 
-// Every mark and space stretched or shrunk by its own factor in [1 - jitter, 1 + jitter].
-inline std::vector<PulseRun> Jitter(std::vector<PulseRun> runs, double jitter, std::mt19937& rng) {
-    std::uniform_real_distribution<double> factor(1.0 - jitter, 1.0 + jitter);
-    for (PulseRun& r : runs) r.us *= factor(rng);
-    return runs;
-}
-
 struct Trial {
     std::string sent;   // the data bits as transmitted (RC5: toggle set by the first press)
     MonitorFrame frame; // what the monitoring path made of it
 };
 
+// Every mark and space is stretched or shrunk by its own factor in [1 - jitter, 1 + jitter].
 inline Trial Run(int protocol, const std::string& bits, double periodUs, double jitter, std::mt19937& rng) {
     ProtocolHeader h = HeaderFromPreset(protocol);
     std::string code = "G" + bits;
     bool toggle = false;
-    std::string cells = EncodeCommand(code, h, toggle);
-    Trial t;
-    t.sent = code.substr(1);
-    t.frame = ExtractFrame(SampleRuns(Jitter(CellsToRuns(cells, h.sendpls), jitter, rng), periodUs));
-    return t;
+    std::vector<PulseRun> runs = CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls);
+    std::uniform_real_distribution<double> factor(1.0 - jitter, 1.0 + jitter);
+    for (PulseRun& r : runs) r.us *= factor(rng);
+    return {code.substr(1), ExtractFrame(SampleRuns(runs, periodUs))};
 }
 
 } // namespace quenix::roundtrip
