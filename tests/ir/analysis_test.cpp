@@ -1,14 +1,12 @@
+#include "capture_script.h"
 #include "ir/analysis.h"
-#include "ir/codec.h"
-#include "ir/protocols.h"
-#include "ir/pulse_text.h"
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace quenix {
 namespace {
+
+using testing::Press;
 
 std::string Runs(std::initializer_list<std::pair<char, int>> runs) {
     std::string s;
@@ -118,23 +116,11 @@ TEST(BitCountVerdict, TextsAndValueFields) {
     EXPECT_EQ(BitCountVerdict(kProtoNec, "G0101").gType, "2");
 }
 
-std::vector<std::uint8_t> Capture(int protocol, std::string code, double period = 55) {
-    ProtocolHeader h = HeaderFromPreset(protocol);
-    bool toggle = false;
-    return SampleRuns(CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls), period);
-}
-
 // A capture holding exactly these samples, padded with silence.
 std::vector<std::uint8_t> Samples(const std::string& samples) {
     std::vector<std::uint8_t> bytes = PackCells(samples);
     bytes.resize(600, 0);
     return bytes;
-}
-
-std::string NoLeadIn() {
-    std::string s;
-    for (int i = 0; i < 6; ++i) s += Runs({{'1', 10}, {'0', 10}, {'1', 10}, {'0', 30}});
-    return s + std::string(10, '1');
 }
 
 // What the recorder's own table cannot reach: a buffer too small to cut, and codes that fail
@@ -145,11 +131,12 @@ TEST(DecodeRecording, StatusTexts) {
         std::vector<std::uint8_t> capture;
         std::string status;
     };
+    std::string noLeadIn = std::string(10, '1'); // pulse distance: nothing stands between two pauses
+    for (int i = 0; i < 6; ++i) noLeadIn = Runs({{'1', 10}, {'0', 10}, {'1', 10}, {'0', 30}}) + noLeadIn;
     const Case cases[] = {
         {"short buffer", std::vector<std::uint8_t>(45, 0xF0), "Not enough information recorded to decode the signal!"},
-        {"seven bits", Capture(kProtoNec, "G0110101"), "Invalid command (less than 8 bit)!"},
-        // Pulse distance without a lead-in: nothing stands between two pauses.
-        {"no lead-in", Samples(NoLeadIn()), "Command cannot be extracted!"},
+        {"seven bits", Press(kProtoNec, "G0110101"), "Invalid command (less than 8 bit)!"},
+        {"no lead-in", Samples(noLeadIn), "Command cannot be extracted!"},
         // Bi-phase whose second frame opens with a doubled space.
         {"rc5 violation",
          Samples(Runs({{'1', 10}, {'0', 10}, {'1', 20}, {'0', 20}, {'1', 10}, {'0', 250}, {'1', 10}, {'0', 20}, {'1', 20},
@@ -158,7 +145,7 @@ TEST(DecodeRecording, StatusTexts) {
     };
     for (const Case& c : cases) EXPECT_EQ(DecodeRecording(c.capture).status, c.status) << c.name;
 
-    RecordedSignal nec = DecodeRecording(Capture(kProtoNec, "G0110101011"));
+    RecordedSignal nec = DecodeRecording(Press(kProtoNec, "G0110101011"));
     EXPECT_EQ(nec.status, "A possible invalid NEC type command has been received.");
     EXPECT_EQ(nec.code, "G0110101011");
     // More 1s than 0s: the long space dominates and the unit reads double (19, not 9), yet
@@ -167,12 +154,8 @@ TEST(DecodeRecording, StatusTexts) {
 }
 
 TEST(ExtractFrame, FramesUnderSevenBitsAreDropped) {
-    // A NEC code's frame is its bits; the stop mark closes the last space.
-    EXPECT_EQ(ExtractFrame(Capture(kProtoNec, "G0110101")).frame, "0110101");
-    EXPECT_EQ(ExtractFrame(Capture(kProtoNec, "G011010")).frame, "");
-    MonitorFrame f = ExtractFrame(Capture(kProtoNec, "G00100000110111110001000011101111"));
-    EXPECT_EQ(f.analysis.protocol, kProtoNec);
-    EXPECT_EQ(f.frame, "00100000110111110001000011101111");
+    EXPECT_EQ(ExtractFrame(Press(kProtoNec, "G0110101")).frame, "0110101");
+    EXPECT_EQ(ExtractFrame(Press(kProtoNec, "G011010")).frame, "");
 }
 
 } // namespace

@@ -52,18 +52,26 @@ class FakeCanvas final : public SignalCanvas {
 public:
     std::vector<SignalDrawing> drawings;
     std::vector<std::string> messages;
-
     double canvasWidth() const override { return 600; }
     double canvasHeight() const override { return 140; }
     void paintSignal(const SignalDrawing& d) override { drawings.push_back(d); }
     void showMessage(const std::string& text) override { messages.push_back(text); }
 };
 
-// A context on the configuration that ships with the program, and a scripted receiver.
+// A context on the configuration that ships with the program, a scripted receiver, and the
+// recorder on them.
 class ShippedConfigTest : public ::testing::Test, protected Rig {
 protected:
+    void Record(std::optional<std::vector<std::uint8_t>> capture) {
+        source.captures = {std::move(capture)};
+        beeper.beeps.clear();
+        recorder.onRecButton();
+    }
     FakeView view;
     ScriptedSource source;
+    FakeCanvas canvas;
+    quenix::Waveform waveform{view, canvas};
+    Recorder recorder{ctx, view, source, waveform};
 };
 
 } // namespace quenix::testing

@@ -13,16 +13,28 @@ protected:
         mainView.setItems("Protocol", {"Set-top Box", "Sony TV", "Philips Amp", "Recorded", "winamp"});
     }
 
-    // A valid new NEC device typed into the form.
-    void TypeValidDevice(DeviceEditor& editor) {
+    // The editor opened for a new device, with a valid NEC device typed in.
+    DeviceEditor& NewValidDevice() {
+        editor = std::make_unique<DeviceEditor>(ctx, form, mainView);
+        EXPECT_TRUE(editor->Open());
         form.setText("CProtIn", "Hifi Set");
         form.setText("ProtDesc", "the hifi");
         form.setCurrentIndex("GProtoIn", kProtoNec);
-        editor.OnProtocolChanged();
+        editor->OnProtocolChanged();
+        return *editor;
+    }
+
+    // The editor opened on an existing device.
+    DeviceEditor& Edit(const std::string& device) {
+        store.currentDevice = device;
+        ctx.editFlag = true;
+        editor = std::make_unique<DeviceEditor>(ctx, form, mainView);
+        return *editor;
     }
 
     FakeView form;
     FakeView mainView;
+    std::unique_ptr<DeviceEditor> editor;
 };
 
 TEST_F(DeviceEditorTest, ValidationOrderAndMessages) {
@@ -60,13 +72,11 @@ TEST_F(DeviceEditorTest, ValidationOrderAndMessages) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.box + "=" + c.value);
-        DeviceEditor editor(ctx, form, mainView);
-        ASSERT_TRUE(editor.Open());
-        TypeValidDevice(editor);
+        NewValidDevice();
         form.setText(c.box, c.value);
         if (!c.box2.empty()) form.setText(c.box2, c.value2);
         dialogs.messages.clear();
-        EXPECT_FALSE(editor.OnCreate()); // refused, or No to the question
+        EXPECT_FALSE(editor->OnCreate()); // refused, or No to the question
         ASSERT_EQ(dialogs.messages.size(), 1u);
         const auto& m = dialogs.messages[0];
         if (c.message.empty()) {
@@ -81,20 +91,17 @@ TEST_F(DeviceEditorTest, ValidationOrderAndMessages) {
 }
 
 TEST_F(DeviceEditorTest, NewDeviceGoesBeforeX10AndIsSaved) {
-    DeviceEditor editor(ctx, form, mainView);
-    ASSERT_TRUE(editor.Open());
+    NewValidDevice();
     EXPECT_EQ(form.items("GProtoIn"), (std::vector<std::string>{"NEC", "SONY", "RC5", "Custom"}));
-    TypeValidDevice(editor);
     form.setText("CProtIn", "  Hifi Set  "); // the boxes are trimmed and written back
     form.setText("Bit0In", " 10 ");
     form.setText("RepeatIn", "200");
     form.setText("GRepeatIn", "100");
     dialogs.answers.push_back(MsgAnswer::Yes);
-    ASSERT_TRUE(editor.OnCreate());
+    ASSERT_TRUE(editor->OnCreate());
     EXPECT_EQ(form.text("CProtIn"), "Hifi Set");
     EXPECT_EQ(form.text("Bit0In"), "10");
     EXPECT_EQ(store.currentDevice, "Hifi Set"); // the browser selects the new device by it
-
     const std::string header = "\r\n[Hifi Set]\r\n# the hifi\r\nGPROTO=0\r\nSENDPLS=550\r\nREPEAT=200\r\n"
                                "BITG= 111111111111111100000000\r\nBIT0= 10\r\nBIT1= 1000\r\nGREPEAT=200\r\n\r\n";
     EXPECT_EQ(dialogs.messages.back().text,
@@ -102,14 +109,11 @@ TEST_F(DeviceEditorTest, NewDeviceGoesBeforeX10AndIsSaved) {
     std::string expected = DefaultConfiguration();
     expected.insert(expected.find("[X10]"), header);
     EXPECT_EQ(store.text(), expected);
-    EXPECT_EQ(dir.read("telvorin.cfg"), expected);
+    EXPECT_EQ(OnDisk(), expected);
 }
 
 TEST_F(DeviceEditorTest, EditReplacesTheHeaderAndKeepsTheCommands) {
-    store.currentDevice = "Sony TV";
-    ctx.editFlag = true;
-    DeviceEditor editor(ctx, form, mainView);
-    ASSERT_TRUE(editor.Open());
+    ASSERT_TRUE(Edit("Sony TV").Open());
     EXPECT_EQ(form.currentIndex("GProtoIn"), kProtoSony);
     for (auto [box, value] : {std::pair{"CProtIn", "Sony TV"}, {"ProtDesc", "SONY 12-bit remote of the living-room TV"},
                               {"SendPlsIn", "550"}, {"RepeatIn", "40"}, {"GRepeatIn", "40"}, {"BitGIn", "1111"},
@@ -119,30 +123,24 @@ TEST_F(DeviceEditorTest, EditReplacesTheHeaderAndKeepsTheCommands) {
     form.setText("SendPlsIn", "600");
     form.setText("ProtDesc", "bedroom TV");
     dialogs.answers.push_back(MsgAnswer::Yes);
-    ASSERT_TRUE(editor.OnCreate());
+    ASSERT_TRUE(editor->OnCreate());
     const std::string header = "[Sony TV]\r\n# bedroom TV\r\nGPROTO=1\r\nSENDPLS=600\r\nREPEAT=40\r\n"
                                "BITG= 1111\r\nBIT0= 01\r\nBIT1= 011\r\nGREPEAT=40";
     EXPECT_EQ(dialogs.messages.back().text, "The edited device is:\r\n" + header + "\r\nDo you want to save it?");
-
-    std::string expected = DefaultConfiguration();
-    std::size_t from = expected.find("[Sony TV]");
-    std::size_t to = expected.find("\r", expected.find("GREPEAT", from));
-    expected.replace(from, to - from, header);
+    std::string expected = DefaultConfiguration(); // the commands after the header stay
+    const std::size_t from = expected.find("[Sony TV]");
+    expected.replace(from, expected.find("\r", expected.find("GREPEAT", from)) - from, header);
     EXPECT_EQ(store.text(), expected);
-    EXPECT_NE(store.text().find("BIT1= 011\r\nGREPEAT=40\r\nG101010010000,Power\r\n"), std::string::npos);
-    EXPECT_EQ(dir.read("telvorin.cfg"), expected);
+    EXPECT_EQ(OnDisk(), expected);
 }
 
 TEST_F(DeviceEditorTest, EditKeepsAGprotoTheListDoesNotShow) {
     std::string text = DefaultConfiguration();
     ASSERT_TRUE(Load(text.replace(text.find("GPROTO=1"), 8, "GPROTO=7")));
-    store.currentDevice = "Sony TV";
-    ctx.editFlag = true;
-    DeviceEditor editor(ctx, form, mainView);
-    ASSERT_TRUE(editor.Open());
+    ASSERT_TRUE(Edit("Sony TV").Open());
     form.setCurrentIndex("GProtoIn", -1); // the list shows no entry for 7
     dialogs.answers.push_back(MsgAnswer::Yes);
-    ASSERT_TRUE(editor.OnCreate());
+    ASSERT_TRUE(editor->OnCreate());
     EXPECT_NE(OnDisk().find("living-room TV\r\nGPROTO=7\r\n"), std::string::npos);
 }
 
@@ -150,13 +148,8 @@ TEST_F(DeviceEditorTest, EditOfABrokenHeaderRefusesToOpen) {
     // The keys are searched onward from the header, so only the last device's header can
     // really miss one; an earlier device would borrow the next device's key.
     std::string text = DefaultConfiguration();
-    std::size_t bit1 = text.find("BIT1=", text.find("[Philips Amp]"));
-    text.replace(bit1, 5, "BITX=");
-    ASSERT_TRUE(store.LoadFromText(text));
-    store.currentDevice = "Philips Amp";
-    ctx.editFlag = true;
-    DeviceEditor editor(ctx, form, mainView);
-    EXPECT_FALSE(editor.Open());
+    ASSERT_TRUE(store.LoadFromText(text.replace(text.find("BIT1=", text.find("[Philips Amp]")), 5, "BITX=")));
+    EXPECT_FALSE(Edit("Philips Amp").Open());
     ASSERT_EQ(dialogs.messages.size(), 1u);
     const auto& m = dialogs.messages[0];
     EXPECT_EQ(m.text, "Error in the configuration file\r\nThe Device Form can not be opened");
@@ -177,6 +170,7 @@ TEST_F(DeviceEditorTest, FillFromRecording) {
         // multisequence field.
         {"UNK", "605", "y", "7", kProtoCustom, "50", "50", "1", "0", "11"},
         {"UNK", "605", "n", "1", kProtoCustom, "0", "1", "1", "0", "11"},
+        {"", "", "y", "1", -1, "", "", "1", "0", "11"}, // nothing recognised: nothing filled
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.protocol + " " + c.multi);
@@ -193,13 +187,6 @@ TEST_F(DeviceEditorTest, FillFromRecording) {
                                   {"BitGIn", c.bitg}, {"Bit0In", c.bit0}, {"Bit1In", c.bit1}})
             EXPECT_EQ(f.text(box), value) << box;
     }
-    // Without a recognised protocol or unit nothing is filled.
-    FakeView f;
-    mainView.setText("ProtocolName", "");
-    DeviceEditor editor(ctx, f, mainView);
-    ASSERT_TRUE(editor.Open());
-    EXPECT_EQ(f.currentIndex("GProtoIn"), -1);
-    EXPECT_EQ(f.text("SendPlsIn"), "");
 }
 
 } // namespace

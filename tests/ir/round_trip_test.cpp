@@ -37,11 +37,9 @@ TEST(SampleDevices, EveryShippedKeyIsRecognisedWhenReceived) {
 }
 
 // The analysis takes the unit from the most frequent mark and space, so a code's own mix of
-// bits can mislead it. More 1s than 0s: NEC's three-unit gap dominates and at 45 us its
-// eight-unit lead-in gap (98 samples) lies past the last window, so nothing reads long; SONY's
-// two-unit mark dominates and its lead-in comes out as an extra leading 1. An RC5 code whose
-// runs are mostly doubled, or doubled of one kind only, reads as unknown, NEC or SONY. Those
-// are known misreads; where the analysis names the protocol, the frame is exact.
+// bits can mislead it: with more 1s than 0s NEC at 45 us reads as unknown (its lead-in gap
+// falls past the last window) and SONY's lead-in as an extra leading 1; RC5 codes of mostly
+// doubled runs read as another protocol. Where the analysis names the protocol, it is exact.
 class RoundTrip : public ::testing::TestWithParam<std::pair<int, int>> {};
 
 TEST_P(RoundTrip, ExactWhereTheAnalysisHolds) {
