@@ -3,14 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace quenix {
 namespace {
 
 using testing::Press;
 
-std::string Runs(std::initializer_list<std::pair<char, int>> runs) {
+// Samples from run lengths: "10 -30" is 10 samples of carrier, then 30 without.
+std::string Runs(const std::string& lengths) {
+    std::istringstream in(lengths);
     std::string s;
-    for (auto [c, n] : runs) s.append(static_cast<std::size_t>(n), c);
+    for (int n = 0; in >> n;) s.append(static_cast<std::size_t>(std::abs(n)), n > 0 ? '1' : '0');
     return s;
 }
 
@@ -35,32 +39,17 @@ TEST(AnalyseRuns, ClassifiesByWhichRunsAreLong) {
     // A run length standing alone in its bin reads one short: the windows around n - 1, n
     // and n + 1 hold the same sum, and the first of them wins.
     const Case cases[] = {
-        // Short marks, spaces of one and three units: pulse distance.
-        {"nec", Runs({{'1', 10}, {'0', 10}, {'1', 10}, {'0', 30}, {'1', 10}, {'0', 10}, {'1', 10}}), true, 9, 9, 9,
-         kProtoNec},
-        // Spaces of one unit, marks of one and two: pulse width.
-        {"sony", Runs({{'1', 40}, {'0', 10}, {'1', 20}, {'0', 10}, {'1', 10}, {'0', 10}, {'1', 10}}), true, 9, 9, 9,
-         kProtoSony},
-        // Both doubled: bi-phase.
-        {"rc5", Runs({{'1', 10}, {'0', 10}, {'1', 20}, {'0', 20}, {'1', 10}, {'0', 10}, {'1', 10}}), true, 9, 9, 9,
-         kProtoRc5},
-        // Nothing long: unknown, yet analysed. 9.5 rounds to the even 10.
-        {"flat", Runs({{'1', 10}, {'0', 11}, {'1', 10}, {'0', 11}}), true, 9, 10, 10, kProtoUnknown},
-        // Equal window sums: the shorter length wins.
-        {"tie", Runs({{'1', 10}, {'0', 10}, {'1', 30}, {'0', 30}}), true, 9, 9, 9, kProtoRc5},
-        // Runs over 99 count as 99, outside every window: nothing dominant.
-        {"long", Runs({{'1', 150}, {'0', 150}}), false, 0, 0, 0, kProtoUnknown},
+        {"short marks, gaps of 1 and 3 units: pulse distance", Runs("10 -10 10 -30 10 -10 10"), true, 9, 9, 9, kProtoNec},
+        {"gaps of 1 unit, marks of 1 and 2: pulse width", Runs("40 -10 20 -10 10 -10 10"), true, 9, 9, 9, kProtoSony},
+        {"both doubled: bi-phase", Runs("10 -10 20 -20 10 -10 10"), true, 9, 9, 9, kProtoRc5},
+        {"nothing long: unknown, yet 9.5 rounds to 10", Runs("10 -11 10 -11"), true, 9, 10, 10, kProtoUnknown},
+        {"equal window sums: the shorter wins", Runs("10 -10 30 -30"), true, 9, 9, 9, kProtoRc5},
+        {"runs over 99 count as 99, outside every window", Runs("150 -150"), false, 0, 0, 0, kProtoUnknown},
         {"silence", std::string(4800, '0'), false, 0, 0, 0, kProtoUnknown},
-        // A gap over 300 ends the walk: the long mark after it is never seen.
-        {"second sequence ignored",
-         Runs({{'1', 10}, {'0', 10}, {'1', 10}, {'0', 30}, {'1', 10}, {'0', 301}, {'1', 40}, {'0', 10}}), true, 9, 9,
-         9, kProtoNec},
-        // Leading silence is not a space.
-        {"leading gap", Runs({{'0', 40}, {'1', 10}, {'0', 10}, {'1', 20}, {'0', 10}, {'1', 10}}), true, 9, 9, 9,
-         kProtoSony},
-        // Half units round to the even neighbour.
-        {"half down", Runs({{'1', 9}, {'0', 10}, {'1', 9}, {'0', 30}, {'1', 9}}), true, 8, 9, 8, kProtoNec},
-        {"half up", Runs({{'1', 12}, {'0', 13}, {'1', 12}, {'0', 39}, {'1', 12}}), true, 11, 12, 12, kProtoNec},
+        {"a gap over 300 ends the walk", Runs("10 -10 10 -30 10 -301 40 -10"), true, 9, 9, 9, kProtoNec},
+        {"leading silence is no gap", Runs("-40 10 -10 20 -10 10"), true, 9, 9, 9, kProtoSony},
+        {"half units round to even: down", Runs("9 -10 9 -30 9"), true, 8, 9, 8, kProtoNec},
+        {"half units round to even: up", Runs("12 -13 12 -39 12"), true, 11, 12, 12, kProtoNec},
     };
     for (const Case& c : cases) {
         RunAnalysis a = AnalyseRuns(c.samples);
@@ -71,13 +60,13 @@ TEST(AnalyseRuns, ClassifiesByWhichRunsAreLong) {
 }
 
 TEST(QuantiseSamples, CellsPausesAndMeasuredLengths) {
-    QuantisedSamples q = QuantiseSamples(Runs({{'1', 80}, {'0', 10}, {'1', 21}, {'0', 30}, {'1', 10}, {'0', 101}}), 10);
+    QuantisedSamples q = QuantiseSamples(Runs("80 -10 21 -30 10 -101"), 10);
     EXPECT_EQ(q.cells, "G0110001g");
     EXPECT_EQ(q.plen1, "-80-21-10");
     EXPECT_EQ(q.plen0, "-10-30");
     // A gap cut off by the end counts only when it is over 100 samples.
-    EXPECT_EQ(QuantiseSamples(Runs({{'1', 10}, {'0', 100}}), 10).cells, "1");
-    EXPECT_EQ(QuantiseSamples(Runs({{'0', 10}, {'1', 10}}), 10).cells, "01");
+    EXPECT_EQ(QuantiseSamples(Runs("10 -100"), 10).cells, "1");
+    EXPECT_EQ(QuantiseSamples(Runs("-10 10"), 10).cells, "01");
 }
 
 TEST(SelectFrame, LongerOfTheFirstTwoSecondOnATie) {
@@ -132,16 +121,13 @@ TEST(DecodeRecording, StatusTexts) {
         std::string status;
     };
     std::string noLeadIn = std::string(10, '1'); // pulse distance: nothing stands between two pauses
-    for (int i = 0; i < 6; ++i) noLeadIn = Runs({{'1', 10}, {'0', 10}, {'1', 10}, {'0', 30}}) + noLeadIn;
+    for (int i = 0; i < 6; ++i) noLeadIn = Runs("10 -10 10 -30") + noLeadIn;
     const Case cases[] = {
         {"short buffer", std::vector<std::uint8_t>(45, 0xF0), "Not enough information recorded to decode the signal!"},
         {"seven bits", Press(kProtoNec, "G0110101"), "Invalid command (less than 8 bit)!"},
         {"no lead-in", Samples(noLeadIn), "Command cannot be extracted!"},
         // Bi-phase whose second frame opens with a doubled space.
-        {"rc5 violation",
-         Samples(Runs({{'1', 10}, {'0', 10}, {'1', 20}, {'0', 20}, {'1', 10}, {'0', 250}, {'1', 10}, {'0', 20}, {'1', 20},
-                       {'0', 10}, {'1', 10}})),
-         "Recorded signal is invalid!"},
+        {"rc5 violation", Samples(Runs("10 -10 20 -20 10 -250 10 -20 20 -10 10")), "Recorded signal is invalid!"},
     };
     for (const Case& c : cases) EXPECT_EQ(DecodeRecording(c.capture).status, c.status) << c.name;
 

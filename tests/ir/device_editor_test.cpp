@@ -47,28 +47,28 @@ TEST_F(DeviceEditorTest, ValidationOrderAndMessages) {
     const std::string kGrepeat = "GREPEAT must have an integer value greater than 16 (or 0 or 1)";
     const std::string kChars = "Device name cannot contain the following chars: [ ] , # ";
     const std::string kLength = "Device name must have 3 to 12 characters";
+    const std::string kSendpls = "SENDPLS must have an integer value greater than 0";
+    const std::string kBits = "BITx must not be empty, if no BITG, then BITG=0";
+    const std::string kDesc = "Description cannot contain the following chars: [ ] , # ";
+    // Second box given: the first box's test comes before the second's.
     const Case cases[] = {
-        {"CProtIn", " End ", "This is a reserved name!", "SendPlsIn", "0"}, // before anything else
+        {"CProtIn", " End ", "This is a reserved name!", "SendPlsIn", "0"},
         {"CProtIn", "  GENERAL", "This is a reserved name!"},
-        {"CProtIn", "ab", kLength},           {"CProtIn", "abc", ""},
-        {"CProtIn", "abcdefghijkl", ""},      {"CProtIn", "abcdefghijklm", kLength},
+        {"CProtIn", "ab", kLength},       {"CProtIn", "abc", ""},          {"CProtIn", "abcdefghijkl", ""},
+        {"CProtIn", "abcdefghijklm", kLength},
         {"CProtIn", "ab%cd", kChars}, // refused, though the message does not name it
         {"CProtIn", "hifi,x", kChars, "SendPlsIn", "0"},
         {"CProtIn", " SONY tv ", "The new device name is in use"},
-        {"CProtIn", "a#", kChars}, // the character test comes before the length test
-        {"SendPlsIn", "0", "SENDPLS must have an integer value greater than 0"},
-        {"RepeatIn", "15", kRepeat},          {"RepeatIn", "16", ""},          {"RepeatIn", "-1", kRepeat},
-        {"GRepeatIn", "2", kGrepeat},         {"GRepeatIn", "15", kGrepeat},   {"GRepeatIn", "16", ""},
-        {"GRepeatIn", "-5", ""},
-        {"GRepeatIn", "2", "SENDPLS must have an integer value greater than 0", "SendPlsIn", "0"},
-        {"BitGIn", "", "BITx must not be empty, if no BITG, then BITG=0"},
-        {"ProtDesc", "a, b", "Description cannot contain the following chars: [ ] , # "},
-        {"ProtDesc", "a, b", "BITx must not be empty, if no BITG, then BITG=0", "Bit0In", ""},
+        {"CProtIn", "a#", kChars}, // the characters before the length
+        {"SendPlsIn", "0", kSendpls},
+        {"RepeatIn", "15", kRepeat},      {"RepeatIn", "16", ""},          {"RepeatIn", "-1", kRepeat},
+        {"GRepeatIn", "2", kGrepeat},     {"GRepeatIn", "15", kGrepeat},   {"GRepeatIn", "16", ""},
+        {"GRepeatIn", "-5", ""},          {"SendPlsIn", "0", kSendpls, "GRepeatIn", "2"},
+        {"BitGIn", "", kBits},            {"ProtDesc", "a, b", kDesc},     {"Bit0In", "", kBits, "ProtDesc", "a, b"},
         {"Bit0In", "10 1", "BIT0 must have a binary value"},
         {"Bit0In", "1x", "BIT0 must have a binary value", "BitGIn", "2"},
         {"BitGIn", "2", "BITG must have a binary value", "Bit1In", "2"},
-        {"Bit1In", "1000a", "BIT1 must have a binary value"},
-        {"Bit1In", "1000a", "Description cannot contain the following chars: [ ] , # ", "ProtDesc", "#1"},
+        {"Bit1In", "1000a", "BIT1 must have a binary value"}, {"ProtDesc", "#1", kDesc, "Bit1In", "1000a"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.box + "=" + c.value);
@@ -166,8 +166,7 @@ TEST_F(DeviceEditorTest, FillFromRecording) {
         {"NEC", "550", "n", "2", kProtoNec, "50", "50", "111111111111111100000000", "10", "1000"},
         {"SONY", "495", " Y ", "1", kProtoSony, "40", "1", "1111", "01", "011"},
         {"RC5", "880", "y", "0", kProtoRc5, "90", "0", "", "10", "01"},
-        // Anything else is Custom: the patterns in the boxes stay, REPEAT follows the
-        // multisequence field.
+        // Anything else is Custom: the patterns stay, REPEAT follows the multisequence field.
         {"UNK", "605", "y", "7", kProtoCustom, "50", "50", "1", "0", "11"},
         {"UNK", "605", "n", "1", kProtoCustom, "0", "1", "1", "0", "11"},
         {"", "", "y", "1", -1, "", "", "1", "0", "11"}, // nothing recognised: nothing filled

@@ -36,25 +36,19 @@ TEST(QuenixIrTool, EncodeToPulseTextAndDecodeGivesTheCodeBack) {
         std::string protocol, code, decoded, name, verdict;
     };
     const Case cases[] = {
-        {"NEC", "G00100000110111110001000011101111", "G00100000110111110001000011101111", "NEC",
-         "A valid NEC type command has been received."},
-        {"SONY", "G1010100100001000", "G1010100100001000", "SONY",
-         "A possible invalid SONY type command has been received."},
-        // The first RC5 transmission carries toggle 1.
-        {"RC5", "G11010000001100", "G11110000001100", "RC5", "A valid RC5 type command has been received."},
-        // Custom has NEC's patterns but no stop mark, so the last gap runs into the pause
-        // and the last bit is lost.
-        {"CUSTOM", "G0010000011011111", "G001000001101111", "NEC",
-         "A possible invalid NEC type command has been received."},
+        {"NEC", "G00100000110111110001000011101111", "G00100000110111110001000011101111", "NEC", "A valid NEC"},
+        {"SONY", "G1010100100001000", "G1010100100001000", "SONY", "A possible invalid SONY"},
+        {"RC5", "G11010000001100", "G11110000001100", "RC5", "A valid RC5"}, // the first send carries toggle 1
+        // Custom has NEC's patterns but no stop mark: the last gap runs into the pause, the last bit is lost.
+        {"CUSTOM", "G0010000011011111", "G001000001101111", "NEC", "A possible invalid NEC"},
     };
     for (const Case& c : cases) {
         Output o = Shell(kTool + " encode --protocol " + c.protocol + " --code " + c.code + " --format mode2 | " +
                          kTool + " decode 2>&1");
         EXPECT_EQ(o.status, 0) << o.out;
-        EXPECT_EQ(Field(o.out, "protocol"), c.name) << c.code;
-        EXPECT_EQ(Field(o.out, "code"), c.decoded) << o.out;
-        EXPECT_EQ(Field(o.out, "frame"), c.decoded.substr(1)) << o.out;
-        EXPECT_EQ(Field(o.out, "verdict"), c.verdict) << o.out;
+        EXPECT_EQ(Field(o.out, "protocol") + " " + Field(o.out, "code") + " " + Field(o.out, "frame"),
+                  c.name + " " + c.decoded + " " + c.decoded.substr(1));
+        EXPECT_EQ(Field(o.out, "verdict").rfind(c.verdict + " type command has been received", 0), 0u) << o.out;
     }
 }
 

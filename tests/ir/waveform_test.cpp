@@ -43,53 +43,32 @@ TEST(DrawSignal, PlacesLevelsAndEdges) {
     }
 }
 
-class WaveformTest : public ::testing::Test {
-protected:
-    FakeView view;
-    FakeCanvas canvas;
-    Waveform waveform{view, canvas};
-};
-
-TEST_F(WaveformTest, ViewControlsNeedAPulseUnitAndSixtyBytes) {
+TEST(Waveform, ViewControlsNeedAPulseUnitAndSixtyBytes) {
     struct Case {
-        std::string name;
         std::size_t bytes;
         std::string pulse;
         bool acts;
     };
-    const Case cases[] = {
-        {"59 bytes", 59, "550", false},
-        {"60 bytes", 60, "550", true},
-        {"no pulse unit", 600, "  ", false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const Case& c : {Case{59, "550", false}, Case{60, "550", true}, Case{600, "  ", false}}) {
+        SCOPED_TRACE(c.bytes);
+        FakeView view;
+        FakeCanvas canvas;
         Waveform w{view, canvas};
         view.setText("SendPulse", c.pulse);
         w.Show(Bytes(c.bytes, 0xA5));
-        const std::size_t drawn = canvas.drawings.size();
-        w.onGExt();
-        w.onGExt();
-        w.onGshr();
-        EXPECT_DOUBLE_EQ(w.zoom(), c.acts ? 2 : 1);
+        for (int i = 0; i < 3; ++i) w.onGshr(); // no lower bound: places are fractional
+        EXPECT_DOUBLE_EQ(canvas.drawings.back().dots[0].x, 23 * (c.acts ? 0.125 : 1));
+        for (int i = 0; i < 40; ++i) w.onGExt(); // nor an upper one
+        EXPECT_DOUBLE_EQ(w.zoom(), c.acts ? 0.125 * 1099511627776.0 : 1);
+        EXPECT_EQ(canvas.drawings.back().samples.size(), c.bytes * 8); // read, though beyond the edge
         w.onHScroll1(100); // always redraws
         EXPECT_EQ(w.scroll(), 100);
         w.onGReset();
         EXPECT_DOUBLE_EQ(w.zoom(), 1);
         EXPECT_EQ(w.scroll(), c.acts ? 15 : 100);
         EXPECT_EQ(view.currentIndex("HScroll1"), 15); // set by Show, and again by a reset
-        EXPECT_EQ(canvas.drawings.size() - drawn, c.acts ? 5u : 1u);
+        EXPECT_EQ(canvas.drawings.size(), c.acts ? 46u : 2u);
     }
-}
-
-TEST_F(WaveformTest, ZoomHasNoBounds) {
-    view.setText("SendPulse", "550");
-    waveform.Show(Bytes(60, 0x0F));
-    for (int i = 0; i < 3; ++i) waveform.onGshr();
-    EXPECT_DOUBLE_EQ(canvas.drawings.back().dots[0].x, (8 - 7 + 15 + 7) * 0.125);
-    for (int i = 0; i < 40; ++i) waveform.onGExt();
-    EXPECT_TRUE(canvas.drawings.back().dots.empty()); // all beyond the edge, still read
-    EXPECT_EQ(canvas.drawings.back().samples.size(), 480u);
 }
 
 } // namespace
