@@ -36,8 +36,8 @@ bool StartsWithNoCase(std::string_view line, std::string_view key) {
 
 ActionBackends BackendsOf(DesktopActions& actions) {
     ActionBackends b;
-    b.x10 = [&actions](const std::string& d, const std::string& c, int f, int level) {
-        return actions.x10(d, c, f, level);
+    b.x10 = [&actions](const std::string& u, const std::string& c, int f, int level) {
+        return actions.x10(u, c, f, level);
     };
     b.mouse = [&actions](const std::string& c) { return actions.mouse(c); };
     b.keyboard = [&actions](const std::string& c) { return actions.keyboard(c); };
@@ -72,17 +72,6 @@ ProtocolHeader DeviceHeader(const std::string& configText, const std::string& de
     return h;
 }
 
-int X10FunctionOf(const std::string& command) {
-    const std::string wanted = ToLower(Trim(command));
-    std::string_view list = kX10FunctionList;
-    int index = 0;
-    for (std::size_t start = 0, comma; (comma = list.find(',', start)) != std::string_view::npos; start = comma + 1) {
-        if (ToLower(list.substr(start, comma - start)) == wanted) return index;
-        ++index;
-    }
-    return kX10On;
-}
-
 CommandExecutor::CommandExecutor(Context& ctx, SerialPort& serial, CaptureLibrary& library, View& view,
                                  ActionBackends backends)
     : ctx_(ctx), serial_(serial), library_(library), view_(view), backends_(std::move(backends)) {}
@@ -91,6 +80,15 @@ std::string CommandExecutor::Execute(const std::string& device, const std::strin
     ctx_.config.currentDevice = device;
     ctx_.config.currentCommand = command;
     return ExecuteCommand();
+}
+
+void CommandExecutor::NoteX10Command(const std::string& command) {
+    const int function = X10FunctionIndex(command);
+    if (function >= 0) {
+        x10Function_ = function;
+    } else if (!Trim(command).empty()) {
+        x10Unit_ = Trim(command);
+    }
 }
 
 std::string CommandExecutor::ExecuteCommand() {
@@ -107,8 +105,17 @@ std::string CommandExecutor::ExecuteCommand() {
     // Name and flag are one test: a special device whose control is off is tried as an
     // infrared device of that name.
     const std::string lower = ToLower(device);
-    if (lower.compare(0, 3, "x10") == 0 && s.x10Ena && backends_.x10)
-        return backends_.x10(device, command, X10FunctionOf(command), view_.currentIndex("DIMScroll"));
+    if (lower.compare(0, 3, "x10") == 0 && s.x10Ena && backends_.x10) {
+        const int dim = view_.currentIndex("DIMScroll");
+        if (lower == "x10") {
+            NoteX10Command(command);
+            return backends_.x10(x10Unit_, X10FunctionName(x10Function_), x10Function_, dim);
+        }
+        // Monitored outputs name the unit in the device: "X10&lamp" (or "X10-lamp").
+        const int function = X10FunctionIndex(command);
+        return backends_.x10(device.size() > 4 ? device.substr(4) : std::string(), command,
+                             function < 0 ? kX10On : function, dim);
+    }
     if (lower == "mouse" && s.mouseEna && backends_.mouse) return backends_.mouse(command);
     if (lower == "keyboard" && s.keyboardEna) return backends_.keyboard ? backends_.keyboard(command) : std::string();
     if (lower == "application" && s.applicationEna && backends_.application) return backends_.application(command);
@@ -151,7 +158,7 @@ std::string CommandExecutor::Infrared(const std::string& device, const std::stri
     cells.append((8 - cells.size() % 8) % 8, '0');
 
     ctx_.beepIfOn(5000, 50);
-    if (!Send(cells, header.sendpls)) return kIrSendError;
+    if (!Send(cells, header.sendpls)) return SendError();
     ctx_.beepIfOn(2000, 50);
     lastCells_ = cells;
     lastPulseLength_ = header.sendpls;
@@ -170,11 +177,16 @@ std::string CommandExecutor::Dimmer(const std::string& command) {
         const auto* data = reinterpret_cast<const std::uint8_t*>(ctx_.sendBuffer.data());
         return library_.IRSend(data, bytes, kDimmerPulseUs, ctx_.txdOutput).has_value();
     };
-    if (!burst(kDimmerFirstBurst)) return kIrSendError;
+    if (!burst(kDimmerFirstBurst)) return SendError();
     ctx_.clock.sleep(pauseMs);
-    if (!burst(secondBurst)) return kIrSendError;
+    if (!burst(secondBurst)) return SendError();
     ctx_.beepIfOn(2000, 50);
     return kDimmerDone;
+}
+
+std::string CommandExecutor::SendError() const {
+    const std::string why = library_.error();
+    return why.empty() ? std::string(kIrSendError) : std::string(kIrSendError) + " " + why;
 }
 
 bool CommandExecutor::Send(const std::string& cells, int pulseLength) {

@@ -4,6 +4,7 @@
 // and answers a one-line result text. The Send button, the monitoring engine and the phone
 // remote all end here.
 
+#include "actions/x10.h"
 #include "config/context.h"
 
 #include <functional>
@@ -27,8 +28,8 @@ inline constexpr const char* kDimmerDone = "IR Dimmer command executed OK.";
 
 // The actions that are not infrared, one call per kind. Each frames itself with the beeps.
 struct ActionBackends {
-    // function: index in the X10 function list; dimLevel 0..100.
-    std::function<std::string(const std::string& device, const std::string& command, int function, int dimLevel)> x10;
+    // unit: the unit's name in [X10]; function: index in the X10 function list; dimLevel 0..100.
+    std::function<std::string(const std::string& unit, const std::string& command, int function, int dimLevel)> x10;
     std::function<std::string(const std::string& command)> mouse;
     std::function<std::string(const std::string& command)> keyboard;
     std::function<std::string(const std::string& command)> application;
@@ -43,9 +44,6 @@ ActionBackends BackendsOf(DesktopActions& actions);
 std::string StoredCode(const std::string& configText, const std::string& device, const std::string& command);
 ProtocolHeader DeviceHeader(const std::string& configText, const std::string& device);
 
-// The X10 function a command names ("On", "dim" ...), or On for any other command.
-int X10FunctionOf(const std::string& command);
-
 class CommandExecutor {
 public:
     // view: the main window, whose record panel holds the "recorded" command and whose
@@ -56,6 +54,12 @@ public:
     std::string ExecuteCommand();
     // Makes device and command current, then runs them.
     std::string Execute(const std::string& device, const std::string& command);
+
+    // The main window's "X10" device lists functions and units in one list: a function word
+    // picks the function, any other command the unit, and each keeps the other's last pick.
+    void NoteX10Command(const std::string& command);
+    const std::string& x10Unit() const { return x10Unit_; }
+    int x10Function() const { return x10Function_; }
 
     // What the last infrared send put on the air: the padded cell string, the pulse length
     // and the number of data bits of the code. Empty / 0 when the last run sent no code.
@@ -68,6 +72,8 @@ private:
     std::string Dimmer(const std::string& command);
     // False when the library could not be called.
     bool Send(const std::string& cells, int pulseLength);
+    // The send error with the library's own words for what went wrong.
+    std::string SendError() const;
 
     Context& ctx_;
     SerialPort& serial_;
@@ -77,6 +83,8 @@ private:
     std::string lastCells_;
     int lastPulseLength_ = 0;
     int lastBitCount_ = 0;
+    std::string x10Unit_;
+    int x10Function_ = kX10On;
 };
 
 } // namespace quenix

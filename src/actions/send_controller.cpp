@@ -11,7 +11,8 @@ namespace {
 
 // The IRMan receiver is powered from DTR.
 constexpr int kIrManInterface = 2;
-constexpr std::uint32_t kNormalField = 0xFFFFFF;
+
+bool IsX10Device(const std::string& device) { return ToLower(device) == "x10"; }
 
 } // namespace
 
@@ -40,20 +41,9 @@ void SendController::onSendButton() {
     const std::string device = ctx_.config.currentDevice;
     const std::string command = ctx_.config.currentCommand;
     const bool special = IsSpecialSendDevice(device);
-    if (!special) {
-        const std::string c = ToLower(Trim(command));
-        if (c.empty() || c == "empty") {
-            view_.setStatus(kNoCommandSelected);
-            return;
-        }
-        if (view_.color("CodeStr", View::ColorRole::Background) == kRed) {
-            view_.setStatus(kNotValidated);
-            return;
-        }
-        if (Trim(view_.text("CodeStr")).empty()) {
-            view_.setStatus(kNothingToSend);
-            return;
-        }
+    if (const char* refusal = special ? x10Refusal() : codeRefusal()) {
+        view_.setStatus(refusal);
+        return;
     }
 
     view_.setEnabled("SendButton", false);
@@ -74,15 +64,39 @@ void SendController::onSendButton() {
     if (ctx_.monitoring) view_.setTimerEnabled("IRMonTimer", true);
 }
 
+const char* SendController::codeRefusal() const {
+    const std::string& device = ctx_.config.currentDevice;
+    const std::string c = ToLower(Trim(ctx_.config.currentCommand));
+    if (c.empty() || c == "empty") return kNoCommandSelected;
+    // The checks look at the code that will go out: the record panel's for the recorded
+    // command, the file's for a stored one; the mouse and the keyboard need none.
+    if (c == "recorded") {
+        if (view_.color("CodeStr", View::ColorRole::Background) == kRed) return kNotValidated;
+        if (Trim(view_.text("CodeStr")).empty()) return kNothingToSend;
+        return nullptr;
+    }
+    const std::string d = ToLower(device);
+    if (d == "mouse" || d == "keyboard") return nullptr;
+    return StoredCode(ctx_.config.text(), device, ctx_.config.currentCommand).empty() ? kNothingToSend : nullptr;
+}
+
+const char* SendController::x10Refusal() {
+    if (!IsX10Device(ctx_.config.currentDevice) || !ctx_.settings().x10Ena) return nullptr;
+    executor_.NoteX10Command(ctx_.config.currentCommand);
+    return executor_.x10Unit().empty() ? kX10NoUnit : nullptr;
+}
+
 void SendController::onCommandSelected() {
-    const std::string device = ctx_.config.currentDevice;
-    const std::string lower = ToLower(device);
-    if (IsSpecialSendDevice(device) || lower == "recorded" || lower == "mouse" || lower == "keyboard") return;
-    std::string code = StoredCode(ctx_.config.text(), device, ctx_.config.currentCommand);
-    if (code.empty()) return;
-    // A stored code was validated when it was learned.
-    view_.setText("CodeStr", code);
-    view_.setColor("CodeStr", View::ColorRole::Background, kNormalField);
+    if (!IsX10Device(ctx_.config.currentDevice)) return;
+    executor_.NoteX10Command(ctx_.config.currentCommand);
+    const std::string function = X10FunctionName(executor_.x10Function());
+    const std::string& unit = executor_.x10Unit();
+    view_.setStatus(unit.empty() ? "X10 " + function + ": select the unit too."
+                                 : "X10 unit " + unit + ", function " + function + ".");
+}
+
+void SendController::showDimLevel() {
+    view_.setText("DIMLabel", std::to_string(view_.currentIndex("DIMScroll")) + "%");
 }
 
 } // namespace quenix

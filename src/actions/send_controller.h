@@ -17,6 +17,7 @@ class View;
 inline constexpr const char* kNoCommandSelected = "There is no command selected!";
 inline constexpr const char* kNotValidated = " The received command is not yet validated!";
 inline constexpr const char* kNothingToSend = "Nothing to be send!";
+inline constexpr const char* kX10NoUnit = "Select the X10 unit in the list first.";
 
 // One display sample of the waveform lasts this long.
 inline constexpr int kDisplaySampleUs = 55;
@@ -38,12 +39,19 @@ public:
     SendController(Context& ctx, View& view, SerialPort& serial, CommandExecutor& executor, Hooks hooks = {});
 
     void onSendButton();
-    // A command of an infrared device was selected: its stored code goes to the code field.
+    // A click in the command list. The code field keeps a fresh recording: a stored command's
+    // code is read from the file when it is sent.
     void onCommandSelected();
+    // DIMLabel shows the dim level of DIMScroll.
+    void showDimLevel();
 
     Hooks& hooks() { return hooks_; }
 
 private:
+    // The status text that stops a send, or nullptr.
+    const char* codeRefusal() const;
+    const char* x10Refusal();
+
     Context& ctx_;
     View& view_;
     SerialPort& serial_;

@@ -71,6 +71,21 @@ int BinaryValue(std::string_view bits) {
     return value;
 }
 
+int X10FunctionIndex(std::string_view word) {
+    const std::string wanted = ToLower(Trim(word));
+    for (int f = kX10AllUnitsOff; f <= kX10AllLightsOff; ++f)
+        if (ToLower(X10FunctionName(f)) == wanted) return f;
+    return -1;
+}
+
+std::string X10FunctionName(int function) {
+    if (function < kX10AllUnitsOff || function > kX10AllLightsOff) return {};
+    std::string_view list = kX10FunctionList;
+    std::size_t start = 0;
+    for (int i = 0; i < function; ++i) start = list.find(',', start) + 1;
+    return std::string(list.substr(start, list.find(',', start) - start));
+}
+
 X10Bytes MakeX10Bytes(int house, int unit, int function, int dimLevel) {
     X10Bytes b;
     int header = 4;
@@ -147,17 +162,13 @@ std::string X10Names::SectionLines() const {
     return out;
 }
 
-std::string X10Action(Context& ctx, SerialPort& serial, const std::string& device, const std::string& command,
+std::string X10Action(Context& ctx, SerialPort& serial, const std::string& unitName, const std::string& command,
                       int function, int dimLevel) {
     if (!EnsureX10Port(ctx, serial, false)) return kX10PortError;
     ctx.beepIfOn(5000, 50);
     PortHandle h = ctx.x10PortHandle;
     serial.ConfigureComPort(4800, 8, h);
 
-    // The device reaches us as "x10&" + the unit's name (or "x10-name"): the prefix is four
-    // characters whatever its separator.
-    std::string unitName = ToLower(Trim(device));
-    unitName = unitName.size() > 4 ? unitName.substr(4) : std::string();
     int house = 0, unit = 0;
     if (!X10Names::Parse(ctx.config.text()).find(unitName, house, unit)) return kX10SendError;
 
@@ -174,7 +185,7 @@ std::string X10Action(Context& ctx, SerialPort& serial, const std::string& devic
     }
     if (!ok) return kX10SendError;
     ctx.beepIfOn(2000, 50);
-    return "X10-" + device + " " + command + ".";
+    return "X10-" + Trim(unitName) + " " + command + ".";
 }
 
 bool ResetX10(Context& ctx, SerialPort& serial) {

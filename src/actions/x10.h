@@ -18,6 +18,10 @@ class SerialPort;
 // Function codes, in the order of the main window's function list.
 enum X10Function : int { kX10AllUnitsOff = 0, kX10AllLightsOn, kX10On, kX10Off, kX10Dim, kX10Bright, kX10AllLightsOff };
 inline constexpr const char* kX10FunctionList = "All-U-Off,All-L-On,On,Off,Dim,Bri,All-L-Off,";
+// The code of a function's name ("on", "Dim" ...), or -1 for any other word.
+int X10FunctionIndex(std::string_view word);
+// The name of a function code, "" outside the list.
+std::string X10FunctionName(int function);
 
 // Dim and Bri go out in steps of at most this many percent.
 inline constexpr int kX10DimStep = 39;
@@ -64,8 +68,9 @@ private:
 };
 
 // The executor's X10 branch for an enabled X10 device: opens the port on first use, frames
-// the exchange with beeps, and splits Dim/Bri into steps. Returns the result text.
-std::string X10Action(Context& ctx, SerialPort& serial, const std::string& device, const std::string& command,
+// the exchange with beeps, and splits Dim/Bri into steps. unit: the name of the unit in [X10];
+// command: the function's word for the result text. Returns the result text.
+std::string X10Action(Context& ctx, SerialPort& serial, const std::string& unit, const std::string& command,
                       int function, int dimLevel);
 
 inline constexpr const char* kX10ResetDone = "CM11/12 interface reset OK.";

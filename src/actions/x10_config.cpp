@@ -1,7 +1,10 @@
 #include "actions/x10_config.h"
 
+#include "config/browser_controller.h"
 #include "core/text.h"
 #include "io/serial_port.h"
+
+#include <algorithm>
 
 namespace quenix {
 namespace {
@@ -33,11 +36,11 @@ void X10ConfigController::onLoad() {
     form_.setCurrentIndex(kUnits, 0);
 
     // The infrared port is offered as "Default" only: the two never hold separate handles
-    // on one port.
+    // on one port. The stored port stays offered while unplugged, so OK keeps it.
     std::vector<std::string> ports{kDefaultPort};
     int current = 0;
     for (int p = 1; p <= 30; ++p) {
-        if (p == ctx_.settings().comPort || !serial_.ComPortExists(p)) continue;
+        if (p == ctx_.settings().comPort || (p != ctx_.settings().x10Com && !serial_.ComPortExists(p))) continue;
         if (p == ctx_.settings().x10Com) current = static_cast<int>(ports.size());
         ports.push_back(ComDeviceName(p));
     }
@@ -102,42 +105,60 @@ void X10ConfigController::onDelete() {
     showName();
 }
 
-void X10ConfigController::rewriteSection() {
-    ConfigStore& cfg = ctx_.config;
-    std::string lines = names_.SectionLines();
-    int behind = cfg.Find("[X10]");
+std::string X10ConfigController::textWithNames() const {
+    const ConfigStore& cfg = ctx_.config;
+    std::string text = cfg.text();
+    const std::string lines = names_.SectionLines();
+    const int behind = cfg.Find("[X10]");
     if (behind == 0) {
         // A file without the section gets it where it belongs: ahead of [Application].
         for (std::string_view header : {"[Application]", "[Monitoring]", "[End]"}) {
-            int at = cfg.Find(header);
-            if (at == 0) continue;
-            cfg.Insert("[X10]\r\n" + lines, at - static_cast<int>(header.size()));
-            return;
+            const int at = cfg.Find(header);
+            if (at != 0) return text.insert(static_cast<std::size_t>(at - 1) - header.size(), "[X10]\r\n" + lines);
         }
-        return;
+        return text;
     }
-    const std::string& text = cfg.text();
-    std::size_t lf = text.find('\n', static_cast<std::size_t>(behind - 1));
-    int first = lf == std::string::npos ? static_cast<int>(text.size()) + 1 : static_cast<int>(lf) + 2;
-    int next = cfg.Find("[", first);
-    int last = next == 0 ? static_cast<int>(text.size()) : next - 2;
-    if (last >= first) cfg.Delete(first, last);
-    cfg.Insert(lines, first);
+    const std::size_t lf = text.find('\n', static_cast<std::size_t>(behind - 1));
+    const std::size_t first = lf == std::string::npos ? text.size() : lf + 1;
+    const std::size_t next = std::min(text.find('[', first), text.size());
+    return text.replace(first, next - first, lines);
 }
 
-void X10ConfigController::onOK() {
-    int port = selectedPort();
-    bool enabled = !form_.isChecked(kDisable);
-    rewriteSection();
+bool X10ConfigController::onOK() {
+    ConfigStore& cfg = ctx_.config;
     Settings& s = ctx_.settings();
-    if (port != s.x10Com) ctx_.x10PortHandle = 0; // reopened by the next command
+    const int port = selectedPort();
+    const bool enabled = !form_.isChecked(kDisable);
+    const std::string before = cfg.text();
+    // The section is replaced in one splice: a refused one leaves the old names in place.
+    const bool ok = cfg.SetText(textWithNames()) && cfg.SetGeneralKey("X10COM", std::to_string(port), false) &&
+                    cfg.SetGeneralKey("X10ENA", enabled ? "1" : "0", false) && cfg.SaveConfiguration();
+    if (!ctx_.Written(ok)) {
+        cfg.SetText(before); // what the disk holds; the window stays open with the edits
+        return false;
+    }
+    if (port != s.x10Com) {
+        // Give the old port back, unless it was the shared infrared one; the next command opens the new.
+        if (ctx_.x10PortHandle >= 1 && ctx_.x10PortHandle != ctx_.irPortHandle) serial_.CloseHandle(ctx_.x10PortHandle);
+        ctx_.x10PortHandle = kNoPort;
+    }
     s.x10Com = port;
     s.x10Ena = enabled;
-    ctx_.config.SetGeneralKey("X10COM", std::to_string(port));
-    ctx_.config.SetGeneralKey("X10ENA", enabled ? "1" : "0");
-    ctx_.config.SaveConfiguration();
     saved_ = true;
+    refreshMainList();
     main_.setStatus("X10 configuration saved OK.");
+    return true;
+}
+
+void X10ConfigController::refreshMainList() {
+    if (KindOfDevice(ctx_.config.currentDevice) != DeviceKind::X10) return;
+    const std::vector<std::string> list = BrowserController(ctx_, main_).CommandsOf(ctx_.config.currentDevice);
+    if (list.empty()) return;
+    const auto it = std::find(list.begin(), list.end(), ctx_.config.currentCommand);
+    const int row = it == list.end() ? 0 : static_cast<int>(it - list.begin());
+    main_.setItems("SendCmd", list);
+    main_.setCurrentIndex("SendCmd", row);
+    ctx_.config.currentCommand = list[static_cast<std::size_t>(row)];
 }
 
 void X10ConfigController::onReset() {

@@ -22,8 +22,9 @@ public:
     void onHouseOrUnitSelected();
     void onAdd();
     void onDelete();
-    // Saves and reports; the window closes afterwards.
-    void onOK();
+    // Saves and reports; true when the window may close. A refused save keeps the window
+    // and the file as they were.
+    bool onOK();
     void onReset();
     // The window closes without OK.
     void onClose();
@@ -37,7 +38,10 @@ private:
     void showName();
     bool ask(const std::string& question);
     void refuse(const std::string& text);
-    void rewriteSection();
+    // The configuration text with the [X10] section holding names_.
+    std::string textWithNames() const;
+    // The main window's list of X10 functions and units, when it shows them.
+    void refreshMainList();
 
     Context& ctx_;
     SerialPort& serial_;

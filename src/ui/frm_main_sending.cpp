@@ -26,6 +26,9 @@ void FrmMain::wireSending(Io io) {
     connect(send, &QPushButton::clicked, this, [this] { sender_->onSendButton(); });
     // After the browser has made the command current.
     connect(commands_, &QListWidget::currentRowChanged, this, [this] { sender_->onCommandSelected(); });
+    if (auto* dim = findChild<QScrollBar*>("DIMScroll"))
+        connect(dim, &QScrollBar::valueChanged, this, [this] { sender_->showDimLevel(); });
+    sender_->showDimLevel();
 }
 
 } // namespace quenix

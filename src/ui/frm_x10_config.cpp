@@ -87,8 +87,7 @@ void ShowX10ConfigForm(Context& ctx, SerialPort& serial, View& mainView, QWidget
     QObject::connect(del, &QPushButton::clicked, &dialog, [&] { controller.onDelete(); });
     QObject::connect(reset, &QPushButton::clicked, &dialog, [&] { controller.onReset(); });
     QObject::connect(ok, &QPushButton::clicked, &dialog, [&] {
-        controller.onOK();
-        dialog.accept();
+        if (controller.onOK()) dialog.accept();
     });
     QObject::connect(cancel, &QPushButton::clicked, &dialog, &QDialog::reject);
     dialog.exec();

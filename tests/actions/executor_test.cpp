@@ -1,4 +1,11 @@
-#include "send_rig.h"
+#include "actions/executor.h"
+#include "actions/send_controller.h"
+#include "config/context.h"
+#include "io/serial_port.h"
+#include "support/fakes.h"
+#include "support/sim_serial.h"
+
+#include <gtest/gtest.h>
 
 namespace quenix::testing {
 namespace {
@@ -10,6 +17,70 @@ const char* kConfig = "[General]\r\n"
                       "[TV]\r\nGPROTO=0\r\nSENDPLS=560\r\nREPEAT=0\r\nBITG=111111111111111100000000\r\n"
                       "BIT0=10\r\nBIT1=1000\r\nGREPEAT=0\r\nG00000000,Power\r\n[Monitoring]\r\n[End]\r\n";
 
+using Beeps = std::vector<std::pair<int, int>>;
+const Beeps kFramed{{5000, 50}, {2000, 50}};
+
+// The executor and the Send button on a simulated COM1 and a fake capture library; the other
+// actions only record what they were asked.
+struct SendRig {
+    explicit SendRig(const std::string& config = kConfig) {
+        EXPECT_TRUE(store.SetText(config));
+        ctx.settings().irOutEna = true;
+        driver.port(1).dtr = true; // as the receiver side leaves it
+        ctx.irPortHandle = serial.OpenComPort(1);
+        view.setTimerEnabled("IRMonTimer", true);
+        send.hooks().drawWaveform = [this](const std::string& samples) {
+            // Sent, but the window is not handed back yet.
+            EXPECT_FALSE(view.isEnabled("SendButton") || view.isTimerEnabled("IRMonTimer"));
+            drawn.push_back(samples);
+        };
+    }
+    ActionBackends Backends() {
+        auto record = [this](std::string kind, std::string answer) {
+            return [this, kind, answer](const std::string& c) {
+                calls.push_back(kind + ":" + c);
+                return answer.empty() ? answer : answer + " " + c;
+            };
+        };
+        return {[this](const std::string& unit, const std::string& c, int f, int level) {
+                    calls.push_back("x10:" + unit + ":" + c + ":" + std::to_string(f) + ":" + std::to_string(level));
+                    return std::string("X10 done");
+                },
+                record("mouse", "Mouse"), record("keyboard", ""), record("application", "Started"),
+                record("winamp", "Winamp")};
+    }
+    std::vector<std::vector<std::uint8_t>> sentBytes() const {
+        std::vector<std::vector<std::uint8_t>> out;
+        for (const auto& s : library.sends) out.push_back(s.bytes);
+        return out;
+    }
+    std::vector<bool> dtr() {
+        std::vector<bool> out;
+        for (const LineChange& c : driver.port(1).changes)
+            if (c.line == "DTR") out.push_back(c.on);
+        return out;
+    }
+    void pick(const std::string& device, const std::string& command) {
+        store.currentDevice = device;
+        store.currentCommand = command;
+    }
+
+    ConfigStore store;
+    FakeClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    SimClock simClock;
+    SimSerialDriver driver{simClock};
+    SerialPort serial{driver};
+    FakeCaptureLibrary library;
+    FakeView view;
+    std::vector<std::string> calls; // "kind:command"
+    CommandExecutor exec{ctx, serial, library, view, Backends()};
+    SendController send{ctx, view, serial, exec};
+    std::vector<std::string> drawn;
+};
+
 // With the TxD carrier every run puts the port back to 115200 baud, 6 bits, whatever the device.
 TEST(Executor, DispatchByNameAndFlagFallsThroughToInfrared) {
     struct Row {
@@ -17,8 +88,10 @@ TEST(Executor, DispatchByNameAndFlagFallsThroughToInfrared) {
         bool flag, irOut;
         const char *result, *call;
     } rows[] = {
-        {"X10-Kitchen", "Dim", true, false, "X10 done", "x10:X10-Kitchen:Dim:4:37"},
-        {"x10&lamp", "whatever", true, false, "X10 done", "x10:x10&lamp:whatever:2:37"},
+        {"X10-Kitchen", "Dim", true, false, "X10 done", "x10:Kitchen:Dim:4:37"},
+        {"x10&lamp", "whatever", true, false, "X10 done", "x10:lamp:whatever:2:37"},
+        // The main window's device: the command is a function, the unit is the last one picked.
+        {"X10", "Off", true, false, "X10 done", "x10::Off:3:37"},
         {"X10-Kitchen", "On", false, false, "Infrared output is disabled!", ""},
         {"Mouse", "LEFT", true, false, "Mouse LEFT", "mouse:LEFT"},
         {"mouse", "LEFT", false, false, "Infrared output is disabled!", ""},
@@ -30,7 +103,7 @@ TEST(Executor, DispatchByNameAndFlagFallsThroughToInfrared) {
     };
     for (const Row& r : rows) {
         SCOPED_TRACE(std::string(r.device) + " " + r.command);
-        SendRig rig(kConfig);
+        SendRig rig;
         Settings& s = rig.ctx.settings();
         s.x10Ena = s.mouseEna = s.keyboardEna = s.applicationEna = s.winampEna = r.flag;
         s.irOutEna = r.irOut;
@@ -65,7 +138,7 @@ TEST(Executor, ChecksPadsPacksAndBeeps) {
     };
     for (const Row& r : rows) {
         SCOPED_TRACE(r.command);
-        SendRig rig(kConfig);
+        SendRig rig;
         rig.ctx.settings().beepOn = true;
         rig.ctx.txdOutput = 1;
         EXPECT_EQ(rig.exec.Execute(r.device, r.command), r.result);
@@ -82,14 +155,17 @@ TEST(Executor, ChecksPadsPacksAndBeeps) {
     }
 }
 
-TEST(Executor, LibraryFailureGivesTheSendErrorWithoutSecondBeep) {
+TEST(Executor, AMissingLibraryIsNamedWithoutSecondBeep) {
     for (const char* device : {"Raw", "IR Dimmer"}) {
-        SendRig rig(kConfig);
+        SendRig rig;
         rig.ctx.settings().beepOn = rig.ctx.settings().irDimEna = true;
         rig.library.missing = true;
-        EXPECT_EQ(rig.exec.Execute(device, "Six"), "Error sending infrared command!");
+        rig.pick(device, "Six");
+        rig.send.onSendButton();
+        EXPECT_EQ(rig.view.text("StatusBar"), "Error sending infrared command! " + rig.library.error());
+        EXPECT_FALSE(rig.library.error().empty());
         EXPECT_EQ(rig.beeper.beeps, (Beeps{{5000, 50}}));
-        EXPECT_TRUE(rig.exec.lastCells().empty());
+        EXPECT_TRUE(rig.exec.lastCells().empty() && rig.drawn.empty());
     }
 }
 
@@ -106,7 +182,7 @@ TEST(Executor, RecordedCommandComesFromTheRecordPanel) {
     };
     for (const Row& r : rows) {
         SCOPED_TRACE(std::string(r.protocol) + "/" + r.code);
-        SendRig rig(kConfig);
+        SendRig rig;
         rig.view.setText("ProtocolName", r.protocol);
         rig.view.setText("CodeStr", r.code);
         rig.view.setText("SendPulse", "600");
@@ -127,7 +203,7 @@ TEST(Executor, DimmerBurstsAndPauses) {
     } rows[] = {{"g1", 20, 500}, {"G1", 20, 500}, {"ON/OFF", 200, 1000}};
     for (const Row& r : rows) {
         SCOPED_TRACE(r.command);
-        SendRig rig(kConfig);
+        SendRig rig;
         rig.ctx.settings().beepOn = rig.ctx.settings().irDimEna = true;
         EXPECT_EQ(rig.exec.Execute("IR Dimmer", r.command), "IR Dimmer command executed OK.");
         EXPECT_EQ(rig.sentBytes(), (std::vector<std::vector<std::uint8_t>>{std::vector<std::uint8_t>(150, 0x55),
@@ -137,8 +213,90 @@ TEST(Executor, DimmerBurstsAndPauses) {
         EXPECT_EQ(rig.beeper.beeps, kFramed);
     }
     // Without the dimmer option it is one more infrared device, and it has no section.
-    SendRig rig(kConfig);
+    SendRig rig;
     EXPECT_EQ(rig.exec.Execute("ir dimmer", "g1"), "No code to be send!");
+}
+
+// The code checks look at the code that would go out: the record panel's for the recorded
+// command, the file's for a stored one.
+TEST(SendButton, RefusesWithoutAUsableCode) {
+    struct Row {
+        const char *device, *command, *code;
+        std::uint32_t background;
+        const char* status;
+    } rows[] = {
+        {"TV", "", "G1011001101", 0xFFFFFF, "There is no command selected!"},
+        {"TV", "  Empty ", "G1011001101", 0xFFFFFF, "There is no command selected!"},
+        {"mouse", "EMPTY", "", 0xFFFFFF, "There is no command selected!"},
+        {"Recorded", "Recorded", "G1011001101", 0xFF0000, " The received command is not yet validated!"},
+        {"Recorded", "Recorded", "   ", 0x00FF00, "Nothing to be send!"},
+        {"TV", "Mute", "G1011001101", 0x00FF00, "Nothing to be send!"}, // the field's code is not Mute's
+        {"X10", "All-U-Off", "", 0xFFFFFF, "Select the X10 unit in the list first."},
+    };
+    for (const Row& r : rows) {
+        SCOPED_TRACE(std::string(r.device) + " " + r.command);
+        SendRig rig;
+        rig.ctx.settings().x10Ena = true;
+        rig.pick(r.device, r.command);
+        rig.view.setText("CodeStr", r.code);
+        rig.view.setColor("CodeStr", View::ColorRole::Background, r.background);
+        rig.send.onSendButton();
+        EXPECT_EQ(rig.view.text("StatusBar"), r.status);
+        EXPECT_TRUE(rig.library.sends.empty() && rig.drawn.empty() && rig.calls.empty());
+        EXPECT_TRUE(rig.view.isTimerEnabled("IRMonTimer"));
+        EXPECT_EQ(rig.dtr(), std::vector<bool>{false});
+    }
+}
+
+// As at start-up, nothing was clicked: the command shown is sent from the file, and a fresh
+// recording in the code field, not yet saved, stays there.
+TEST(SendButton, SendsTheShownCommandAndKeepsTheRecording) {
+    struct Row {
+        int interfaceType;
+        bool monitoring;
+        std::vector<bool> dtr;
+    } rows[] = {{2, true, {false, true}}, {0, false, {false}}};
+    for (const Row& r : rows) {
+        SCOPED_TRACE(r.interfaceType);
+        SendRig rig("[General]\r\n[TV]\r\nGPROTO=3\r\nSENDPLS=550\r\nREPEAT=0\r\nBITG=\r\nBIT0=0\r\nBIT1=1\r\n"
+                    "GREPEAT=0\r\nG1011001101,Power\r\n[Monitoring]\r\n[End]\r\n");
+        rig.ctx.interfaceType = r.interfaceType;
+        rig.ctx.monitoring = r.monitoring;
+        rig.pick("TV", "Power");
+        rig.view.setText("CodeStr", "G111000111000");
+        rig.view.setColor("CodeStr", View::ColorRole::Background, 0x00FF00);
+        rig.send.onCommandSelected();
+        rig.send.onSendButton();
+        EXPECT_EQ(rig.view.text("StatusBar"), "TV Power executed.");
+        EXPECT_EQ(rig.sentBytes(), (std::vector<std::vector<std::uint8_t>>{{0xB3, 0x40}}));
+        EXPECT_EQ(rig.view.text("CodeStr"), "G111000111000");
+        EXPECT_EQ(rig.view.color("CodeStr", View::ColorRole::Background), 0x00FF00u);
+        EXPECT_EQ(rig.view.text("IRCommand"), "TV&&Power");
+        EXPECT_EQ(rig.view.text("BitNr"), "10");
+        // 16 padded cells and one closing cell, ten 55 us samples each.
+        EXPECT_EQ(rig.drawn, std::vector<std::string>{SentSamples("1011001101000000", 550)});
+        EXPECT_EQ(rig.dtr(), r.dtr);
+        EXPECT_TRUE(rig.view.isEnabled("SendButton"));
+        EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), r.monitoring);
+    }
+    // Special devices skip the code checks and draw nothing.
+    SendRig rig;
+    rig.ctx.settings().winampEna = true;
+    rig.pick("Winamp", "");
+    rig.view.setColor("CodeStr", View::ColorRole::Background, 0xFF0000);
+    rig.send.onSendButton();
+    EXPECT_EQ(rig.calls, std::vector<std::string>{"winamp:"});
+    EXPECT_EQ(rig.view.text("IRCommand"), "Winamp&&");
+    EXPECT_TRUE(rig.drawn.empty());
+}
+
+TEST(SendButton, DisplaySamplesRoundThePulseLength) {
+    struct Row {
+        const char* cells;
+        int pulse;
+        const char* samples;
+    } rows[] = {{"10", 110, "110000"}, {"1", 137, "1100"}, {"01", 138, "000111000"}, {"", 550, "0000000000"}};
+    for (const Row& r : rows) EXPECT_EQ(SentSamples(r.cells, r.pulse), r.samples) << r.cells << "@" << r.pulse;
 }
 
 } // namespace

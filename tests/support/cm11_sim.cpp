@@ -1,4 +1,4 @@
-#include "cm11_sim.h"
+#include "support/cm11_sim.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -67,7 +67,7 @@ void Cm11Sim::onByte(std::uint8_t b, std::int64_t now) {
             if (!function) lastHouse_ = e.houseCode;
             events.push_back(e);
             std::int64_t at = now;
-            bool late = fault == Fault::LateReady && spoil();
+            bool late = (fault == Fault::LateReady || (fault == Fault::LateFunctionReady && function)) && spoil();
             if (fault == Fault::Silent && spoil()) {
                 state_ = State::Header;
                 return;

@@ -2,6 +2,7 @@
 
 // A CM11 interface on the far end of a pty. It checks every byte as the interface does and
 // answers as it does; its time is the test's virtual clock, which drives it on each sleep.
+// Tests link its slave as com<n> in a program folder.
 
 #include "core/clock.h"
 
@@ -14,7 +15,8 @@ namespace quenix::testing {
 
 class Cm11Sim {
 public:
-    enum class Fault { None, Silent, TwoBytes, WrongChecksum, LateReady };
+    // LateFunctionReady: only the ready after a function is late, as on a slow power line.
+    enum class Fault { None, Silent, TwoBytes, WrongChecksum, LateReady, LateFunctionReady };
 
     struct Event {
         enum Kind { Address, Function, ClockSet } kind;
@@ -36,7 +38,7 @@ public:
 
     Fault fault = Fault::None;
     int faultyAnswers = 1 << 30; // how many answers the fault spoils before it heals
-    int readyDelayMs = 0;        // LateReady: the ready byte comes this late
+    int readyDelayMs = 0;        // LateReady, LateFunctionReady: the ready byte comes this late
 
     std::vector<Event> events;            // what went out on the power line
     std::vector<std::string> complaints;  // bytes the interface would not accept
