@@ -10,8 +10,8 @@ DesktopActions::DesktopActions(Context& ctx, SerialPort& serial, SoundPlayer& so
 
 DesktopActions::~DesktopActions() = default;
 
-std::string DesktopActions::x10(const std::string& device, const std::string& command, int function, int dimLevel) {
-    return X10Action(ctx_, serial_, device, command, function, dimLevel);
+std::string DesktopActions::x10(const std::string& unit, const std::string& command, int function, int dimLevel) {
+    return X10Action(ctx_, serial_, unit, command, function, dimLevel);
 }
 
 std::string DesktopActions::mouse(const std::string& command) {
@@ -25,7 +25,7 @@ std::string DesktopActions::mouse(const std::string& command) {
 std::string DesktopActions::keyboard(const std::string& command) { return KeyboardAction(command); }
 
 std::string DesktopActions::application(const std::string& command) {
-    if (!launcher_) launcher_ = MakeSystemLauncher();
+    if (!launcher_) launcher_ = MakeSystemLauncher(ctx_.config.folder());
     return ApplicationAction(ctx_, *launcher_, sound_, command);
 }
 

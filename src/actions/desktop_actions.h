@@ -27,8 +27,8 @@ public:
     DesktopActions(const DesktopActions&) = delete;
     DesktopActions& operator=(const DesktopActions&) = delete;
 
-    // function: the index in the main window's X10 function list; dimLevel: 0..100.
-    std::string x10(const std::string& device, const std::string& command, int function, int dimLevel);
+    // unit: a name in [X10]; function: the index in the X10 function list; dimLevel: 0..100.
+    std::string x10(const std::string& unit, const std::string& command, int function, int dimLevel);
     std::string mouse(const std::string& command);
     std::string keyboard(const std::string& command);
     std::string application(const std::string& command);

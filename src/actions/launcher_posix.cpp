@@ -1,64 +1,100 @@
 #include "actions/launcher.h"
 
+#include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
-#include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <vector>
-
-extern char** environ;
 
 namespace quenix {
 namespace {
 
+bool Runnable(const std::string& path) {
+    struct stat st {};
+    return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && access(path.c_str(), X_OK) == 0;
+}
+
 class PosixLauncher final : public ProgramLauncher {
 public:
-    ~PosixLauncher() override { reap(); }
+    explicit PosixLauncher(std::string folder) : folder_(std::move(folder)) {}
+
+    std::string program(const std::string& commandLine) const override {
+        std::vector<std::string> words = ProgramWords(commandLine, [this](const std::string& n) { return locate(n); });
+        return words.empty() ? std::string() : words[0];
+    }
 
     bool start(const std::string& commandLine, bool shown) override {
-        reap();
-        std::vector<std::string> words = SplitCommandLine(commandLine);
-        if (words.empty()) return false;
+        std::vector<std::string> words = ProgramWords(commandLine, [this](const std::string& n) { return locate(n); });
+        if (words.empty() || words[0].empty()) return false;
         std::vector<char*> argv;
         for (std::string& w : words) argv.push_back(w.data());
         argv.push_back(nullptr);
 
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        if (!shown) {
-            // No terminal for a hidden program: it neither reads nor writes ours.
-            for (int fd = 0; fd <= 2; ++fd)
-                posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", fd == 0 ? O_RDONLY : O_WRONLY, 0);
+        // The program reports a failed exec through this pipe; it closes unread when the exec works.
+        int report[2];
+        if (pipe2(report, O_CLOEXEC) != 0) return false;
+        // No terminal for a hidden program: it neither reads nor writes ours.
+        const int devnull = shown ? -1 : open("/dev/null", O_RDWR | O_CLOEXEC);
+        const pid_t middle = fork();
+        if (middle == 0) {
+            // The middle child leaves at once, so the program is adopted and reaped by init:
+            // nothing it leaves behind waits here as a zombie. Only async-signal-safe calls.
+            setsid();
+            const pid_t pid = fork();
+            if (pid == 0) {
+                if (devnull >= 0)
+                    for (int fd = 0; fd <= 2; ++fd) dup2(devnull, fd);
+                execv(argv[0], argv.data());
+            }
+            if (pid > 0) _exit(0);
+            const int err = errno; // the fork or the exec failed
+            (void)!write(report[1], &err, sizeof err);
+            _exit(127);
         }
-        posix_spawnattr_t attr;
-        posix_spawnattr_init(&attr);
-        posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSID); // it outlives a closed terminal
-        pid_t pid = 0;
-        int rc = posix_spawnp(&pid, argv[0], &actions, &attr, argv.data(), environ);
-        posix_spawnattr_destroy(&attr);
-        posix_spawn_file_actions_destroy(&actions);
-        if (rc != 0) return false;
-        children_.push_back(pid);
-        return true;
+        close(report[1]);
+        if (devnull >= 0) close(devnull);
+        if (middle < 0) {
+            close(report[0]);
+            return false;
+        }
+        while (waitpid(middle, nullptr, 0) < 0 && errno == EINTR) {
+        }
+        int err = 0;
+        ssize_t n;
+        while ((n = read(report[0], &err, sizeof err)) < 0 && errno == EINTR) {
+        }
+        close(report[0]);
+        return n == 0;
     }
 
 private:
-    // Collects the programs that have ended, without waiting for the others.
-    void reap() {
-        std::vector<pid_t> running;
-        for (pid_t pid : children_) {
-            int status = 0;
-            if (waitpid(pid, &status, WNOHANG) == 0) running.push_back(pid);
+    // A path as it is (a relative one from the program folder first), a bare name beside the
+    // program, else on PATH.
+    std::string locate(const std::string& name) const {
+        if (name.empty()) return {};
+        const std::string beside = folder_.empty() || name[0] == '/' ? std::string() : folder_ + "/" + name;
+        if (!beside.empty() && Runnable(beside)) return beside;
+        if (name.find('/') != std::string::npos) return Runnable(name) ? name : std::string();
+        const char* env = std::getenv("PATH");
+        const std::string path = env ? env : "/usr/local/bin:/usr/bin:/bin";
+        for (std::size_t start = 0; start <= path.size();) {
+            std::size_t colon = path.find(':', start);
+            if (colon == std::string::npos) colon = path.size();
+            const std::string candidate = path.substr(start, colon - start) + "/" + name;
+            if (colon > start && Runnable(candidate)) return candidate;
+            start = colon + 1;
         }
-        children_.swap(running);
+        return {};
     }
 
-    std::vector<pid_t> children_;
+    std::string folder_;
 };
 
 } // namespace
 
-std::unique_ptr<ProgramLauncher> MakeSystemLauncher() { return std::make_unique<PosixLauncher>(); }
+std::unique_ptr<ProgramLauncher> MakeSystemLauncher(const std::string& programFolder) {
+    return std::make_unique<PosixLauncher>(programFolder);
+}
 
 } // namespace quenix

@@ -9,6 +9,12 @@ namespace {
 
 class Win32Launcher final : public ProgramLauncher {
 public:
+    // CreateProcessA finds the program itself, beside ours first.
+    std::string program(const std::string& commandLine) const override {
+        std::vector<std::string> words = SplitCommandLine(commandLine);
+        return words.empty() ? std::string() : words[0];
+    }
+
     bool start(const std::string& commandLine, bool shown) override {
         STARTUPINFOA si{};
         si.cb = sizeof si;
@@ -26,6 +32,6 @@ public:
 
 } // namespace
 
-std::unique_ptr<ProgramLauncher> MakeSystemLauncher() { return std::make_unique<Win32Launcher>(); }
+std::unique_ptr<ProgramLauncher> MakeSystemLauncher(const std::string&) { return std::make_unique<Win32Launcher>(); }
 
 } // namespace quenix

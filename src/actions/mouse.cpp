@@ -10,6 +10,11 @@ clsMouse::Point clsMouse::Position() {
     return p;
 }
 
+bool clsMouse::Available() {
+    int x = 0, y = 0;
+    return driver_.cursorPos(x, y);
+}
+
 int clsMouse::CurrentX() { return Position().x; }
 
 void clsMouse::CurrentX(int x) { driver_.setCursorPos(x, Position().y); }
@@ -55,6 +60,7 @@ void clsMouse::MouseUp(int button) {
 
 std::string MouseAction(clsMouse& mouse, const std::string& command) {
     std::string word = ToLower(command);
+    if (!mouse.Available()) return kMouseUnavailable;
     if (word == "left click") {
         mouse.Click(1);
         return "Mouse left click";

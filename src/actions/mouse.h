@@ -34,6 +34,9 @@ class clsMouse {
 public:
     explicit clsMouse(MouseDriver& driver) : driver_(driver) {}
 
+    // False when there is no pointer to move (no X display).
+    bool Available();
+
     int CurrentX();
     void CurrentX(int x);
     int CurrentY();
@@ -55,6 +58,7 @@ private:
 };
 
 inline constexpr int kMouseStep = 5;
+inline constexpr const char* kMouseUnavailable = "No mouse to control: there is no X display!";
 
 // The mouse device's commands; the result text, empty for an unknown word.
 std::string MouseAction(clsMouse& mouse, const std::string& command);

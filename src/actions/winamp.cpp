@@ -45,18 +45,16 @@ std::string SongAtCursor(clsWinamp& w) {
 
 namespace {
 
-void MoveByCursor(clsWinamp& w) {
-    if (w.cursor > 0) {
-        for (int i = 0; i < w.cursor; ++i) w.CommandNextSong();
-    } else if (w.cursor < 0) {
-        for (int i = 0; i < -w.cursor; ++i) w.CommandPrevSong();
-    } else {
-        w.CommandPlay();
-    }
+bool MoveByCursor(clsWinamp& w) {
+    bool ok = true;
+    for (int i = 0; i < w.cursor; ++i) ok = w.CommandNextSong() && ok;
+    for (int i = 0; i > w.cursor; --i) ok = w.CommandPrevSong() && ok;
+    return w.cursor != 0 ? ok : w.CommandPlay();
 }
 
 // After a transport word the player has moved: name the song it plays now.
-std::string Transport(clsWinamp& w, const char* symbol) {
+std::string Transport(clsWinamp& w, bool pressed, const char* symbol) {
+    if (!pressed) return kWinampInvalid;
     w.cursor = 0;
     w.RefreshPlaylist();
     return symbol + SongAtCursor(w);
@@ -79,44 +77,21 @@ const ToggleWord kButtons[] = {
     {"time remaining", kWinampTimeRemaining, "Winamp TIME REMAINING OK."},
 };
 
+// A word whose button the player lacks did nothing: it answers kWinampInvalid.
 std::string RunWord(clsWinamp& w, const std::string& word, bool startedNow) {
-    if (word == "power on") {
-        if (!startedNow) w.StartPlayer();
-        return "Winamp STARTED.";
-    }
-    if (word == "power off") {
-        w.CommandCloseWinamp();
-        return "Winamp CLOSED.";
-    }
-    if (word == "play") {
-        MoveByCursor(w);
-        return Transport(w, "(>)  ");
-    }
+    if (word == "power on") return startedNow || w.StartPlayer() ? "Winamp STARTED." : kWinampNotRunning;
+    if (word == "power off") return w.CommandCloseWinamp() ? "Winamp CLOSED." : kWinampInvalid;
+    if (word == "play") return Transport(w, MoveByCursor(w), "(>)  ");
     if (word == "stop") {
-        w.CommandStop();
+        if (!w.CommandStop()) return kWinampInvalid;
         w.cursor = 0;
         return "Stop playing.";
     }
-    if (word == "next") {
-        w.CommandNextSong();
-        return Transport(w, "(>>)  ");
-    }
-    if (word == "prev") {
-        w.CommandPrevSong();
-        return Transport(w, "(<<)  ");
-    }
-    if (word == "pause") {
-        w.CommandPause();
-        return Transport(w, "(||)  ");
-    }
-    if (word == "ffw") {
-        w.PressButton(kWinampForward);
-        return Transport(w, "(>>)  ");
-    }
-    if (word == "rew") {
-        w.PressButton(kWinampRewind);
-        return Transport(w, "(<<)  ");
-    }
+    if (word == "next") return Transport(w, w.CommandNextSong(), "(>>)  ");
+    if (word == "prev") return Transport(w, w.CommandPrevSong(), "(<<)  ");
+    if (word == "pause") return Transport(w, w.CommandPause(), "(||)  ");
+    if (word == "ffw") return Transport(w, w.PressButton(kWinampForward), "(>>)  ");
+    if (word == "rew") return Transport(w, w.PressButton(kWinampRewind), "(<<)  ");
     struct Step {
         const char* word;
         int by;
@@ -128,15 +103,14 @@ std::string RunWord(clsWinamp& w, const std::string& word, bool startedNow) {
         }
     }
     if (word == "volup" || word == "voldown") {
-        bool up = word == "volup";
-        for (int i = 0; i < 5; ++i) w.PressButton(up ? kWinampVolumeUp : kWinampVolumeDown);
+        const bool up = word == "volup";
+        bool ok = true;
+        for (int i = 0; i < 5; ++i) ok = w.PressButton(up ? kWinampVolumeUp : kWinampVolumeDown) && ok;
+        if (!ok) return kWinampInvalid;
         return up ? "VOLUME UP 10% OK." : "VOLUME DOWN 10% OK.";
     }
     for (const ToggleWord& t : kButtons) {
-        if (word == t.word) {
-            w.PressButton(t.button);
-            return t.result;
-        }
+        if (word == t.word) return w.PressButton(t.button) ? t.result : kWinampInvalid;
     }
     if (word == "getname") return SongAtCursor(w);
     return kWinampInvalid;
@@ -147,10 +121,13 @@ std::string RunWord(clsWinamp& w, const std::string& word, bool startedNow) {
 std::string WinampAction(Context& ctx, clsWinamp& winamp, const std::string& command) {
     ctx.beepIfOn(5000, 50);
     bool startedNow = false;
-    if (winamp.Version() == 0) startedNow = winamp.StartPlayer();
+    if (winamp.Version() == 0) {
+        startedNow = winamp.StartPlayer();
+        if (!startedNow) return kWinampNotRunning;
+    }
     winamp.RefreshPlaylist();
     std::string result = RunWord(winamp, ToLower(command), startedNow);
-    if (result != kWinampInvalid) ctx.beepIfOn(2000, 50);
+    if (result != kWinampInvalid && result != kWinampNotRunning) ctx.beepIfOn(2000, 50);
     return result;
 }
 

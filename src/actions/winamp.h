@@ -51,9 +51,9 @@ public:
     // The playlist as m3u lines ("#EXTM3U", then "#EXTINF:..." and the file of each song) and
     // the 0-based index of the current song; nothing when the player has none to give.
     virtual std::optional<int> refreshPlaylist(const std::string& winampDir, std::vector<std::string>& lines) = 0;
-    // A button (WM_COMMAND id).
-    virtual void command(int id) = 0;
-    // Starts the player program, shown without taking the focus.
+    // A button (WM_COMMAND id); false when the player has no such button.
+    virtual bool command(int id) = 0;
+    // Starts the player program, shown without taking the focus; true once it answers.
     virtual bool startPlayer() = 0;
 };
 
@@ -83,13 +83,14 @@ public:
     int PlaylistCount() const { return static_cast<int>(playlist_.size()); }
     // Line i, 1-based; empty outside the list.
     std::string PlaylistSong(int i) const;
-    void CommandCloseWinamp() { link_.command(kWinampClose); }
-    void CommandPrevSong() { link_.command(kWinampPrev); }
-    void CommandPlay() { link_.command(kWinampPlay); }
-    void CommandPause() { link_.command(kWinampPause); }
-    void CommandStop() { link_.command(kWinampStop); }
-    void CommandNextSong() { link_.command(kWinampNext); }
-    void PressButton(int id) { link_.command(id); }
+    // Each press is false when the player has no such button.
+    bool CommandCloseWinamp() { return link_.command(kWinampClose); }
+    bool CommandPrevSong() { return link_.command(kWinampPrev); }
+    bool CommandPlay() { return link_.command(kWinampPlay); }
+    bool CommandPause() { return link_.command(kWinampPause); }
+    bool CommandStop() { return link_.command(kWinampStop); }
+    bool CommandNextSong() { return link_.command(kWinampNext); }
+    bool PressButton(int id) { return link_.command(id); }
     bool StartPlayer() { return link_.startPlayer(); }
 
     // The offset in songs from the current one, moved by the "in pl" words. It lives as
@@ -111,6 +112,7 @@ std::string CutSongName(const std::string& line);
 std::string SongAtCursor(clsWinamp& winamp);
 
 inline constexpr const char* kWinampInvalid = "Invalid Winamp command!";
+inline constexpr const char* kWinampNotRunning = "The media player is not running!";
 
 // The executor's branch for an enabled "winamp" device: the result text of the word.
 std::string WinampAction(Context& ctx, clsWinamp& winamp, const std::string& command);

@@ -4,9 +4,11 @@
 
 #include <systemd/sd-bus.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <thread>
 
 namespace quenix {
 namespace {
@@ -18,6 +20,8 @@ constexpr const char* kPlayer = "org.mpris.MediaPlayer2.Player";
 constexpr const char* kTrackList = "org.mpris.MediaPlayer2.TrackList";
 constexpr double kVolumeStep = 0.02; // five presses make the 10 % of the result text
 constexpr std::int64_t kSeekUs = 5'000'000;
+constexpr int kStartPolls = 200; // 10 s for a player to appear on the bus
+constexpr int kStartPollMs = 50;
 
 // "file:///a%20b.mp3" -> "/a b.mp3"; other text as it is.
 std::string PathOfUrl(const std::string& url) {
@@ -74,9 +78,15 @@ Track ReadMetadata(sd_bus_message* m) {
 // call; buttons without a counterpart do nothing.
 class MprisLink final : public WinampLink {
 public:
+    // The player's bus name follows its program's name: "/usr/bin/mpv --idle" is "mpv".
     explicit MprisLink(std::string winampPath) : path_(std::move(winampPath)) {
-        std::size_t sep = path_.find_last_of('/');
-        program_ = sep == std::string::npos ? path_ : path_.substr(sep + 1);
+        std::string program = launcher_->program(path_);
+        if (program.empty()) {
+            std::vector<std::string> words = SplitCommandLine(path_);
+            if (!words.empty()) program = words[0];
+        }
+        std::size_t sep = program.find_last_of('/');
+        program_ = sep == std::string::npos ? program : program.substr(sep + 1);
     }
     ~MprisLink() override { sd_bus_flush_close_unref(bus_); }
     MprisLink(const MprisLink&) = delete;
@@ -150,7 +160,7 @@ public:
         return index;
     }
 
-    void command(int id) override {
+    bool command(int id) override {
         switch (id) {
         case kWinampClose: rootCall("Quit"); break;
         case kWinampPrev: playerCall("Previous"); break;
@@ -164,11 +174,18 @@ public:
         case kWinampVolumeDown: volume(-kVolumeStep); break;
         case kWinampShuffle: toggleShuffle(); break;
         case kWinampRepeat: toggleLoop(); break;
-        default: break; // equalizer, editor, size, visualisation, time display: nothing to press
+        default: return false; // equalizer, editor, size, visualisation, time display: MPRIS has none
         }
+        return true;
     }
 
-    bool startPlayer() override { return !path_.empty() && launcher_->start(path_, true); }
+    bool startPlayer() override {
+        if (path_.empty() || !launcher_->start(path_, true)) return false;
+        // A player takes a moment to reach the bus, and one that ends at once never does.
+        for (int i = 0; i < kStartPolls && player().empty(); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(kStartPollMs));
+        return !player().empty();
+    }
 
 private:
     bool connect() {

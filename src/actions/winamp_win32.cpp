@@ -43,11 +43,17 @@ public:
         return index;
     }
 
-    void command(int id) override {
+    bool command(int id) override {
         SendMessageA(window(), kWmCommand, static_cast<WPARAM>(id), 0);
+        return true; // every button has its id
     }
 
-    bool startPlayer() override { return launcher_->start(dir_ + "winamp.exe", true); }
+    bool startPlayer() override {
+        if (!launcher_->start(dir_ + "winamp.exe", true)) return false;
+        // Its window appears a moment later; the words need it.
+        for (int i = 0; i < 100 && !window(); ++i) Sleep(100);
+        return window() != nullptr;
+    }
 
 private:
     static HWND window() { return FindWindowA("Winamp v1.x", nullptr); }

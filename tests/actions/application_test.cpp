@@ -5,9 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <sstream>
 #include <thread>
 
 namespace quenix::testing {
@@ -51,10 +55,45 @@ TEST(Application, FindsTheLineByItsName) {
     EXPECT_EQ(FindApplicationLine("[General]\r\n[End]\r\n", "Top"), std::nullopt);
 }
 
-TEST(SplitCommandLine, BlanksAndQuotes) {
-    EXPECT_EQ(SplitCommandLine("  sh -c \"echo a  b\" x"), (std::vector<std::string>{"sh", "-c", "echo a  b", "x"}));
-    EXPECT_EQ(SplitCommandLine("\"\" a"), (std::vector<std::string>{"", "a"}));
-    EXPECT_TRUE(SplitCommandLine("   ").empty());
+TEST(Launcher, ProgramAndArguments) {
+    const std::map<std::string, std::string> programs = {
+        {"/opt/My Player/player", "/opt/My Player/player"}, {"mpv", "/usr/bin/mpv"}, {"sh", "/bin/sh"}};
+    auto locate = [&](const std::string& name) {
+        auto it = programs.find(name);
+        return it == programs.end() ? std::string() : it->second;
+    };
+    using W = std::vector<std::string>;
+    struct Row {
+        const char* line;
+        W words;
+    } rows[] = {
+        {"/opt/My Player/player --x  y", {"/opt/My Player/player", "--x", "y"}}, // as written for Windows
+        {"\"/opt/My Player/player\" --x", {"/opt/My Player/player", "--x"}},
+        {"mpv --idle", {"/usr/bin/mpv", "--idle"}},
+        {"  sh -c \"echo a  b\" x", {"/bin/sh", "-c", "echo a  b", "x"}},
+        {"\"\" a", {"", "a"}},
+        {"no such", {"", "such"}},
+        {"   ", {}},
+    };
+    for (const Row& r : rows) EXPECT_EQ(ProgramWords(r.line, locate), r.words) << r.line;
+}
+
+// Zombie children of this process.
+int Zombies() {
+    int n = 0;
+    for (const auto& e : std::filesystem::directory_iterator("/proc")) {
+        std::ifstream f(e.path() / "stat");
+        std::string stat;
+        std::getline(f, stat);
+        std::size_t close = stat.rfind(')');
+        if (close == std::string::npos) continue;
+        std::istringstream rest(stat.substr(close + 2));
+        char state = 0;
+        int parent = 0;
+        rest >> state >> parent;
+        n += state == 'Z' && parent == getpid();
+    }
+    return n;
 }
 
 std::string WaitForFile(const std::filesystem::path& p) {
@@ -64,6 +103,27 @@ std::string WaitForFile(const std::filesystem::path& p) {
     std::string s;
     std::getline(f, s);
     return s;
+}
+
+// A program under a folder with blanks, its line quoted or not, and a name beside the program.
+TEST(Launcher, StartsWhatWindowsLinesNameAndLeavesNoZombies) {
+    TempDir dir;
+    std::filesystem::create_directories(dir.file("My Scripts"));
+    for (const char* script : {"My Scripts/run.sh", "beside.sh"}) {
+        dir.write(script, "#!/bin/sh\necho \"$1\" > \"" + dir.str() + "/$1\"\n");
+        std::filesystem::permissions(dir.file(script), std::filesystem::perms::owner_exec,
+                                     std::filesystem::perm_options::add);
+    }
+    auto launcher = MakeSystemLauncher(dir.str());
+    const std::string run = dir.str() + "/My Scripts/run.sh";
+    for (const std::string& line : {run + " unquoted", "\"" + run + "\" quoted", std::string("beside.sh relative")}) {
+        const std::string marker = line.substr(line.rfind(' ') + 1);
+        EXPECT_TRUE(launcher->start(line, false)) << line;
+        EXPECT_EQ(WaitForFile(dir.file(marker)), marker);
+    }
+    for (int i = 0; i < 100 && Zombies() > 0; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(Zombies(), 0);
+    EXPECT_FALSE(launcher->start("no-such-program-here", false));
 }
 
 TEST(Application, ResultsBeepsAndWhatRuns) {
@@ -79,28 +139,24 @@ TEST(Application, ResultsBeepsAndWhatRuns) {
                         d + "/missing.wav,Gone\r\n";
     ASSERT_TRUE(store.LoadFromText(Config(lines)));
     store.settings().beepOn = true;
-    auto launcher = MakeSystemLauncher();
+    auto launcher = MakeSystemLauncher(d);
     RecordingSound sound;
 
     struct Row {
         const char* command;
         std::string result;
-        bool secondBeep;
     } rows[] = {
-        {"Hidden", "Hidden executed.", true},
-        {"Shown", "Shown executed.", true},
-        {"Tone", "Tone executed.", true},
-        {"song", "File song start playing.", true},
-        {"Broken", "Error handling application!", false},
-        {"Gone", "Error handling application!", false},
-        {"Nothing", "Error handling application!", false},
+        {"Hidden", "Hidden executed."}, {"Shown", "Shown executed."},
+        {"Tone", "Tone executed."},     {"song", "File song start playing."},
+        {"Broken", kApplicationError},  {"Gone", kApplicationError},
+        {"Nothing", kApplicationError},
     };
     for (const Row& r : rows) {
         SCOPED_TRACE(r.command);
         beeper.beeps.clear();
         EXPECT_EQ(ApplicationAction(ctx, *launcher, sound, r.command), r.result);
         std::vector<std::pair<int, int>> beeps{{5000, 50}};
-        if (r.secondBeep) beeps.emplace_back(2000, 50);
+        if (r.result != kApplicationError) beeps.emplace_back(2000, 50); // no second beep on failure
         EXPECT_EQ(beeper.beeps, beeps);
     }
     EXPECT_EQ(sound.played, (std::vector<std::string>{"wav " + d + "/tone.wav", "mp3 " + d + "/song.MP3"}));

@@ -9,18 +9,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <signal.h>
 #include <thread>
 
 namespace quenix::testing {
 namespace {
-
-std::string ScriptPath() {
-    for (const char* p : {"/usr/lib/mpv-mpris/mpris.so", "/usr/lib/x86_64-linux-gnu/mpv/scripts/mpris.so",
-                          "/etc/mpv/scripts/mpris.so"}) {
-        if (std::filesystem::exists(p)) return p;
-    }
-    return {};
-}
 
 std::string Shell(const std::string& command) {
     std::string out;
@@ -53,35 +46,50 @@ bool Eventually(const std::function<bool()>& condition) {
 
 bool Contains(const std::string& s, const std::string& part) { return s.find(part) != std::string::npos; }
 
-// mpv with its MPRIS script on a session bus of the test's own, playing three generated songs.
-TEST(MprisPlayer, WordsChangeWhatThePlayerReports) {
+// The player started from the shipped WINAMPPATH= through the link, on a session bus of the
+// test's own; it loads a playlist of three generated songs. A config folder of the test's own
+// keeps it silent.
+TEST(MprisPlayer, TheShippedPlayerStartsStaysUpAndAnswers) {
     for (const char* tool : {"dbus-daemon", "dbus-send", "mpv", "sox"}) ASSERT_TRUE(HaveProgram(tool)) << tool;
-    std::string script = ScriptPath();
-    ASSERT_FALSE(script.empty()) << "mpv-mpris is not installed";
-
+    Rig rig;
     TempDir dir;
+    std::string list;
     for (const char* song : {"one", "two", "three"}) {
-        std::string cmd = "sox -n -r 22050 -c 1 " + dir.file(std::string(song) + ".wav").string() +
-                          " synth 30 sine 440 vol 0.1";
-        ASSERT_EQ(std::system(cmd.c_str()), 0);
+        std::string file = dir.file(std::string(song) + ".wav").string();
+        ASSERT_EQ(std::system(("sox -n -r 22050 -c 1 " + file + " synth 30 sine 440 vol 0.1").c_str()), 0);
+        list += file + "\n";
     }
-    ChildProcess bus({"dbus-daemon", "--session", "--nofork", "--print-address=1"}, {}, true);
+    dir.write("list.m3u", list);
+    std::filesystem::create_directories(dir.file("mpv"));
+    dir.write("mpv/mpv.conf", "ao=null\nvo=null\n");
+    setenv("XDG_CONFIG_HOME", dir.str().c_str(), 1);
+    ChildProcess bus({"dbus-daemon", "--session", "--nofork", "--print-address=1"});
     std::string address = bus.readLine(10000);
     ASSERT_FALSE(address.empty());
     setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
-    ChildProcess mpv({"mpv", "--no-config", "--no-video", "--ao=null", "--no-terminal", "--idle=yes",
-                      "--script=" + script, dir.file("one.wav").string(), dir.file("two.wav").string(),
-                      dir.file("three.wav").string()},
-                     {"DBUS_SESSION_BUS_ADDRESS=" + address});
+    struct EndPlayer { // not our child: started in a session of its own
+        ~EndPlayer() {
+            std::string pid = Shell("dbus-send --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
+                                    "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.mpris.MediaPlayer2.mpv"
+                                    " 2>/dev/null | sed -n 's/.*uint32 //p'");
+            if (std::atoi(pid.c_str()) > 0) kill(std::atoi(pid.c_str()), SIGTERM);
+            unsetenv("DBUS_SESSION_BUS_ADDRESS");
+            unsetenv("XDG_CONFIG_HOME");
+        }
+    } endPlayer;
 
-    auto link = MakeSystemWinampLink("/usr/bin/mpv");
-    clsWinamp winamp(*link, "/usr/bin/");
-    Rig rig;
+    const std::string path = rig.store.settings().winampPath;
+    auto link = MakeSystemWinampLink(path);
+    clsWinamp winamp(*link, FolderOf(path));
     auto run = [&](const char* word) { return WinampAction(rig.ctx, winamp, word); };
     auto status = [](const char* s) { return Eventually([&] { return Contains(Property("PlaybackStatus"), s); }); };
     auto playing = [](const char* file) { return Eventually([&] { return Contains(Property("Metadata"), file); }); };
 
-    ASSERT_TRUE(Eventually([&] { return winamp.Version() != 0; })) << "mpv did not appear on the bus";
+    ASSERT_EQ(winamp.Version(), 0);
+    ASSERT_EQ(run("POWER ON"), "Winamp STARTED.") << path;
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    ASSERT_NE(winamp.Version(), 0) << "the player did not stay up";
+    winamp.AddPlaylist(dir.file("list.m3u").string());
     ASSERT_TRUE(playing("one.wav"));
     EXPECT_EQ(run("GETNAME"), "one");
 
@@ -100,19 +108,18 @@ TEST(MprisPlayer, WordsChangeWhatThePlayerReports) {
     EXPECT_TRUE(Eventually([&] { return winamp.SongLen() == 30; })); // known once the file is open
 
     Shell("dbus-send --print-reply --dest=org.mpris.MediaPlayer2.mpv /org/mpris/MediaPlayer2 "
-        "org.freedesktop.DBus.Properties.Set string:org.mpris.MediaPlayer2.Player string:Volume variant:double:0.5");
+          "org.freedesktop.DBus.Properties.Set string:org.mpris.MediaPlayer2.Player string:Volume variant:double:0.5");
     EXPECT_EQ(run("VOLUP"), "VOLUME UP 10% OK.");
     EXPECT_TRUE(Eventually([] { return Contains(Property("Volume"), "double 0.6"); })) << Property("Volume");
     EXPECT_EQ(run("SHUFFLE"), "Winamp toggle SUFFLE OK.");
     EXPECT_TRUE(Eventually([] { return Contains(Property("Shuffle"), "boolean true"); })) << Property("Shuffle");
-    EXPECT_EQ(run("EQON"), "Winamp toggle EQ OK."); // nothing to press, nothing breaks
+    EXPECT_EQ(run("EQON"), "Invalid Winamp command!"); // MPRIS has no equalizer
     EXPECT_TRUE(status("Playing"));
 
     EXPECT_EQ(run("STOP"), "Stop playing.");
     EXPECT_TRUE(status("Stopped"));
     EXPECT_EQ(run("POWER OFF"), "Winamp CLOSED.");
     EXPECT_TRUE(Eventually([&] { return winamp.Version() == 0; }));
-    unsetenv("DBUS_SESSION_BUS_ADDRESS");
 }
 
 } // namespace

@@ -1,26 +1,24 @@
 #pragma once
 
-// Real programs a test talks to (Xvfb, dbus-daemon, mpv), started by the test itself and
-// ended with it.
+// Real programs a test talks to (Xvfb, dbus-daemon), started by the test itself and ended
+// with it.
 
 #include <string>
 #include <vector>
 
 namespace quenix::testing {
 
+// A program from PATH in a process group of its own, so that ending it ends what it started;
+// its standard output is read line by line.
 class ChildProcess {
 public:
-    // argv[0] is looked up in PATH; extraEnv holds "NAME=value" entries added to ours.
-    // With captureStdout, the child's standard output can be read with readLine().
-    ChildProcess(std::vector<std::string> argv, std::vector<std::string> extraEnv = {}, bool captureStdout = false);
+    explicit ChildProcess(std::vector<std::string> argv);
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    bool started() const { return pid_ > 0; }
     // One line of the child's output, waiting at most timeoutMs; empty on time-out.
     std::string readLine(int timeoutMs);
-    void stop();
 
 private:
     int pid_ = -1;
@@ -38,8 +36,8 @@ public:
     const std::string& display() const { return display_; }
 
 private:
-    std::string display_;
     ChildProcess process_;
+    std::string display_;
 };
 
 } // namespace quenix::testing

@@ -29,18 +29,21 @@ public:
         }
         return current_;
     }
-    void command(int id) override {
+    bool command(int id) override {
+        if (id == lacking) return false;
         buttons.push_back(id);
         if (id == kWinampNext && current_ + 1 < songs_) ++current_;
         if (id == kWinampPrev && current_ > 0) --current_;
+        return true;
     }
     bool startPlayer() override {
         ++starts;
-        running = true;
-        return true;
+        running = startable;
+        return running;
     }
 
-    bool running = true;
+    bool running = true, startable = true;
+    int lacking = 0; // a button this player does not have
     int starts = 0;
     std::vector<int> buttons;
 
@@ -162,6 +165,27 @@ TEST(Winamp, PlayerNotRunningIsStartedFirst) {
     WinampRig empty(0);
     EXPECT_EQ(empty.run("getname"), "");
     EXPECT_EQ(empty.run("next in pl"), "");
+}
+
+// A word that did nothing never reports success, and gets no second beep.
+TEST(Winamp, NothingDoneIsNoSuccess) {
+    for (const char* word : {"power on", "play", "power off", "getname"}) {
+        WinampRig rig(3);
+        rig.store.settings().beepOn = true;
+        rig.link.running = rig.link.startable = false;
+        EXPECT_EQ(rig.run(word), "The media player is not running!") << word;
+        EXPECT_EQ(rig.beeper.beeps, (std::vector<std::pair<int, int>>{{5000, 50}}));
+    }
+    struct Row {
+        const char* word;
+        int button;
+    } rows[] = {{"eqon", kWinampEqualizer}, {"volup", kWinampVolumeUp}, {"next", kWinampNext},
+                {"play", kWinampPlay},     {"power off", kWinampClose}};
+    for (const Row& r : rows) {
+        WinampRig rig(3);
+        rig.link.lacking = r.button;
+        EXPECT_EQ(rig.run(r.word), "Invalid Winamp command!") << r.word;
+    }
 }
 
 } // namespace
