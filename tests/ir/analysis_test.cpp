@@ -86,8 +86,7 @@ TEST(BitCountVerdict, TextsAndValueFields) {
     const std::string necValid = "A valid NEC type command has been received.";
     const Case cases[] = {
         {kProtoNec, "G" + std::string(32, '1'), necValid, "", "", "N"},
-        {kProtoNec, std::string(16, '0'), necValid, "", "", "N"},
-        {kProtoNec, std::string(42, '0'), necValid, "", "", "N"},
+        {kProtoNec, std::string(16, '0'), necValid, "", "", "N"}, {kProtoNec, std::string(42, '0'), necValid, "", "", "N"},
         {kProtoNec, std::string(48, '0'), necValid, "", "", "N"},
         {kProtoNec, std::string(33, '0'), "A possible invalid NEC type command has been received.", "", "", "N"},
         {kProtoSony, "G101010010000111", "A valid 15 bits SONY type command has been received.", "169", "7", "N"},

@@ -81,9 +81,6 @@ TEST(Encode, Rc5ToggleIsTheThirdDataBitAndAlternatesFromOne) {
     std::string bare = "110100"; // typed without its marker: the third character itself
     EncodeCommand(bare, h, toggle);
     EXPECT_EQ(bare, "111100");
-    std::string nec = "G0000"; // other protocols leave code and toggle alone
-    EncodeCommand(nec, HeaderFromPreset(kProtoNec), toggle);
-    EXPECT_TRUE(nec == "G0000" && toggle);
 }
 
 TEST(RecordedToCode, ByProtocol) {
