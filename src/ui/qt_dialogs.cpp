@@ -1,8 +1,15 @@
 #include "ui/qt_dialogs.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileDialog>
+#include <QFileSystemModel>
+#include <QHash>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QRegularExpression>
+#include <QSortFilterProxyModel>
+#include <QStringDecoder>
 #include <QStringList>
 
 namespace quenix {
@@ -12,13 +19,79 @@ namespace {
 QString Q(const std::string& s) { return QString::fromLatin1(s.data(), static_cast<qsizetype>(s.size())); }
 std::string S(const QString& s) { return s.toLatin1().toStdString(); }
 
-QString Filters(const std::vector<std::string>& filters) {
-    QStringList list;
-    for (const auto& f : filters) list << Q(f);
-    return list.join(";;");
+// A message may quote a file name, which is in the system's encoding; the rest is Latin-1.
+QString Shown(const std::string& s) {
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = utf8(QByteArray::fromStdString(s));
+    return utf8.hasError() ? Q(s) : text;
 }
 
+// File names go to the C++ runtime as the system spells them, not as Latin-1.
+std::string NativePath(const QString& name) { return QFile::encodeName(name).toStdString(); }
+
+// "Executable Files (*.exe;*.com)": the patterns between the parentheses.
+QStringList Patterns(const QString& filter) {
+    QRegularExpressionMatch m = QRegularExpression(R"(\(([^)]*)\)\s*$)").match(filter);
+    QStringList patterns = m.captured(1).split(QRegularExpression("[;\\s]+"), Qt::SkipEmptyParts);
+    patterns.replaceInStrings(QRegularExpression(R"(^\*\.\*$)"), "*"); // a name need not have a dot
+    return patterns;
+}
+
+// Lists what the chosen filter's patterns match. Programs on Linux carry no extension, so a filter
+// that lists .exe files also lists every file the user may execute.
+class FileFilter : public QSortFilterProxyModel {
+public:
+    // The dialog names the filter with or without its patterns, depending on its options.
+    void choose(const QString& filter) {
+        patterns_ = filters_.value(filter.section('(', 0, 0).trimmed());
+        programs_ = patterns_.contains("*.exe", Qt::CaseInsensitive);
+        invalidateFilter();
+    }
+    QHash<QString, QStringList> filters_;
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex& parent) const override {
+        auto* files = static_cast<QFileSystemModel*>(sourceModel());
+        const QModelIndex index = files->index(row, 0, parent);
+        if (files->isDir(index)) return true;
+        const QString name = files->fileName(index);
+        for (const QString& p : patterns_)
+            if (QDir::match(p, name)) return true;
+        return programs_ && files->fileInfo(index).isExecutable();
+    }
+
+private:
+    QStringList patterns_;
+    bool programs_ = false;
+};
+
 } // namespace
+
+QFileDialog* NewFileDialog(QWidget* parent, const std::string& title, const std::vector<std::string>& filters) {
+    auto* dialog = new QFileDialog(parent, Q(title));
+    dialog->setObjectName("FileDialog");
+    // The filtering is done below, so the dialog's own name filters let every file through.
+    dialog->setOptions(QFileDialog::DontUseNativeDialog | QFileDialog::HideNameFilterDetails);
+    auto* filter = new FileFilter;
+    QStringList shown;
+    bool all = false;
+    for (const auto& f : filters) {
+        const QString name = Q(f).section('(', 0, 0).trimmed();
+        const QStringList patterns = Patterns(Q(f));
+        all = all || patterns.contains("*");
+        shown << name + " (*)";
+        filter->filters_.insert(name, patterns);
+    }
+    if (!all) {
+        shown << "All files (*)";
+        filter->filters_.insert("All files", {"*"});
+    }
+    dialog->setProxyModel(filter);
+    dialog->setNameFilters(shown);
+    QObject::connect(dialog, &QFileDialog::filterSelected, filter, &FileFilter::choose);
+    filter->choose(shown.first());
+    return dialog;
+}
 
 MsgAnswer QtDialogs::messageBox(const std::string& text, const std::string& caption, MsgIcon icon,
                                 MsgButtons buttons) {
@@ -33,7 +106,7 @@ MsgAnswer QtDialogs::messageBox(const std::string& text, const std::string& capt
     QMessageBox::StandardButtons qbuttons = QMessageBox::Ok;
     if (buttons == MsgButtons::OkCancel) qbuttons = QMessageBox::Ok | QMessageBox::Cancel;
     if (buttons == MsgButtons::YesNo) qbuttons = QMessageBox::Yes | QMessageBox::No;
-    QMessageBox box(qicon, Q(caption), Q(text), qbuttons, parent_);
+    QMessageBox box(qicon, Q(caption), Shown(text), qbuttons, parent_);
     box.setObjectName("MessageBox");
     switch (box.exec()) {
     case QMessageBox::Ok: return MsgAnswer::Ok;
@@ -55,18 +128,21 @@ std::optional<std::string> QtDialogs::inputBox(const std::string& prompt, const 
 }
 
 std::optional<std::string> QtDialogs::openFile(const std::string& title, const std::vector<std::string>& filters) {
-    QString name = QFileDialog::getOpenFileName(parent_, Q(title), QString(), Filters(filters));
-    if (name.isEmpty()) return std::nullopt;
-    return S(name);
+    std::unique_ptr<QFileDialog> dialog(NewFileDialog(parent_, title, filters));
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    if (dialog->exec() != QDialog::Accepted || dialog->selectedFiles().isEmpty()) return std::nullopt;
+    return NativePath(dialog->selectedFiles().first());
 }
 
 std::optional<std::string> QtDialogs::saveFile(const std::string& title, const std::vector<std::string>& filters,
                                                const std::string& defaultExtension) {
-    QFileDialog dialog(parent_, Q(title), QString(), Filters(filters));
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setDefaultSuffix(Q(defaultExtension));
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
-    return S(dialog.selectedFiles().first());
+    std::unique_ptr<QFileDialog> dialog(NewFileDialog(parent_, title, filters));
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    // The caller asks about replacing a file itself, under the name it really writes.
+    dialog->setOption(QFileDialog::DontConfirmOverwrite);
+    dialog->setDefaultSuffix(Q(defaultExtension));
+    if (dialog->exec() != QDialog::Accepted || dialog->selectedFiles().isEmpty()) return std::nullopt;
+    return NativePath(dialog->selectedFiles().first());
 }
 
 } // namespace quenix

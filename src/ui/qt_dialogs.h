@@ -2,9 +2,14 @@
 
 #include "core/dialogs.h"
 
+class QFileDialog;
 class QWidget;
 
 namespace quenix {
+
+// The file dialog of openFile and saveFile, with filters in the "Name (*.a;*.b)" form. Besides
+// them it offers "All files", and a filter of .exe files also lists executables of any name.
+QFileDialog* NewFileDialog(QWidget* parent, const std::string& title, const std::vector<std::string>& filters);
 
 // Real message, input and file boxes, parented to a window.
 class QtDialogs final : public Dialogs {

@@ -1,0 +1,140 @@
+// The real file dialogs, message boxes and ImportForm, driven as a user drives them.
+
+#include "ui_support.h"
+#include "ui/qt_dialogs.h"
+
+#include <QAbstractProxyModel>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QFileSystemModel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+#include <QTreeWidget>
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <functional>
+
+namespace quenix::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+// Answers each modal window as it comes up with the next step, and keeps the message texts.
+// A window beyond the steps is cancelled, so a surprise fails the test instead of hanging it.
+class Modals {
+public:
+    explicit Modals(std::vector<std::function<void(QDialog*)>> steps) : steps_(std::move(steps)) {
+        QObject::connect(&timer_, &QTimer::timeout, [this] {
+            auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            if (!d || d->property("answered").toBool()) return;
+            d->setProperty("answered", true);
+            if (auto* box = qobject_cast<QMessageBox*>(d)) texts.push_back(box->text().toStdString());
+            // Run outside this timer's slot: a step may open a nested modal loop of its own.
+            auto step = next_ < steps_.size() ? steps_[next_++] : [](QDialog* w) { w->reject(); };
+            QTimer::singleShot(0, d, [d, step] { step(d); });
+        });
+        timer_.start(20);
+    }
+    std::vector<std::string> texts;
+
+private:
+    std::vector<std::function<void(QDialog*)>> steps_;
+    std::size_t next_ = 0;
+    QTimer timer_;
+};
+
+// Ticks the rows of ImportForm that name these sections and presses its button.
+std::function<void(QDialog*)> Tick(const char* title, std::vector<QString> sections) {
+    return [=](QDialog* form) {
+        EXPECT_EQ(form->objectName(), "ImportForm");
+        EXPECT_EQ(form->windowTitle(), title);
+        auto* list = form->findChild<QTreeWidget*>("SectionList");
+        if (!list) return form->reject();
+        EXPECT_EQ(list->headerItem()->text(1), "Device Description");
+        for (const QString& s : sections)
+            for (QTreeWidgetItem* row : list->findItems(s, Qt::MatchExactly)) row->setCheckState(0, Qt::Checked);
+        QTest::mouseClick(form->findChild<QPushButton*>("ImportButton"), Qt::LeftButton);
+    };
+}
+
+// Types the whole path into the file name box and presses Enter, as a user may.
+std::function<void(QDialog*)> Choose(const std::string& file) {
+    return [=](QDialog* d) {
+        auto* name = d->findChild<QLineEdit*>("fileNameEdit");
+        ASSERT_NE(name, nullptr);
+        name->setText(QString::fromStdString(file));
+        QTest::keyClick(name, Qt::Key_Return);
+    };
+}
+
+std::function<void(QDialog*)> Press(QMessageBox::StandardButton button) {
+    return [=](QDialog* d) { qobject_cast<QMessageBox*>(d)->button(button)->click(); };
+}
+
+// Export to a file that exists, in a folder whose name is not ASCII, then import it back.
+TEST(Dialogs, ExportAndImportThroughTheRealWindows) {
+    QtDialogs dialogs;
+    WindowRig rig(&dialogs);
+    ASSERT_TRUE(rig.window->startUp());
+    std::filesystem::create_directory(rig.dir.file("Téléchargements"));
+    const std::string file = rig.dir.file("Téléchargements/sony.cfg").string();
+    rig.dir.write("Téléchargements/sony.cfg", "old");
+
+    {
+        Modals user({Tick("Export", {"[Sony TV]"}), Choose(file), Press(QMessageBox::Yes), Press(QMessageBox::Ok)});
+        rig.window->action("FileSaveMenu")->trigger();
+        // One question about replacing the file, under the name really written.
+        EXPECT_THAT(user.texts, ElementsAre("The file " + file + " exist.\r\nDo you want to replace it?",
+                                            "The following devices has been exported successfully:\r\nSony TV"));
+        EXPECT_THAT(rig.dir.read("Téléchargements/sony.cfg"), HasSubstr("[Sony TV]\r\n"));
+    }
+    Modals user({Choose(file), Tick("Import", {"[Sony TV]"}), Press(QMessageBox::Ok), Press(QMessageBox::Ok)});
+    rig.window->action("FileImportMenu")->trigger();
+    EXPECT_THAT(user.texts, ElementsAre(StartsWith("The device Sony TV exist in the current configuration file."),
+                                        StartsWith("The following devices has been imported successfully:")));
+}
+
+// The patterns of a filter are what the dialog lists; programs without an extension count as
+// executables, and every file is one filter away.
+TEST(Dialogs, FileFiltersListWhatTheyName) {
+    TempDir dir;
+    for (const char* name : {"player", "setup.exe", "run.bat", "tune.wav", "notes.txt"}) dir.write(name, "x");
+    std::filesystem::permissions(dir.file("player"), std::filesystem::perms::owner_exec,
+                                 std::filesystem::perm_options::add);
+    std::unique_ptr<QFileDialog> dialog(NewFileDialog(
+        nullptr, "Select file to run",
+        {"Executable Files (*.exe;*.com)", "Batch Files (*.bat;*.cmd)", "Sound Files (*.wav;*.mp3)"}));
+    dialog->setDirectory(QString::fromStdString(dir.str()));
+    dialog->show();
+    auto listed = [&] {
+        auto* files = static_cast<QFileSystemModel*>(dialog->proxyModel()->sourceModel());
+        const QModelIndex root = dialog->proxyModel()->mapFromSource(files->index(QString::fromStdString(dir.str())));
+        QStringList names;
+        for (int i = 0; i < dialog->proxyModel()->rowCount(root); ++i)
+            names << dialog->proxyModel()->index(i, 0, root).data().toString();
+        names.sort();
+        return names;
+    };
+    const std::pair<QString, QStringList> filters[] = {{"Executable Files", {"player", "setup.exe"}},
+                                                       {"Batch Files", {"run.bat"}},
+                                                       {"Sound Files", {"tune.wav"}},
+                                                       {"All files", {"notes.txt", "player", "run.bat", "setup.exe",
+                                                                      "tune.wav"}}};
+    auto* combo = dialog->findChild<QComboBox*>("fileTypeCombo");
+    ASSERT_EQ(combo->count(), 4);
+    for (const auto& [filter, names] : filters) {
+        if (combo->currentText() != filter) QTest::keyClick(combo, Qt::Key_Down);
+        EXPECT_EQ(combo->currentText(), filter);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return listed() == names; }, 3000))
+            << filter.toStdString() << ": " << listed().join(' ').toStdString();
+    }
+}
+
+} // namespace
+} // namespace quenix::testing
