@@ -52,6 +52,12 @@ public:
 
     std::string error() const override { return error_; }
 
+    bool Ready() override {
+        for (const char* name : {"SetHandle", "IRRecord", "IRRecordN", "IRMonitor", "IRMonitorN", "IRSend"})
+            if (!entry<void*>(name)) return false;
+        return true;
+    }
+
 private:
     template <class Fn>
     Fn entry(const char* name) {

@@ -29,6 +29,10 @@ public:
     virtual std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
                                                int txdMode) = 0;
 
+    // Loads the library and finds every entry point; false, with error() saying why, when
+    // it cannot be used.
+    virtual bool Ready() = 0;
+
     // The system's text for the last failure to load or call the library; empty after a
     // call that reached it.
     virtual std::string error() const = 0;

@@ -51,7 +51,7 @@ void ReceiverController::writeItype() {
     Settings& s = ctx_.settings();
     s.itypeHigh = ctx_.txdOutput;
     s.itypeLow = ctx_.interfaceType;
-    ctx_.config.SetGeneralKey("ITYPE", std::to_string(ctx_.txdOutput * 16 + ctx_.interfaceType));
+    ctx_.Written(ctx_.config.SetGeneralKey("ITYPE", std::to_string(ctx_.txdOutput * 16 + ctx_.interfaceType)));
 }
 
 void ReceiverController::setFirmControlsVisible(bool visible) {
@@ -126,24 +126,39 @@ void ReceiverController::listPorts() {
     int selected = -1;
     for (int n = 1; n <= kMaxComPort; ++n) {
         if (!port_.ComPortExists(n)) continue;
-        if (n == s.comPort) {
-            selected = static_cast<int>(items.size());
-            view_.setColor("ComList", View::ColorRole::Foreground, kGreen);
-        }
+        if (n == s.comPort) selected = static_cast<int>(items.size());
         items.push_back(ComDeviceName(n));
     }
     view_.setItems("ComList", items);
-    if (selected >= 0) view_.setCurrentIndex("ComList", selected);
+    // No item stands for a stored port that is gone, so the list never shows one as in use.
+    view_.setCurrentIndex("ComList", selected);
     if (items.empty()) {
         view_.setStatus("There is no COM port available!");
         return;
     }
     if (handle() != kNoPort) port_.CloseHandle(handle());
-    ctx_.irPortHandle = port_.OpenComPort(s.comPort);
-    if (handle() != kNoPort) {
-        library_.SetHandle(handle());
-        port_.ConfigureComPort(9600, 8, handle());
+    ctx_.irPortHandle = kNoPort;
+    if (selected < 0) {
+        view_.setColor("ComList", View::ColorRole::Foreground, kRed);
+        if (s.comPort > 0) view_.setStatus(ComDeviceName(s.comPort) + " is missing; choose another port.");
+        return;
     }
+    openChosen();
+}
+
+// Opens COMPORT; the list turns green or red, and a port that would not open says why.
+bool ReceiverController::openChosen() {
+    ctx_.irPortHandle = port_.OpenComPort(ctx_.settings().comPort);
+    if (handle() == kNoPort) {
+        view_.setColor("ComList", View::ColorRole::Foreground, kRed);
+        const std::string why = port_.OpenError();
+        if (!why.empty()) view_.setStatus(why);
+        return false;
+    }
+    view_.setColor("ComList", View::ColorRole::Foreground, kGreen);
+    library_.SetHandle(handle());
+    port_.ConfigureComPort(9600, 8, handle());
+    return true;
 }
 
 void ReceiverController::onComListClick() {
@@ -159,22 +174,20 @@ void ReceiverController::onComListClick() {
         library_.SetHandle(kNoPort);
     }
     s.comPort = n;
-    if (s.comPort == s.x10Com) s.x10Com = 0; // the X10 interface gives its port up
-    ctx_.config.SetGeneralKey("COMPORT", std::to_string(s.comPort));
-    ctx_.config.SetGeneralKey("X10COM", std::to_string(s.x10Com));
+    if (s.comPort == s.x10Com) {
+        // The X10 interface gives its port up, and lets go of it so that it can open here.
+        s.x10Com = 0;
+        if (ctx_.x10PortHandle > 0 && ctx_.x10PortHandle != old) port_.CloseHandle(ctx_.x10PortHandle);
+        ctx_.x10PortHandle = kNoPort;
+    }
+    ctx_.Written(ctx_.config.SetGeneralKey("COMPORT", std::to_string(s.comPort)) &&
+                 ctx_.config.SetGeneralKey("X10COM", std::to_string(s.x10Com)));
 
-    ctx_.irPortHandle = port_.OpenComPort(n);
+    const bool opened = openChosen();
     // An X10 interface on the "Default" port shares the infrared handle.
     if (old != kNoPort && ctx_.x10PortHandle == old) ctx_.x10PortHandle = ctx_.irPortHandle;
     ctx_.irmanInitialised = false;
-    if (handle() == kNoPort) {
-        view_.setColor("ComList", View::ColorRole::Foreground, kRed);
-        return;
-    }
-    view_.setColor("ComList", View::ColorRole::Foreground, kGreen);
-    port_.ConfigureComPort(9600, 8, handle());
-    library_.SetHandle(handle());
-    applyStoredInterface();
+    if (opened) applyStoredInterface();
 }
 
 bool ReceiverController::irmanHandshake() {
@@ -221,6 +234,11 @@ int ReceiverController::dcdOnCount() {
 void ReceiverController::onAutoDetectMenu() {
     const PortHandle h = handle();
     Settings& s = ctx_.settings();
+    // Every line of a closed port reads off, which the probes would take for an IRMouse.
+    if (h == kNoPort) {
+        view_.setStatus("COM" + std::to_string(s.comPort) + " is not open: there is nothing to detect.");
+        return;
+    }
     auto detected = [&](int type, const char* status) {
         view_.setStatus(status);
         ctx_.interfaceType = type;

@@ -55,6 +55,7 @@ public:
 
 private:
     void writeItype();
+    bool openChosen();
     // Power-cycles the receiver, sends "I" and "R", and waits up to 2 s for "ok".
     bool irmanHandshake();
     // Samples DCD 10 times, 5 ms apart; the number of samples that read on.

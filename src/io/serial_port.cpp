@@ -38,8 +38,9 @@ bool SerialPort::ConfigureComPort(std::uint32_t baud, int dataBits, PortHandle h
     if (!driver_.getState(h, state_)) return false;
     state_.baudRate = baud;
     state_.byteSize = static_cast<std::uint8_t>(dataBits);
-    // Binary mode and nothing else: no flow control, DTR and RTS control "disable" (so the
-    // lines drop), no parity checking. Parity and stop bits stay as the driver had them.
+    // Binary mode and nothing else: no flow control, DTR and RTS control "disable" (the lines
+    // drop when their control was another), no parity checking. Parity and stop bits stay as
+    // the driver had them.
     state_.flags = kCommFlagBinary;
     if (!driver_.setState(h, state_)) return false;
     return SetComTimeouts(h);

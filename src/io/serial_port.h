@@ -61,6 +61,8 @@ public:
     virtual ~SerialDriver() = default;
     // kNoPort when the port is missing or busy.
     virtual PortHandle open(const std::string& deviceName) = 0;
+    // Why the last open failed, in the system's words; empty when the driver cannot tell.
+    virtual std::string openError() const { return {}; }
     virtual bool getState(PortHandle h, CommState& state) = 0;
     virtual bool setState(PortHandle h, const CommState& state) = 0;
     virtual bool getTimeouts(PortHandle h, CommTimeouts& timeouts) = 0;
@@ -80,6 +82,7 @@ class SerialPort { // the operations the rest of the system calls; -1 handles ma
 public:
     explicit SerialPort(SerialDriver& driver);
     PortHandle OpenComPort(int port);                       // -1 when missing or busy
+    std::string OpenError() const { return driver_.openError(); }
     bool ConfigureComPort(std::uint32_t baud, int dataBits, PortHandle h);
     bool SetComTimeouts(PortHandle h);
     bool WriteComPort(std::string_view text, PortHandle h); // at most 100 bytes

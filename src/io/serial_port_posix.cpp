@@ -4,12 +4,18 @@
 // dosdevices does), else /dev/ttyS<n-1>. A pseudo-terminal has no modem control (its line
 // ioctls answer ENOTTY): its lines read as on, like a three-wire link with the handshake
 // looped back, and line writes do nothing. Any other failure of a line read reads as off.
+//
+// DTR and RTS follow the Windows rule: a configuration drops them only when it switches their
+// control to "disable", so a port configured again (TxD sending does it before every send)
+// keeps powering its receiver.
 
 #include "io/serial_port.h"
 
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <map>
 #include <poll.h>
 #include <sys/file.h>
@@ -62,19 +68,34 @@ public:
     explicit PosixSerialDriver(std::string programFolder) : folder_(std::move(programFolder)) {}
 
     PortHandle open(const std::string& deviceName) override {
+        openError_.clear();
         std::string path = pathOf(deviceName);
         if (path.empty()) return kNoPort;
         int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-        if (fd < 0) return kNoPort;
-        // No sharing: a second open of the same port fails, as on Windows.
-        if (!::isatty(fd) || !uartPresent(fd, path) || ::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        if (fd < 0) return refuse(path, errno);
+        // A handle of 0 reads as "closed" to the capture library: keep clear of the standard
+        // descriptors even when the program was started without them.
+        if (fd < 3) {
+            int high = ::fcntl(fd, F_DUPFD_CLOEXEC, 3);
             ::close(fd);
-            return kNoPort;
+            if (high < 0) return refuse(path, errno);
+            fd = high;
+        }
+        if (!::isatty(fd) || !uartPresent(fd, path)) {
+            ::close(fd);
+            return refuse(path, ENOTTY);
+        }
+        // No sharing: a second open of the same port fails, as on Windows.
+        if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+            ::close(fd);
+            return refuse(path, EBUSY);
         }
         ::ioctl(fd, TIOCEXCL);
-        timeouts_[fd] = CommTimeouts{};
+        ports_[fd] = PortState{};
         return fd;
     }
+
+    std::string openError() const override { return openError_; }
 
     bool getState(PortHandle h, CommState& s) override {
         termios t{};
@@ -88,8 +109,8 @@ public:
         }
         s.parity = (t.c_cflag & PARENB) ? ((t.c_cflag & PARODD) ? 1 : 2) : 0;
         s.stopBits = (t.c_cflag & CSTOPB) ? 2 : 0;
-        s.flags = kCommFlagBinary;
-        if (t.c_cflag & CRTSCTS) s.flags |= kCommFlagOutxCtsFlow | 0x2000; // RTS handshake
+        s.flags = kCommFlagBinary | stateOf(h).lineControl;
+        if (t.c_cflag & CRTSCTS) s.flags |= kCommFlagOutxCtsFlow;
         return true;
     }
 
@@ -111,25 +132,29 @@ public:
         ::cfsetispeed(&t, speed);
         ::cfsetospeed(&t, speed);
         if (::tcsetattr(fd(h), TCSANOW, &t) != 0) return false;
-        // DTR and RTS control "disable" hold the lines low.
+        // Switching a line's control to "disable" drops it; a control already disabled leaves
+        // the line as the escape functions set it.
+        std::uint32_t& control = stateOf(h).lineControl;
+        const std::uint32_t next = s.flags & (kCommFlagDtrControlMask | kCommFlagRtsControlMask);
         int lines = 0;
-        if ((s.flags & kCommFlagDtrControlMask) == 0) lines |= TIOCM_DTR;
-        if ((s.flags & kCommFlagRtsControlMask) == 0) lines |= TIOCM_RTS;
+        if ((control & kCommFlagDtrControlMask) != 0 && (next & kCommFlagDtrControlMask) == 0) lines |= TIOCM_DTR;
+        if ((control & kCommFlagRtsControlMask) != 0 && (next & kCommFlagRtsControlMask) == 0) lines |= TIOCM_RTS;
+        control = next;
         if (lines != 0) lineIoctl(h, TIOCMBIC, lines);
         return true;
     }
 
     bool getTimeouts(PortHandle h, CommTimeouts& t) override {
-        auto it = timeouts_.find(fd(h));
-        if (it == timeouts_.end()) return false;
-        t = it->second;
+        auto it = ports_.find(fd(h));
+        if (it == ports_.end()) return false;
+        t = it->second.timeouts;
         return true;
     }
 
     bool setTimeouts(PortHandle h, const CommTimeouts& t) override {
-        auto it = timeouts_.find(fd(h));
-        if (it == timeouts_.end()) return false;
-        it->second = t;
+        auto it = ports_.find(fd(h));
+        if (it == ports_.end()) return false;
+        it->second.timeouts = t;
         return true;
     }
 
@@ -211,23 +236,48 @@ public:
         return true;
     }
 
+    // Looks without opening: an open raises DTR and RTS and the close drops them, which resets
+    // devices that listen to DTR. A port that exists but may not be opened is listed; opening
+    // it then says why.
     bool defaultConfig(const std::string& deviceName) override {
         std::string path = pathOf(deviceName);
-        if (path.empty()) return false;
+        struct stat st{};
+        if (path.empty() || ::stat(path.c_str(), &st) != 0 || !S_ISCHR(st.st_mode)) return false;
+        if (path.rfind("/dev/ttyS", 0) != 0) return true;
+        // Every possible UART has a node; the kernel names the type of the one behind it.
+        std::ifstream type("/sys/class/tty/" + path.substr(5) + "/type");
+        int t = -1;
+        if (type >> t) return t != 0; // PORT_UNKNOWN: no UART
         int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-        if (fd < 0) return errno == EBUSY; // held exclusively by someone: it exists
+        if (fd < 0) return errno == EBUSY || errno == EACCES;
         bool ok = ::isatty(fd) && uartPresent(fd, path);
         ::close(fd);
         return ok;
     }
 
     void close(PortHandle h) override {
-        timeouts_.erase(fd(h));
+        ports_.erase(fd(h));
         ::close(fd(h));
     }
 
 private:
+    struct PortState {
+        CommTimeouts timeouts;
+        // DTR and RTS control of the last configuration; "enable" after open, as the kernel
+        // raises both lines then.
+        std::uint32_t lineControl = 0x10 | 0x1000;
+    };
+
     static int fd(PortHandle h) { return static_cast<int>(h); }
+
+    PortState& stateOf(PortHandle h) { return ports_[fd(h)]; }
+
+    PortHandle refuse(const std::string& path, int error) {
+        openError_ = path + ": " + std::strerror(error);
+        if (error == EACCES) openError_ += " (the user needs to be in the port's group, usually dialout)";
+        if (error == EBUSY) openError_ = path + " is in use by another program";
+        return kNoPort;
+    }
 
     std::string pathOf(const std::string& deviceName) const {
         int n = ComPortNumber(deviceName);
@@ -267,7 +317,8 @@ private:
     }
 
     std::string folder_;
-    std::map<int, CommTimeouts> timeouts_;
+    std::map<int, PortState> ports_;
+    std::string openError_;
 };
 
 } // namespace

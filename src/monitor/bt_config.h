@@ -7,11 +7,20 @@
 #include "core/view.h"
 #include "io/serial_port.h"
 
+#include <functional>
+#include <string>
+
 namespace quenix {
+
+// The name the phone shows for a device index: the stored one, or "Device n" while none was
+// given, so that the phone never greets with an empty name.
+std::string PhoneDeviceName(const Settings& settings, int index);
 
 class BtConfig {
 public:
-    BtConfig(Context& ctx, View& view, SerialPort& port);
+    // phoneChanged runs after the enable flag or the port changed while monitoring runs, so
+    // that the phone remote starts, stops or moves to the new port at once.
+    BtConfig(Context& ctx, View& view, SerialPort& port, std::function<void()> phoneChanged = {});
 
     // Shows the stored state.
     void Open();
@@ -22,13 +31,18 @@ public:
     void OnButtonChange();
 
     static constexpr const char* kNameBox = "BTDevName";
+    // Longer names do not fit the phone's display line.
+    static constexpr std::size_t kMaxName = 20;
 
 private:
     void enableControls(bool on);
+    void showPort();
+    void refuse(const std::string& text);
 
     Context& ctx_;
     View& view_;
     SerialPort& port_;
+    std::function<void()> phoneChanged_;
 };
 
 } // namespace quenix

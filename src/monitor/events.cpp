@@ -53,6 +53,7 @@ std::vector<std::string> OutputCommands(std::string_view text, const std::string
     if (StartsWith(lower, "x10")) return SplitCommaList(kX10Commands);
     if (StartsWith(lower, "winamp")) return SplitCommaList(kWinampCommands);
     if (StartsWith(lower, "mouse")) return SplitCommaList(kMouseCommands);
+    if (lower == "ir dimmer") return SplitCommaList(kDimmerCommands);
     return SectionCommands(text, device);
 }
 
@@ -92,7 +93,8 @@ void MonitorEvents::Load() {
     std::vector<std::string> indexes;
     for (int i = 0; i <= 9; ++i) indexes.push_back(std::to_string(i));
     view_.setItems("BTDevListCombo", indexes);
-    view_.setCurrentIndex("BTDevListCombo", ctx_.config.settings().btCurrent);
+    const int current = ctx_.config.settings().btCurrent;
+    view_.setCurrentIndex("BTDevListCombo", current >= 0 && current <= 9 ? current : 0);
     if (!devices.empty()) {
         view_.setCurrentIndex("IRDev", 0);
         view_.setCurrentIndex("OutDev", 0);
@@ -147,7 +149,19 @@ std::string MonitorEvents::BuildLine() const {
            view_.currentText("OutCmd");
 }
 
+bool MonitorEvents::Save(const std::string& before) {
+    if (ctx_.Written(ctx_.config.SaveConfiguration())) return true;
+    ctx_.config.SetText(before); // the list keeps showing what the file holds
+    return false;
+}
+
 void MonitorEvents::OnAdMonButton() {
+    // A device without commands leaves its list empty; "Lamp&" would never match a key.
+    if (view_.currentText("IRCmd").empty() || view_.currentText("OutCmd").empty()) {
+        ctx_.dialogs.messageBox("Choose an input command and an output command first.", "Quenix Input Event",
+                                MsgIcon::Exclamation, MsgButtons::Ok);
+        return;
+    }
     const std::string line = BuildLine();
     int m = ctx_.config.Find("[Monitoring]");
     if (m == 0) return;
@@ -162,30 +176,46 @@ void MonitorEvents::OnAdMonButton() {
     if (ctx_.dialogs.messageBox("Do you want to add the event " + line + " to the list of the monitored events?",
                                 "Infrared events", MsgIcon::Question, MsgButtons::YesNo) != MsgAnswer::Yes)
         return;
+    const std::string before = ctx_.config.text();
     if (!ctx_.config.Insert(line + "\r\n", next - 1)) {
         ctx_.dialogs.message(ctx_.config.lastError());
         return;
     }
-    ctx_.config.SaveConfiguration();
+    Save(before);
     RefreshEvents();
 }
 
-void MonitorEvents::DeleteEvent(const std::string& line, bool ask) {
-    if (line.empty()) return;
+bool MonitorEvents::DeleteEvent(const std::string& line, bool ask) {
+    if (line.empty()) return true;
     if (ask && ctx_.dialogs.messageBox("You are sure that you want to delete the Event: " + line + " ?",
                                        "Delete Event", MsgIcon::Question, MsgButtons::YesNo) != MsgAnswer::Yes)
-        return;
-    int end = ctx_.config.Find(line);
-    if (end == 0) return;
-    int first = end - static_cast<int>(line.size());
-    int last = end - 1;
-    // The line break goes with the line, so that no blank line is left in the section.
+        return true;
+    // Only a whole line of [Monitoring]: the same text inside a longer line, or in another
+    // section, is not this event.
     const std::string& t = ctx_.config.text();
-    if (At(last + 1) < t.size() && t[At(last + 1)] == '\r') ++last;
-    if (At(last + 1) < t.size() && t[At(last + 1)] == '\n') ++last;
-    ctx_.config.Delete(first, last);
-    ctx_.config.SaveConfiguration();
+    const std::string lowerText = ToLower(t);
+    const std::string wanted = ToLower(line);
+    const int m = ctx_.config.Find("[Monitoring]");
+    if (m == 0) return true;
+    const int next = ctx_.config.Find("[", m);
+    const std::size_t stop = next == 0 ? t.size() : At(next - 1);
+    std::size_t at = lowerText.find(wanted, At(m));
+    for (; at != std::string::npos && at < stop; at = lowerText.find(wanted, at + 1)) {
+        const std::size_t end = at + wanted.size();
+        const bool starts = at > 0 && t[at - 1] == '\n';
+        const bool ends = end == t.size() || t[end] == '\r' || t[end] == '\n';
+        if (starts && ends) break;
+    }
+    if (at == std::string::npos || at >= stop) return true;
+    // The line break goes with the line, so that no blank line is left in the section.
+    std::size_t last = at + wanted.size();
+    if (last < t.size() && t[last] == '\r') ++last;
+    if (last < t.size() && t[last] == '\n') ++last;
+    const std::string before = t;
+    ctx_.config.Delete(static_cast<int>(at) + 1, static_cast<int>(last));
+    const bool saved = Save(before);
     RefreshEvents();
+    return saved;
 }
 
 void MonitorEvents::OnDelete() { DeleteEvent(view_.currentText("MonEvent"), true); }
@@ -197,7 +227,7 @@ void MonitorEvents::OnCleanButton() {
         std::string input = event.substr(0, comma);
         std::string output = comma == std::string::npos ? std::string() : event.substr(comma + 1);
         if (EventPartValid(ctx_.config.text(), input) && EventPartValid(ctx_.config.text(), output)) continue;
-        DeleteEvent(event, false);
+        if (!DeleteEvent(event, false)) break;
         report += event + "\n";
     }
     if (report.empty()) {

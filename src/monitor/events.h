@@ -22,6 +22,7 @@ inline constexpr const char* kX10Commands = "All-U-Off,All-L-On,On,Off,Dim,Bri,A
 inline constexpr const char* kWinampCommands =
     "POWER ON,POWER OFF,PLAY,PREV,NEXT,PAUSE,STOP,FFW,REW,NEXT in PL,PREV in PL,NEXT 10 in PL,PREV 10 in PL,"
     "VOLUP,VOLDOWN,GETNAME,EQON,REPEAT,SHUFFLE,PLAYLIST,DOUBLE,VISUAL,TIME ELAPSED,TIME REMAINING,";
+inline constexpr const char* kDimmerCommands = "ON/OFF,DIM/BRI,";
 inline constexpr const char* kMouseCommands =
     "LEFT CLICK,RIGHT CLICK,DOUBLECLICK,LEFT,LEFTUP,UP,RIGHTUP,RIGHT,RIGHTDOWN,DOWN,LEFTDOWN,";
 
@@ -51,12 +52,14 @@ public:
     // Command2 closes the form.
     void OnCommand2();
 
-    void DeleteEvent(const std::string& line, bool ask);
+    // False when the file could not be written (the event then stays).
+    bool DeleteEvent(const std::string& line, bool ask);
     // The event line the four lists make.
     std::string BuildLine() const;
 
 private:
     void RefreshEvents();
+    bool Save(const std::string& before);
 
     Context& ctx_;
     View& view_;

@@ -12,6 +12,8 @@ namespace quenix {
 
 namespace {
 
+bool Polled(int type) { return type == kDcdStd || type == kIrMouse; }
+
 template <class F, class... A>
 auto Call(const F& f, A&&... a) {
     using R = decltype(f(std::forward<A>(a)...));
@@ -110,7 +112,12 @@ void MonitorEngine::Start() {
     }
     Call(hooks_.bluetoothStart);
     // The warnings leave monitoring running with whatever input works.
+    bool irTicks = IrInput();
     if (IrInput()) CheckInterface();
+    if (IrInput() && Polled(ctx_.interfaceType) && !library_.Ready()) {
+        view_.setStatus(LibraryFailure());
+        irTicks = false;
+    }
 
     view_.setChecked("MonitoringStopMenu", false);
     view_.setChecked("MonitoringStartMenu", true);
@@ -129,10 +136,10 @@ void MonitorEngine::Start() {
     ctx_.monitoring = true;
     if (ctx_.config.settings().x10Ena) Call(hooks_.reloadX10);
     ctx_.config.settings().monitor = true;
-    ctx_.config.SetGeneralKey("MONITOR", " 1"); // saves
-    Call(hooks_.refreshIcon);
+    ctx_.Written(ctx_.config.SetGeneralKey("MONITOR", " 1"));
+    TrayItems();
 
-    if (IrInput()) view_.setTimerEnabled("IRMonTimer", true);
+    if (irTicks) view_.setTimerEnabled("IRMonTimer", true);
     if (BtInput()) view_.setTimerEnabled("BTAutoTimer", true);
     if (view_.text("StatusBar").empty()) view_.setStatus("Monitoring started OK.");
 }
@@ -154,7 +161,7 @@ void MonitorEngine::Stop() {
     view_.setEnabled("SendButton", true);
 
     ctx_.config.settings().monitor = false;
-    ctx_.config.SetGeneralKey("MONITOR", " 0"); // saves
+    ctx_.Written(ctx_.config.SetGeneralKey("MONITOR", " 0"));
 
     view_.setTimerEnabled("BTAutoTimer", false);
     Call(hooks_.bluetoothStop);
@@ -164,7 +171,7 @@ void MonitorEngine::Stop() {
     }
     view_.setStatus("Monitoring is stopped.");
     if (!Call(hooks_.minimised)) Call(hooks_.refreshProtocol);
-    Call(hooks_.refreshIcon);
+    TrayItems();
 }
 
 void MonitorEngine::Restart() {
@@ -180,40 +187,38 @@ void MonitorEngine::Configure() {
     Call(hooks_.showEditor);
 }
 
+// Whichever menu started or stopped monitoring, the tray offers the other.
 void MonitorEngine::TrayItems() {
     view_.setEnabled("mnuStartMonitor", !ctx_.monitoring);
     view_.setEnabled("mnuStopMonitor", ctx_.monitoring);
     Call(hooks_.refreshIcon);
 }
 
-void MonitorEngine::TrayStart() {
-    Start();
-    TrayItems();
-}
-
-void MonitorEngine::TrayStop() {
-    Stop();
-    TrayItems();
-}
-
-void MonitorEngine::TrayRestart() {
-    Restart();
-    TrayItems();
+std::string MonitorEngine::LibraryFailure() const {
+    return "The capture library cannot be used: " + library_.error();
 }
 
 void MonitorEngine::OnIRMonTimer() {
-    if (!IrInput() || ctx_.irPortHandle < 1) return;
-    // Only these two receivers are polled; for them an idle tick is one line read.
+    if (!IrInput() || ctx_.irPortHandle == kNoPort) return;
+    // Only these two receivers are polled; for them an idle tick is one line read. The
+    // standard receiver pulls DCD off for carrier, the IRMouse raises it: the capture is
+    // called only while a key is on the air, never to wait on an idle line.
     const int type = ctx_.interfaceType;
-    if (type != kDcdStd && type != kIrMouse) return;
-    if (port_.IsDCDOn(ctx_.irPortHandle)) return;
+    if (!Polled(type)) return;
+    if (port_.IsDCDOn(ctx_.irPortHandle) == (type == kDcdStd)) return;
 
     std::vector<std::uint8_t>& buffer = ctx_.captureBuffer;
     buffer.assign(kCaptureBytes, 0);
     const int procDelay = ctx_.config.settings().procDelay;
     auto result = type == kDcdStd ? library_.IRMonitor(buffer.data(), procDelay)
                                   : library_.IRMonitorN(buffer.data(), procDelay);
-    if (!result || *result == 0) return;
+    if (!result) {
+        // A library that cannot be called will not recover by itself: stop asking it.
+        view_.setTimerEnabled("IRMonTimer", false);
+        view_.setStatus(LibraryFailure());
+        return;
+    }
+    if (*result == 0) return;
     if (std::all_of(buffer.begin() + kLeadBytes, buffer.end(), [](std::uint8_t b) { return b == 0; })) return;
 
     MonitorFrame f = ExtractFrame(buffer);

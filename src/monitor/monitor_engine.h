@@ -46,10 +46,6 @@ public:
     void Restart();
     // MonitorConfigureMenu.
     void Configure();
-    // The tray items also fix which of their start and stop items can be chosen.
-    void TrayStart();
-    void TrayStop();
-    void TrayRestart();
 
     // IRMonTimer.
     void OnIRMonTimer();
@@ -70,6 +66,7 @@ private:
     bool BtInput() const;
     void CheckInterface();
     void TrayItems();
+    std::string LibraryFailure() const;
 
     Context& ctx_;
     View& view_;

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace quenix {
 
@@ -35,6 +36,9 @@ public:
     // Empty on time-out.
     std::string AtExchange(const std::string& command, const std::string& expected = "OK");
     void ShowOnPhone(const std::string& text);
+    // A result for the phone's display from outside its dialogue: held back while an exchange
+    // waits for its reply, shown after the next poll.
+    void Show(const std::string& text);
 
     void ConnectedEvent();
     void DisconnectedEvent();
@@ -47,14 +51,20 @@ public:
     static constexpr const char* kLabel = "BTLabel";
     static constexpr std::uint32_t kCyan = 0x00FFFF;
     static constexpr std::uint32_t kYellow = 0xFFFF00;
+    static constexpr const char* kProgress = "Initialize bluetooth...";
 
 private:
-    std::string ReplyWait(const std::string& expected);
+    std::string ReplyWait(const std::string& expected, bool keepKeys = true);
     std::string DeviceName(int index) const;
     void RunEvent(const std::string& key);
+    void Poll();
+    // One key report ("u,1"); false when it switched the remote off.
+    bool Report(const std::string& report);
+    void LinkLost();
     bool Fail();
+    void RestoreStatus();
     void Drain();
-    bool portOpen() const { return ctx_.btPortHandle > 0 && !stale_; }
+    bool portOpen() const { return ctx_.btPortHandle != kNoPort && !stale_; }
 
     Context& ctx_;
     View& view_;
@@ -69,6 +79,9 @@ private:
     // never used again: on POSIX it may already name another file.
     bool stale_ = false;
     bool busy_ = false; // inside a reply wait
+    std::string pending_;              // key reports read during an exchange, for the next poll
+    std::vector<std::string> deferred_; // texts to show once no exchange is waiting
+    std::string statusBefore_;
 };
 
 } // namespace quenix

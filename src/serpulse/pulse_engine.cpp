@@ -21,7 +21,10 @@ int Sampler::capture(const Request& r) {
     std::int64_t detected = start;
     bool m = mark(r.polarity);
     if (!m) stuck_ = false;
-    if (!(m && r.acceptMarkAtStart && !stuck_)) {
+    // A monitor call on a line still stuck answers at once: the window's poll comes back
+    // every millisecond, and each wait here would freeze it.
+    if (m && r.acceptMarkAtStart && stuck_) return 0;
+    if (!(m && r.acceptMarkAtStart)) {
         const std::int64_t deadline = start + r.edgeWaitNs;
         bool seenIdle = !m;
         std::int64_t lastIdle = start;

@@ -59,8 +59,10 @@ inline constexpr std::int64_t kSingleFrameEndIdleNs = 140'000'000;
 // decision of the decoder rests on: the lead-in is long, and RC5 is read from its second
 // frame.
 inline constexpr std::int64_t kEdgePollNs = 1'000'000;
-// How long a monitor call waits for a first edge before it answers "nothing".
-inline constexpr std::int64_t kMonitorEdgeWaitNs = 20'000'000;
+// How long a monitor call waits for a first edge before it answers "nothing". The caller
+// looks at the line first and calls only while it is active, so the wait covers a mark that
+// ended in between; it runs on the window's thread and must stay short.
+inline constexpr std::int64_t kMonitorEdgeWaitNs = 2'000'000;
 // How long a record call waits for a first edge.
 inline constexpr std::int64_t kRecordEdgeWaitNs = 5'000'000'000;
 
@@ -84,7 +86,7 @@ public:
     int capture(const Request& request);
 
     // Set after a capture ran into a stuck line; cleared once the line is seen idle. While it
-    // is set, a mark at the start of a monitor call is not taken as a signal.
+    // is set, a monitor call that finds the line marked answers 0 at once.
     bool stuck() const { return stuck_; }
     void reset() { stuck_ = false; }
 

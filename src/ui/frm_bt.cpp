@@ -30,7 +30,7 @@ W* Named(W* w, const char* name, const QString& accessible) {
 
 } // namespace
 
-void ShowBluetoothForm(Context& ctx, SerialPort& serial, QWidget* parent) {
+void ShowBluetoothForm(Context& ctx, SerialPort& serial, QWidget* parent, std::function<void()> phoneChanged) {
     QDialog dialog(parent);
     dialog.setObjectName("frmBT");
     dialog.setWindowTitle(QStringLiteral("Bluetooth phone"));
@@ -75,7 +75,7 @@ void ShowBluetoothForm(Context& ctx, SerialPort& serial, QWidget* parent) {
     layout->addLayout(bottom);
 
     QtView view(&dialog);
-    BtConfig controller(ctx, view, serial);
+    BtConfig controller(ctx, view, serial, std::move(phoneChanged));
     controller.Open();
 
     QObject::connect(enable, &QCheckBox::clicked, &dialog, [&](bool on) { controller.OnBTCheckbox(on); });

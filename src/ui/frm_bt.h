@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 class QWidget;
 
 namespace quenix {
@@ -8,6 +10,7 @@ struct Context;
 class SerialPort;
 
 // Shows frmBT modally: the phone remote's enable flag, port, mode and device names.
-void ShowBluetoothForm(Context& ctx, SerialPort& serial, QWidget* parent);
+// phoneChanged runs when a change must reach the running phone remote.
+void ShowBluetoothForm(Context& ctx, SerialPort& serial, QWidget* parent, std::function<void()> phoneChanged = {});
 
 } // namespace quenix

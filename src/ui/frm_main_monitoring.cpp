@@ -48,7 +48,7 @@ void FrmMain::wireMonitoring(Io io) {
         if (phone_) phone_->Close();
     };
     hooks.showOnPhone = [this](const std::string& result) {
-        if (phone_ && phone_->active()) phone_->ShowOnPhone(result);
+        if (phone_ && phone_->active()) phone_->Show(result);
     };
     monitor_ = std::make_unique<MonitorEngine>(ctx_, view_, *io.port, *io.library, std::move(hooks));
     MonitorEngine* engine = monitor_.get();
@@ -65,9 +65,9 @@ void FrmMain::wireMonitoring(Io io) {
     on("MonitoringStopMenu", [engine] { engine->Stop(); });
     on("RestartMonMenu", [engine] { engine->Restart(); });
     on("MonitorConfigureMenu", [engine] { engine->Configure(); });
-    on("mnuStartMonitor", [engine] { engine->TrayStart(); });
-    on("mnuStopMonitor", [engine] { engine->TrayStop(); });
-    on("mnuRestartMonitor", [engine] { engine->TrayRestart(); });
+    on("mnuStartMonitor", [engine] { engine->Start(); });
+    on("mnuStopMonitor", [engine] { engine->Stop(); });
+    on("mnuRestartMonitor", [engine] { engine->Restart(); });
 
     connect(findChild<QTimer*>("IRMonTimer"), &QTimer::timeout, this, [engine] { engine->OnIRMonTimer(); });
     auto* second = findChild<QTimer*>("SecondTimer");

@@ -49,7 +49,16 @@ void FrmMain::wirePhone(Io io) {
     }
     SerialPort* port = io.port;
     on("BluetoothConfigMenu", [this, port, showState] {
-        ShowBluetoothForm(ctx_, *port, this);
+        // While monitoring runs, the phone remote follows the form at once: it lets go of its
+        // port and starts again on what is chosen now, or stops when the box was cleared.
+        ShowBluetoothForm(ctx_, *port, this, [this] {
+            phone_->Close();
+            if (!ctx_.settings().btEna) return;
+            if (!phone_->handleEvent && monitor_)
+                phone_->handleEvent = [this](const std::string& key) { return monitor_->HandleEvent(key); };
+            phone_->Initialise();
+            view_.setTimerEnabled("BTAutoTimer", true);
+        });
         showState();
     });
 

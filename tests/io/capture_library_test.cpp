@@ -16,24 +16,21 @@
 namespace quenix::testing {
 namespace {
 
-TEST(CaptureLibrary, AMissingLibraryFailsWithTheSystemsTextAndNoCrash) {
-    TempDir empty;
-    auto library = MakeCaptureLibrary(empty.str());
-    std::vector<std::uint8_t> buffer(600, 0);
-    EXPECT_FALSE(library->SetHandle(5).has_value());
-    EXPECT_NE(library->error().find(CaptureLibraryFileName()), std::string::npos) << library->error();
-    EXPECT_NE(library->error().find("No such file"), std::string::npos) << library->error();
-    EXPECT_FALSE(library->IRRecord(buffer.data(), 20, 600).has_value());
-    EXPECT_FALSE(library->IRSend(buffer.data(), 1, 550, 0).has_value());
-    EXPECT_FALSE(library->error().empty());
-}
-
-TEST(CaptureLibrary, AFileThatIsNoLibraryFailsToo) {
-    TempDir folder;
-    folder.write(CaptureLibraryFileName(), "not a library");
-    auto library = MakeCaptureLibrary(folder.str());
-    EXPECT_FALSE(library->SetHandle(0).has_value());
-    EXPECT_FALSE(library->error().empty());
+TEST(CaptureLibrary, AMissingOrBrokenLibraryFailsWithTheSystemsTextAndNoCrash) {
+    for (const char* content : {"", "not a library"}) {
+        SCOPED_TRACE(content);
+        TempDir folder;
+        if (*content) folder.write(CaptureLibraryFileName(), content);
+        auto library = MakeCaptureLibrary(folder.str());
+        std::vector<std::uint8_t> buffer(600, 0);
+        EXPECT_FALSE(library->Ready());
+        EXPECT_NE(library->error().find(CaptureLibraryFileName()), std::string::npos) << library->error();
+        EXPECT_FALSE(library->SetHandle(5).has_value());
+        EXPECT_FALSE(library->IRMonitor(buffer.data(), 20).has_value());
+        EXPECT_FALSE(library->IRSend(buffer.data(), 1, 550, 0).has_value());
+        EXPECT_FALSE(library->error().empty());
+    }
+    EXPECT_TRUE(MakeCaptureLibrary(QUENIX_PROGRAM_DIR)->Ready());
 }
 
 // The software carrier: the bytes that reach the far end, read back into cells.

@@ -41,9 +41,6 @@ public:
         std::filesystem::create_symlink(name_, folder / ("com" + std::to_string(n)));
     }
 
-    int master() const { return master_; }
-    const std::string& slaveName() const { return name_; }
-
     // Writes to the program and waits until the bytes can be read on the slave side.
     void send(const std::string& bytes) const {
         std::size_t done = 0;

@@ -1,7 +1,7 @@
 // The receiver interfaces against simulated receivers on simulated ports, in virtual time.
 
 #include "io/receiver_controller.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 #include "support/sim_serial.h"
 
 #include <gtest/gtest.h>
@@ -9,15 +9,12 @@
 namespace quenix::testing {
 namespace {
 
-class ReceiverTest : public ::testing::Test {
+class ReceiverTest : public ::testing::Test, protected BasicRig<SimClock> {
 protected:
-    ReceiverTest() : store(folder.str()), ctx(store, clock, dialogs, beeper) {
-        folder.write(ConfigStore::kFileName, DefaultConfiguration());
-        EXPECT_TRUE(store.LoadConfiguration());
+    ReceiverTest() {
         store.settings().comPort = 2;
         driver.port(2);
     }
-
     // Opens COM2 the way the start-up does.
     void start() {
         controller.listPorts();
@@ -26,17 +23,11 @@ protected:
     SimPort& com2() { return driver.port(2); }
     // What the file on disk says now.
     Settings saved() const {
-        ConfigStore fresh(folder.str());
+        ConfigStore fresh(dir.str());
         EXPECT_TRUE(fresh.LoadConfiguration());
         return fresh.settings();
     }
 
-    TempDir folder;
-    ConfigStore store;
-    SimClock clock;
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx;
     FakeView view;
     SimSerialDriver driver{clock};
     SerialPort port{driver};
@@ -52,11 +43,10 @@ TEST_F(ReceiverTest, DetectionTellsTheReceiversApartByTheirLines) {
         int type;
         std::string status;
     };
-    auto irman = [](std::string answer, std::string dcd) {
-        return [answer, dcd] {
+    auto irman = [](std::string answer) {
+        return [answer] {
             auto p = std::make_unique<IRManPeer>();
             p->answer = answer;
-            p->dcdPattern = dcd;
             return std::unique_ptr<SimPeer>(std::move(p));
         };
     };
@@ -67,8 +57,8 @@ TEST_F(ReceiverTest, DetectionTellsTheReceiversApartByTheirLines) {
          "IRMouse interface autodetected."},
         // An IRMan's DCD is not wired; floating, it reads on and off alike, so neither line
         // probe takes it and the handshake decides.
-        {"irman", irman("OK", "10"), 0, 2, "IRMan interface autodetected and initialized OK."},
-        {"silent irman", irman("", "10"), 0, 9, "Cannot detect interface or no interface connected to COM2."},
+        {"irman", irman("OK"), 0, 2, "IRMan interface autodetected and initialized OK."},
+        {"silent irman", irman(""), 0, 9, "Cannot detect interface or no interface connected to COM2."},
         // Nothing on the lines at all reads as an IRMouse idling: kept as the probe has it.
         {"dead port", nullptr, 0, 1, "IRMouse interface autodetected."},
         // A three-wire link with the handshake looped back (all lines on).
@@ -95,6 +85,45 @@ TEST_F(ReceiverTest, DetectionTellsTheReceiversApartByTheirLines) {
         port.CloseHandle(ctx.irPortHandle);
         ctx.irPortHandle = kNoPort;
         com2().peer = nullptr;
+    }
+    // A port that is not open has every line off, which no probe may take for a receiver.
+    controller.onAutoDetectMenu();
+    EXPECT_EQ(view.text("StatusBar"), "COM2 is not open: there is nothing to detect.");
+    EXPECT_EQ(ctx.interfaceType, 0);
+}
+
+TEST_F(ReceiverTest, IRManHandshakeAcceptsOkWithinTwoSecondsOnce) {
+    struct Case {
+        std::string answer; // empty: never answers
+        int delayMs;
+        bool accepted;
+    };
+    const Case cases[] = {{"OK", 100, true}, {"  ok", 300, true}, {"Ok\r\n", 1900, true}, {" ok", 2100, false}, {"", 0, false}};
+    IRManPeer irman;
+    com2().peer = &irman;
+    start();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.answer);
+        irman.answer = c.answer;
+        irman.delayMs = c.delayMs;
+        ctx.irmanInitialised = false;
+        dialogs.messages.clear();
+        clock.sleeps.clear();
+        controller.onIRManMenu();
+        // Power off 200 ms, on 500 ms, "I", 500 ms, "R", then polls of 100 ms: twenty at most.
+        std::vector<int> want{200, 500, 500};
+        want.resize(3 + static_cast<std::size_t>(c.accepted ? (c.delayMs + 99) / 100 : 20), 100);
+        EXPECT_EQ(clock.sleeps, want);
+        ASSERT_EQ(dialogs.messages.size(), 1u);
+        EXPECT_EQ(dialogs.messages[0].text,
+                  c.accepted ? "IRMan interface initialized OK" : "IRMan interface cannot be initialized!");
+        EXPECT_EQ(dialogs.messages[0].icon, c.accepted ? MsgIcon::Information : MsgIcon::Exclamation);
+        EXPECT_EQ(ctx.irmanInitialised, c.accepted);
+        EXPECT_EQ(view.text("ReceiverType"), "IRMan");
+        // Chosen again on a port that answered, IRMan does not repeat the handshake.
+        clock.sleeps.clear();
+        controller.onIRManMenu();
+        EXPECT_EQ(clock.sleeps.empty(), c.accepted);
     }
 }
 
@@ -134,39 +163,51 @@ TEST_F(ReceiverTest, EachInterfaceSetsItsLinesAndControls) {
     EXPECT_EQ(com2().state.baudRate, 9600u);
 }
 
-TEST_F(ReceiverTest, ThePortListShowsExistingPortsUpToThirty) {
+TEST_F(ReceiverTest, ThePortListShowsExistingPortsAndOnlyAnOpenOneAsChosen) {
+    struct Case {
+        int comPort;
+        bool com2Present;
+        std::vector<std::string> items;
+        int current;
+        std::string status;
+    };
+    const Case cases[] = {
+        {12, true, {"COM2", "COM5", "COM12", "COM30"}, 2, ""},
+        {7, true, {"COM2", "COM5", "COM12", "COM30"}, -1, "COM7 is missing; choose another port."},
+        {2, false, {"COM5", "COM12", "COM30"}, -1, "COM2 is missing; choose another port."},
+    };
     for (int n : {5, 12, 30, 31}) driver.port(n);
     driver.port(7).present = false;
-    store.settings().comPort = 12;
-    controller.listPorts();
-    EXPECT_EQ(view.items("ComList"), (std::vector<std::string>{"COM2", "COM5", "COM12", "COM30"}));
-    EXPECT_EQ(view.currentIndex("ComList"), 2);
-    EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kGreen);
-    ASSERT_NE(ctx.irPortHandle, kNoPort);
-    EXPECT_TRUE(driver.port(12).open);
-    EXPECT_EQ(library.handles, std::vector<PortHandle>{ctx.irPortHandle});
-    EXPECT_EQ(driver.port(12).state.baudRate, 9600u);
-    EXPECT_EQ(driver.port(12).timeouts.readIntervalTimeout, 0xFFFFFFFFu);
-}
-
-TEST_F(ReceiverTest, NoPortAtAllOnlySaysSo) {
-    com2().present = false;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.comPort);
+        view.setStatus("");
+        library.handles.clear();
+        store.settings().comPort = c.comPort;
+        com2().present = c.com2Present;
+        controller.listPorts();
+        EXPECT_EQ(view.items("ComList"), c.items);
+        EXPECT_EQ(view.currentIndex("ComList"), c.current);
+        EXPECT_EQ(view.text("StatusBar"), c.status);
+        EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), c.current >= 0 ? kGreen : kRed);
+        EXPECT_EQ(ctx.irPortHandle != kNoPort, c.current >= 0);
+        EXPECT_EQ(library.handles, c.current >= 0 ? std::vector<PortHandle>{ctx.irPortHandle} : std::vector<PortHandle>{});
+    }
+    EXPECT_FALSE(driver.port(12).open);
+    for (int n : {2, 5, 12, 30}) driver.port(n).present = false;
     controller.listPorts();
     EXPECT_EQ(view.text("StatusBar"), "There is no COM port available!");
-    EXPECT_TRUE(view.items("ComList").empty());
-    EXPECT_EQ(ctx.irPortHandle, kNoPort);
     // The menus still work on the closed port.
     controller.onIRMouseMenu();
     EXPECT_EQ(view.text("ReceiverType"), "IRMouse");
 }
 
-TEST_F(ReceiverTest, ChangingToTheX10PortTakesItAndReappliesTheInterface) {
+TEST_F(ReceiverTest, ChangingToTheX10PortTakesItFromX10AndReappliesTheInterface) {
     driver.port(5);
     store.settings().x10Com = 5;
     store.settings().itypeLow = 1; // IRMouse: RTS and DTR power it
     start();
     PortHandle old = ctx.irPortHandle;
-    ctx.x10PortHandle = 77;
+    ctx.x10PortHandle = port.OpenComPort(5); // X10 holds its port
     ctx.irmanInitialised = true;
 
     view.setCurrentIndex("ComList", 1); // COM5
@@ -174,16 +215,14 @@ TEST_F(ReceiverTest, ChangingToTheX10PortTakesItAndReappliesTheInterface) {
 
     EXPECT_FALSE(com2().open);
     ASSERT_NE(ctx.irPortHandle, kNoPort);
-    EXPECT_NE(ctx.irPortHandle, old);
     EXPECT_EQ(library.handles, (std::vector<PortHandle>{old, kNoPort, ctx.irPortHandle}));
-    EXPECT_EQ(ctx.x10PortHandle, 77);
+    EXPECT_EQ(ctx.x10PortHandle, kNoPort); // the next X10 command shares the infrared port
     EXPECT_FALSE(ctx.irmanInitialised);
     Settings s = saved();
     EXPECT_EQ(s.comPort, 5);
     EXPECT_EQ(s.x10Com, 0);
     EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kGreen);
-    EXPECT_TRUE(driver.port(5).rts);
-    EXPECT_TRUE(driver.port(5).dtr);
+    EXPECT_TRUE(driver.port(5).rts && driver.port(5).dtr);
     EXPECT_EQ(view.text("ReceiverType"), "IRMouse");
 
     // Clicking the port already in use changes nothing.
@@ -191,16 +230,20 @@ TEST_F(ReceiverTest, ChangingToTheX10PortTakesItAndReappliesTheInterface) {
     EXPECT_EQ(library.handles.size(), 3u);
 }
 
-TEST_F(ReceiverTest, APortThatWillNotOpenTurnsTheListRed) {
+TEST_F(ReceiverTest, APortThatWillNotOpenTurnsTheListRedAndSaysWhy) {
     driver.port(5).busy = true;
+    driver.port(6).denied = true;
     start();
-    ctx.irmanInitialised = true;
-    view.setCurrentIndex("ComList", 1);
-    controller.onComListClick();
-    EXPECT_EQ(ctx.irPortHandle, kNoPort);
-    EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kRed);
-    EXPECT_FALSE(ctx.irmanInitialised);
-    EXPECT_EQ(saved().comPort, 5);
+    for (int index : {1, 2}) {
+        ctx.irmanInitialised = true;
+        view.setCurrentIndex("ComList", index);
+        controller.onComListClick();
+        EXPECT_EQ(ctx.irPortHandle, kNoPort);
+        EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kRed);
+        EXPECT_FALSE(ctx.irmanInitialised);
+        EXPECT_EQ(saved().comPort, index + 4);
+    }
+    EXPECT_EQ(view.text("StatusBar"), "COM6: Permission denied");
     EXPECT_TRUE(dialogs.messages.empty());
 }
 

@@ -49,6 +49,7 @@ TEST(MonitorEvents, CommandListsByDevice) {
         {OutputCommands(t, "MOUSE"), {"LEFT CLICK", "RIGHT CLICK", "DOUBLECLICK", "LEFT", "LEFTUP", "UP", "RIGHTUP",
                                       "RIGHT", "RIGHTDOWN", "DOWN", "LEFTDOWN"}},
         {OutputCommands(t, "Application"), {"Terminal", "Chime"}},
+        {OutputCommands(t, "IR Dimmer"), {"ON/OFF", "DIM/BRI"}},
         {OutputCommands(t, "Gone"), {}},
     };
     for (const Case& c : cases) EXPECT_EQ(c.got, c.want);
@@ -80,6 +81,9 @@ TEST(MonitorEvents, PhoneKeysTakeTheDeviceIndex) {
     rig.choose("IRDev", "Sony TV");
     rig.events.OnIRDevChanged();
     EXPECT_FALSE(rig.view.isVisible("BtDevLabel"));
+    rig.store.settings().btCurrent = 12; // not a phone device: the list starts at 0
+    rig.events.Load();
+    EXPECT_EQ(rig.view.currentIndex("BTDevListCombo"), 0);
 }
 
 TEST(MonitorEvents, AddEvent) {
@@ -99,13 +103,16 @@ TEST(MonitorEvents, AddEvent) {
          "This event exists in the configuration file.\nPlease select another event.", false},
         {"prefix of a longer line", {"Sony TV", "Mute", "Winamp", "PLAY"}, MsgAnswer::Yes,
          "This event exists in the configuration file.\nPlease select another event.", false},
+        {"no output command", {"Sony TV", "Power", "Winamp", ""}, MsgAnswer::Yes,
+         "Choose an input command and an output command first.", false},
     };
     std::string config = DefaultConfiguration();
     config.insert(config.find("[End]"), "Sony TV&Mute,Winamp&PLAYLIST\r\n");
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         EventsRig rig(config);
-        rig.pick(c.pick[0], c.pick[1], c.pick[2], c.pick[3]);
+        rig.pick(c.pick[0], c.pick[1], c.pick[2], c.pick[3].empty() ? "PLAY" : c.pick[3]);
+        if (c.pick[3].empty()) rig.view.setCurrentIndex("OutCmd", -1);
         rig.dialogs.answers.push_back(c.answer);
         const std::string line = rig.events.BuildLine();
         const std::size_t before = rig.view.items("MonEvent").size();
@@ -128,18 +135,32 @@ TEST(MonitorEvents, AddNeedsASectionAfterMonitoring) {
     EXPECT_TRUE(rig.dialogs.messages.empty());
 }
 
-TEST(MonitorEvents, DeleteAsksAndTakesTheLineBreak) {
-    EventsRig rig;
+TEST(MonitorEvents, DeleteAsksAndTakesOnlyTheWholeLine) {
+    std::string config = DefaultConfiguration();
+    // Hand-edited: the event stands first inside a longer line.
+    config.insert(config.find("Sony TV&Ch+"), "Sony TV&Ch-,winamp&PREVIOUS\r\n");
+    EventsRig rig(config);
     rig.choose("MonEvent", "Sony TV&Ch-,winamp&PREV");
     rig.events.OnDelete(); // unanswered: No
-    EXPECT_NE(rig.store.text().find("Sony TV&Ch-,winamp&PREV"), std::string::npos);
+    EXPECT_NE(rig.store.text().find("Sony TV&Ch-,winamp&PREV\r\n"), std::string::npos);
     EXPECT_EQ(rig.dialogs.messages.at(0).text,
               "You are sure that you want to delete the Event: Sony TV&Ch-,winamp&PREV ?");
 
+    // A file that cannot be written keeps the event, in the list and in memory.
+    const std::string before = rig.store.text();
+    rig.BlockSaves();
     rig.dialogs.answers.push_back(MsgAnswer::Yes);
     rig.events.OnDelete();
-    EXPECT_NE(rig.OnDisk().find("Sony TV&Ch+,winamp&NEXT\r\nSony TV&Mute,winamp&PAUSE\r\n"), std::string::npos);
-    EXPECT_EQ(rig.view.items("MonEvent").size(), 3u);
+    EXPECT_EQ(rig.store.text(), before);
+    EXPECT_EQ(rig.dialogs.messages.back().text.rfind("The configuration file could not be written.", 0), 0u);
+    std::filesystem::remove(rig.dir.file("telvorin.cfg.tmp"));
+
+    rig.choose("MonEvent", "Sony TV&Ch-,winamp&PREV");
+    rig.dialogs.answers.push_back(MsgAnswer::Yes);
+    rig.events.OnDelete();
+    EXPECT_NE(rig.OnDisk().find("winamp&PREVIOUS\r\nSony TV&Ch+,winamp&NEXT\r\nSony TV&Mute,winamp&PAUSE\r\n"),
+              std::string::npos);
+    EXPECT_EQ(rig.view.items("MonEvent").size(), 4u);
 }
 
 TEST(MonitorEvents, CleanRemovesOnlyOrphans) {

@@ -1,6 +1,7 @@
 #include "monitor/monitor_engine.h"
 
 #include "actions/executor.h"
+#include "io/port_line.h"
 #include "ir/codec.h"
 #include "ir/pulse_text.h"
 #include "support/rig.h"
@@ -15,34 +16,12 @@ using testing::FakeCaptureLibrary;
 using testing::SimClock;
 using testing::SimSerialDriver;
 
-// Counts the line reads, which is all an idle tick may cost.
-class CountingDriver final : public SerialDriver {
-public:
-    explicit CountingDriver(SerialDriver& d) : d_(d) {}
-    PortHandle open(const std::string& n) override { return d_.open(n); }
-    bool getState(PortHandle h, CommState& s) override { return d_.getState(h, s); }
-    bool setState(PortHandle h, const CommState& s) override { return d_.setState(h, s); }
-    bool getTimeouts(PortHandle h, CommTimeouts& t) override { return d_.getTimeouts(h, t); }
-    bool setTimeouts(PortHandle h, const CommTimeouts& t) override { return d_.setTimeouts(h, t); }
-    bool read(PortHandle h, char* b, std::size_t m, std::size_t& g) override { return d_.read(h, b, m, g); }
-    bool write(PortHandle h, const char* b, std::size_t s, std::size_t& w) override { return d_.write(h, b, s, w); }
-    bool escape(PortHandle h, CommEscape f) override { return d_.escape(h, f); }
-    bool modemStatus(PortHandle h, std::uint32_t& s) override {
-        ++lineReads;
-        return d_.modemStatus(h, s);
-    }
-    bool defaultConfig(const std::string& n) override { return d_.defaultConfig(n); }
-    void close(PortHandle h) override { d_.close(h); }
-    int lineReads = 0;
-
-private:
-    SerialDriver& d_;
-};
+const std::string kNoLibrary =
+    "The capture library cannot be used: libserpulse.so: cannot open shared object file: No such file or directory";
 
 struct EngineRig : BasicRig<SimClock> {
     FakeView view;
-    SimSerialDriver sim{clock};
-    CountingDriver driver{sim};
+    SimSerialDriver driver{clock};
     SerialPort port{driver};
     FakeCaptureLibrary library;
     std::vector<std::pair<std::string, std::string>> executed;
@@ -50,14 +29,14 @@ struct EngineRig : BasicRig<SimClock> {
 
     explicit EngineRig(const std::string& config = DefaultConfiguration()) {
         EXPECT_TRUE(Load(config));
-        sim.port(1);
+        driver.port(1);
         ctx.irPortHandle = port.OpenComPort(1);
         engine.hooks().execute = [this](const std::string& d, const std::string& c) {
             executed.emplace_back(d, c);
             return d + " " + c + " executed.";
         };
     }
-    testing::SimPort& com1() { return sim.port(1); }
+    testing::SimPort& com1() { return driver.port(1); }
 };
 
 // A key as the receiver would capture it: the device's own header, our encoder, a sampler.
@@ -75,6 +54,7 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
         bool dcdIdle; // what the line shows before any key
         const char* status;
         bool runs;
+        bool libraryMissing = false;
     };
     const Case cases[] = {
         {"no input", false, false, 0, true, "There is no input plugin available to monitor!", false},
@@ -86,6 +66,7 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
         {"FirM", true, false, 4, true, "FirM interface is not yet supported for monitoring!", true},
         {"unknown interface", true, false, 9, true, "No Record interface selected!", true},
         {"phone only", false, true, 2, true, "Monitoring started OK.", true},
+        {"no capture library", true, true, 1, false, kNoLibrary.c_str(), true, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -94,6 +75,7 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
         rig.store.settings().btEna = c.btIn;
         rig.ctx.interfaceType = c.type;
         rig.com1().inputs = c.dcdIdle ? kModemDcdOn : 0;
+        rig.library.missing = c.libraryMissing;
         int btStarts = 0;
         rig.engine.hooks().bluetoothStart = [&] { ++btStarts; };
         rig.engine.Start();
@@ -102,7 +84,8 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
         EXPECT_EQ(rig.ctx.monitoring, c.runs);
         EXPECT_EQ(rig.OnDisk().find("MONITOR= 1") != std::string::npos, c.runs);
         EXPECT_EQ(rig.view.isChecked("MonitoringStartMenu"), c.runs);
-        EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), c.runs && c.irIn);
+        // The library is needed only by the ticks, which then do not run.
+        EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), c.runs && c.irIn && !c.libraryMissing);
         EXPECT_EQ(rig.view.isTimerEnabled("BTAutoTimer"), c.runs && c.btIn);
         EXPECT_EQ(btStarts, c.runs ? 1 : 0);
         if (c.runs) {
@@ -110,6 +93,8 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
             EXPECT_EQ(rig.view.text("Label111"), "IN");
             EXPECT_FALSE(rig.view.isEnabled("SendButton"));
             EXPECT_FALSE(rig.view.isVisible("Protocol"));
+            EXPECT_FALSE(rig.view.isEnabled("mnuStartMonitor")); // whichever menu started it
+            EXPECT_TRUE(rig.view.isEnabled("mnuStopMonitor"));
         }
     }
 }
@@ -121,8 +106,7 @@ TEST(MonitorEngine, StartPowersTheReceiverAndLeavesTheCompactWindowFirst) {
     rig.engine.hooks().compact = [] { return true; };
     rig.engine.hooks().minButton = [&] { monitoringWhenLeft = rig.ctx.monitoring; };
     rig.engine.Start();
-    EXPECT_TRUE(rig.com1().rts);
-    EXPECT_TRUE(rig.com1().dtr);
+    EXPECT_TRUE(rig.com1().rts && rig.com1().dtr);
     EXPECT_FALSE(rig.com1().brk);
     EXPECT_FALSE(monitoringWhenLeft);
 }
@@ -133,7 +117,7 @@ TEST(MonitorEngine, StopRestoresTheSenderAndClosesThePhone) {
         rig.ctx.interfaceType = type;
         rig.store.settings().btEna = true;
         rig.engine.Start();
-        rig.sim.port(5);
+        rig.driver.port(5);
         rig.ctx.btPortHandle = rig.port.OpenComPort(5);
         int icons = 0;
         rig.engine.hooks().refreshIcon = [&] { ++icons; };
@@ -143,26 +127,16 @@ TEST(MonitorEngine, StopRestoresTheSenderAndClosesThePhone) {
         EXPECT_EQ(rig.view.text("StatusBar"), "Monitoring is stopped.");
         EXPECT_NE(rig.OnDisk().find("MONITOR= 0\r\n"), std::string::npos);
         EXPECT_EQ(rig.ctx.btPortHandle, kNoPort);
-        EXPECT_FALSE(rig.sim.port(5).open);
-        EXPECT_FALSE(rig.view.isTimerEnabled("IRMonTimer"));
-        EXPECT_FALSE(rig.view.isTimerEnabled("BTAutoTimer"));
+        EXPECT_FALSE(rig.driver.port(5).open);
+        EXPECT_FALSE(rig.view.isTimerEnabled("IRMonTimer") || rig.view.isTimerEnabled("BTAutoTimer"));
         EXPECT_EQ(rig.view.isVisible("Zone"), type == 4);
         EXPECT_TRUE(rig.view.isEnabled("SendButton"));
         EXPECT_EQ(rig.view.text("Label112"), "Cmd.");
+        // Stopped from the main menu, the tray offers Start again.
+        EXPECT_TRUE(rig.view.isEnabled("mnuStartMonitor"));
+        EXPECT_FALSE(rig.view.isEnabled("mnuStopMonitor"));
         EXPECT_EQ(icons, 1);
     }
-}
-
-TEST(MonitorEngine, TrayItemsFollowTheState) {
-    EngineRig rig;
-    rig.engine.TrayStart();
-    EXPECT_FALSE(rig.view.isEnabled("mnuStartMonitor"));
-    EXPECT_TRUE(rig.view.isEnabled("mnuStopMonitor"));
-    rig.engine.TrayRestart();
-    EXPECT_TRUE(rig.ctx.monitoring);
-    rig.engine.TrayStop();
-    EXPECT_TRUE(rig.view.isEnabled("mnuStartMonitor"));
-    EXPECT_FALSE(rig.view.isEnabled("mnuStopMonitor"));
 }
 
 TEST(MonitorEngine, ConfigureNeedsAnInput) {
@@ -177,14 +151,18 @@ TEST(MonitorEngine, ConfigureNeedsAnInput) {
     EXPECT_EQ(shown, 1);
 }
 
-TEST(MonitorEngine, IdleTickIsOneLineRead) {
-    EngineRig rig;
-    rig.com1().inputs = kModemDcdOn;
-    rig.driver.lineReads = 0;
-    for (int i = 0; i < 50; ++i) rig.engine.OnIRMonTimer();
-    EXPECT_EQ(rig.driver.lineReads, 50);
-    EXPECT_TRUE(rig.library.captureCalls.empty());
-    EXPECT_TRUE(rig.clock.sleeps.empty());
+// Each receiver idles on its own level of DCD: the standard one on, the IRMouse off.
+TEST(MonitorEngine, IdleTickIsOneLineReadForBothReceivers) {
+    for (int type : {0, 1}) {
+        EngineRig rig;
+        rig.ctx.interfaceType = type;
+        rig.com1().inputs = type == 0 ? kModemDcdOn : 0;
+        rig.driver.lineReads = 0;
+        for (int i = 0; i < 50; ++i) rig.engine.OnIRMonTimer();
+        EXPECT_EQ(rig.driver.lineReads, 50);
+        EXPECT_TRUE(rig.library.captureCalls.empty());
+        EXPECT_TRUE(rig.clock.sleeps.empty());
+    }
 }
 
 TEST(MonitorEngine, TickTurnsKeysIntoActions) {
@@ -209,7 +187,7 @@ TEST(MonitorEngine, TickTurnsKeysIntoActions) {
         SCOPED_TRACE(c.name);
         EngineRig rig;
         rig.ctx.interfaceType = c.type;
-        rig.com1().inputs = 0; // the line is active
+        rig.com1().inputs = c.type == 1 ? kModemDcdOn : 0; // the line is active
         rig.library.captures.push_back(Capture(rig, c.device, c.code));
         rig.engine.OnIRMonTimer();
 
@@ -224,30 +202,71 @@ TEST(MonitorEngine, TickTurnsKeysIntoActions) {
     }
 }
 
-TEST(MonitorEngine, TickEndsSilently) {
+TEST(MonitorEngine, TickEndsSilentlyUnlessTheLibraryCannotBeCalled) {
     struct Case {
         const char* name;
         std::vector<std::uint8_t> capture; // empty: the library answers 0
         bool irIn;
+        bool missing;
     };
     std::vector<std::uint8_t> leadOnly(600, 0);
     for (int i = 0; i < 39; ++i) leadOnly[static_cast<std::size_t>(i)] = 0xFF;
     const Case cases[] = {
-        {"no capture", {}, true},
-        {"samples only in the first 39 bytes", leadOnly, true},
-        {"noise", std::vector<std::uint8_t>(600, 0xA5), true},
-        {"input off", std::vector<std::uint8_t>(600, 0xA5), false},
+        {"no capture", {}, true, false},
+        {"samples only in the first 39 bytes", leadOnly, true, false},
+        {"noise", std::vector<std::uint8_t>(600, 0xA5), true, false},
+        {"input off", std::vector<std::uint8_t>(600, 0xA5), false, false},
+        {"library gone", {}, true, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         EngineRig rig;
         rig.store.settings().irInEna = c.irIn;
         rig.com1().inputs = 0;
+        rig.library.missing = c.missing;
         if (!c.capture.empty()) rig.library.captures.push_back(c.capture);
+        rig.view.setTimerEnabled("IRMonTimer", true);
         rig.engine.OnIRMonTimer();
         EXPECT_EQ(rig.view.text("RecCmd"), "");
-        EXPECT_EQ(rig.view.text("StatusBar"), "");
         EXPECT_TRUE(rig.clock.sleeps.empty());
+        // A library that cannot be called says so once and is not asked every millisecond.
+        EXPECT_EQ(rig.view.text("StatusBar"), c.missing ? kNoLibrary : "");
+        EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), !c.missing);
+    }
+}
+
+// TxD sending configures the port before every send; the standard receiver, powered from RTS,
+// must still hear the next key.
+TEST(MonitorEngine, KeysStillArriveAfterTxDSends) {
+    EngineRig rig;
+    testing::DcdReceiver receiver = testing::StandardReceiver();
+    rig.com1().peer = &receiver;
+    PortLine line(rig.port, rig.ctx.irPortHandle);
+    serpulse::Sampler sampler(line, rig.clock);
+    rig.library.sampler = &sampler;
+    rig.store.settings().winampEna = true;
+    rig.ctx.txdOutput = 1;
+    rig.port.ConfigureComPort(9600, 8, rig.ctx.irPortHandle); // as opened at start-up
+    ActionBackends backends;
+    backends.winamp = [](const std::string& c) { return "winamp " + c + " executed."; };
+    CommandExecutor executor(rig.ctx, rig.port, rig.library, rig.view, backends);
+    rig.engine.hooks().execute = [&](const std::string& d, const std::string& c) { return executor.Execute(d, c); };
+    rig.engine.Start();
+
+    const ProtocolHeader h = DeviceHeader(rig.store.text(), "Sony TV");
+    for (int press = 0; press < 3; ++press) {
+        SCOPED_TRACE(press);
+        std::string code = "G000010010000";
+        bool toggle = false;
+        receiver.air.push_back({EncodeCommand(code, h, toggle), static_cast<double>(h.sendpls), rig.clock.nowNs() + 2'000'000});
+        rig.view.setText("ExecCmd", "");
+        for (int tick = 0; tick < 10 && rig.view.text("ExecCmd").empty(); ++tick) {
+            rig.clock.advanceMs(1);
+            rig.engine.OnIRMonTimer();
+        }
+        EXPECT_EQ(rig.view.text("RecCmd"), "Sony TV&Ch+");
+        EXPECT_EQ(rig.view.text("ExecCmd"), "winamp NEXT executed.");
+        EXPECT_EQ(rig.com1().state.baudRate, 115200u);
     }
 }
 

@@ -14,19 +14,23 @@ using testing::SimSerialDriver;
 class BtConfigTest : public ::testing::Test, protected BasicRig<SimClock> {
 protected:
     BtConfigTest() : port(driver) {
-        for (int n : {1, 3, 7}) driver.port(n);
+        for (int n : {1, 3, 7, 8}) driver.port(n); // COM1 is the infrared receiver's
         ctx.settings().bt = {"Living", "Kitchen", "Bedroom", "Garage", "Attic", "Porch", "", "", "", ""};
         ctx.settings().btCom = 3;
         ctx.settings().btCurrent = 2;
         bt.Open();
     }
-
-    std::string Saved() const { return OnDisk(); }
+    void choosePort(int index) {
+        view.setCurrentIndex("BtComListbox", index);
+        bt.OnBtComListbox();
+    }
+    std::string lastMessage() const { return dialogs.messages.empty() ? "" : dialogs.messages.back().text; }
 
     FakeView view;
     SimSerialDriver driver{clock};
     SerialPort port;
-    BtConfig bt{ctx, view, port};
+    int phoneChanges = 0;
+    BtConfig bt{ctx, view, port, [this] { ++phoneChanges; }};
 };
 
 TEST_F(BtConfigTest, Rename) {
@@ -34,15 +38,17 @@ TEST_F(BtConfigTest, Rename) {
         int index;
         std::string name;
         std::string message;
-        MsgIcon icon;
     };
     const Case cases[] = {
-        {2, "PORCH", "This name is in use for device 5 !", MsgIcon::Critical},
-        {2, "Bedroom", "This name is in use for device 2 !", MsgIcon::Critical},
-        {2, "bedroom", "This name is in use for device 2 !", MsgIcon::Critical}, // capitals only: refused
-        {2, "Bed#room", "Invalid device name!", MsgIcon::Critical},
-        {2, "  Cellar ", "Current device name was changed.", MsgIcon::Information},
-        {9, "Garden", "Current device name was changed.", MsgIcon::Information},
+        {2, "PORCH", "This name is in use for device 5 !"},
+        {2, "bedroom", "This name is in use for device 2 !"}, // capitals only: refused
+        {2, "Device 7", "This name is in use for device 7 !"}, // what the phone shows for 7
+        {2, "Bed#room", "Invalid device name!"},
+        {2, "   ", "Invalid device name!"},
+        {2, "Big \"TV\"", "Invalid device name!"}, // the phone's text is quoted
+        {2, std::string(21, 'x'), "Invalid device name!"},
+        {2, "  Cellar ", "Current device name was changed."},
+        {9, "Garden", "Current device name was changed."},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -54,44 +60,68 @@ TEST_F(BtConfigTest, Rename) {
         ASSERT_EQ(dialogs.messages.size(), 1u);
         EXPECT_EQ(dialogs.messages[0].text, c.message);
         EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
-        EXPECT_EQ(dialogs.messages[0].icon, c.icon);
-        if (c.icon == MsgIcon::Critical) {
+        const bool changed = c.message == "Current device name was changed.";
+        EXPECT_EQ(dialogs.messages[0].icon, changed ? MsgIcon::Information : MsgIcon::Critical);
+        if (!changed) {
             EXPECT_EQ(ctx.settings().bt, before);
-        } else {
-            const std::string stored = ctx.settings().bt[static_cast<std::size_t>(c.index)];
-            EXPECT_EQ(stored, c.name == "  Cellar " ? "Cellar" : c.name);
-            EXPECT_NE(Saved().find("BT" + std::to_string(c.index) + "= " + stored + "\r\n"), std::string::npos);
+            continue;
         }
+        const std::string stored = ctx.settings().bt[static_cast<std::size_t>(c.index)];
+        EXPECT_EQ(stored, c.name == "  Cellar " ? "Cellar" : c.name);
+        EXPECT_NE(OnDisk().find("BT" + std::to_string(c.index) + "= " + stored + "\r\n"), std::string::npos);
     }
+    view.setCurrentIndex("BTDevNrCombo", 8);
+    bt.OnBTDevNrCombo();
+    EXPECT_EQ(view.text(BtConfig::kNameBox), "Device 8");
 }
 
 TEST_F(BtConfigTest, EnableModeAndPort) {
     bt.OnBTCheckbox(true);
     EXPECT_TRUE(ctx.settings().btEna);
-    EXPECT_NE(Saved().find("BTENA= 1\r\n"), std::string::npos);
+    EXPECT_NE(OnDisk().find("BTENA= 1\r\n"), std::string::npos);
     for (const char* c : {"Frame1", "BTModeOption0", "BTModeOption1", "BtComListbox"}) EXPECT_TRUE(view.isEnabled(c));
+
+    // The receiver's port is not the phone's; a port held elsewhere says so.
+    choosePort(0);
+    EXPECT_EQ(lastMessage(), "COM1 is the infrared receiver's port.");
+    EXPECT_EQ(ctx.settings().btCom, 3);
+    EXPECT_EQ(view.currentIndex("BtComListbox"), 1);
+    driver.port(8).busy = true;
+    choosePort(3);
+    EXPECT_EQ(lastMessage(), "Cannot open COM8: COM8 is in use by another program");
 
     // Mode 0 opens the chosen port at once and lets go of the old one.
     ctx.btPortHandle = port.OpenComPort(3);
-    view.setCurrentIndex("BtComListbox", 2);
-    bt.OnBtComListbox();
+    choosePort(2);
     EXPECT_EQ(ctx.settings().btCom, 7);
-    EXPECT_NE(Saved().find("BTCOM= 7\r\n"), std::string::npos);
+    EXPECT_NE(OnDisk().find("BTCOM= 7\r\n"), std::string::npos);
     EXPECT_FALSE(driver.port(3).open);
     EXPECT_TRUE(driver.port(7).open);
 
     // Mode 1 only remembers the port.
     bt.OnBTModeOption(1);
-    EXPECT_NE(Saved().find("BTMODE= 1\r\n"), std::string::npos);
-    view.setCurrentIndex("BtComListbox", 0);
-    bt.OnBtComListbox();
-    EXPECT_FALSE(driver.port(7).open);
-    EXPECT_FALSE(driver.port(1).open);
+    EXPECT_NE(OnDisk().find("BTMODE= 1\r\n"), std::string::npos);
+    choosePort(1);
+    EXPECT_FALSE(driver.port(7).open || driver.port(3).open);
     EXPECT_EQ(ctx.btPortHandle, kNoPort);
+    EXPECT_EQ(phoneChanges, 0);
 
+    // While monitoring, the running phone remote follows the box and the port at once.
+    ctx.monitoring = true;
+    choosePort(2);
     bt.OnBTCheckbox(false);
-    EXPECT_NE(Saved().find("BTENA= 0\r\n"), std::string::npos);
+    EXPECT_EQ(phoneChanges, 2);
+    EXPECT_NE(OnDisk().find("BTENA= 0\r\n"), std::string::npos);
     EXPECT_FALSE(view.isEnabled("BtComListbox"));
+
+    // A change the file did not take is not shown as made.
+    BlockSaves();
+    view.setChecked("BTCheckbox", true);
+    bt.OnBTCheckbox(true);
+    EXPECT_FALSE(view.isChecked("BTCheckbox"));
+    EXPECT_FALSE(ctx.settings().btEna);
+    EXPECT_EQ(lastMessage().rfind("The configuration file could not be written.", 0), 0u);
+    EXPECT_EQ(phoneChanges, 2);
 }
 
 } // namespace

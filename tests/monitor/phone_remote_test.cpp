@@ -10,6 +10,7 @@
 
 #include <deque>
 #include <set>
+#include <utility>
 
 namespace quenix {
 namespace {
@@ -62,6 +63,7 @@ public:
     TickingView(SimClock& clock) : clock_(clock), last_(clock.nowMs()) {}
     void processEvents() override {
         FakeView::processEvents();
+        if (duringWait) std::exchange(duringWait, nullptr)(); // another timer's work, once
         if (remote && pollToo) { // BTMonTimer due during a wait, a moment later
             clock_.advanceMs(5);
             remote->OnBTMonTimer();
@@ -73,6 +75,7 @@ public:
     }
     PhoneRemote* remote = nullptr;
     bool pollToo = false;
+    std::function<void()> duringWait;
 
 private:
     SimClock& clock_;
@@ -85,7 +88,7 @@ protected:
         Settings& s = ctx.settings();
         s.btEna = true;
         s.btCom = kBtCom;
-        s.bt = {"Living", "Kitchen", "Bedroom", "Garage", "", "", "", "", "", ""};
+        s.bt = {"Living", "Kitchen", "Bedroom", "Garage", "", "", "", "", "", ""}; // 4 to 9 never named
         driver.port(kBtCom).peer = &phone;
         view.remote = &remote;
         remote.handleEvent = [this](const std::string& key) {
@@ -144,12 +147,13 @@ TEST_F(PhoneRemoteTest, InitialiseDialogueAndModels) {
         r.handleEvent = remote.handleEvent;
         events.clear();
         view.setTimerEnabled("BTMonTimer", false);
+        view.setStatus("Command received");
 
         EXPECT_EQ(r.Initialise(), c.ok);
         EXPECT_EQ(r.model(), c.expectModel);
         EXPECT_EQ(view.isTimerEnabled("BTMonTimer"), c.ok);
-        EXPECT_EQ(view.textsOf("StatusBar").front(), "Initialize bluetooth...");
-        EXPECT_EQ(view.text("StatusBar"), "");
+        EXPECT_EQ(view.textsOf("StatusBar").end()[-2], "Initialize bluetooth...");
+        EXPECT_EQ(view.text("StatusBar"), "Command received"); // a reconnect round wipes nothing
         if (c.ok) {
             EXPECT_EQ(view.text(PhoneRemote::kLabel), c.expectModel + " is now connected.");
             EXPECT_EQ(view.color(PhoneRemote::kLabel, View::ColorRole::Background), PhoneRemote::kCyan);
@@ -200,6 +204,9 @@ TEST_F(PhoneRemoteTest, KeyReports) {
         {{"*,1", "u,1"}, {}, 0},            // no digit: ignored
         {{"*,1", "*,0", "3,1"}, {"BT0&3"}, 0}, // the release ends the choice
         {{"*,1", "2,1", "*,0", "d,1"}, {"BT2&DOWN"}, 2},
+        // Quick taps arrive several to a read: each counts, in order.
+        {{"u,1\r\n+CKEV: u,0\r\n+CKEV: d,1"}, {"BT0&UP", "BT0&DOWN"}, 0},
+        {{"*,1\r\n+CKEV: *,0", "3,1"}, {"BT0&3"}, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.reports.front() + " ... " + c.reports.back());
@@ -221,10 +228,29 @@ TEST_F(PhoneRemoteTest, DeviceChoiceIsStoredAndShown) {
     Key("*,1");
     EXPECT_EQ(remote.shift(), "SHIFT");
     EXPECT_TRUE(Heard("AT*EAID=1,2,\"Living\""));
-    Key("3,1");
-    EXPECT_TRUE(Heard("AT*EAID=1,2,\"Selected device is Garage\""));
-    EXPECT_NE(store.text().find("BTCURRENT= 3\r\n"), std::string::npos);
-    EXPECT_NE(dir.read("telvorin.cfg").find("BTCURRENT= 3\r\n"), std::string::npos);
+    Key("4,1");
+    EXPECT_TRUE(Heard("AT*EAID=1,2,\"Selected device is Device 4\""));
+    EXPECT_NE(OnDisk().find("BTCURRENT= 4\r\n"), std::string::npos);
+}
+
+// The phone's display text goes out whole, in 100-byte writes, and keeps its line end; keys
+// pressed while it is shown are not dropped with the reply; results from outside the dialogue
+// wait until no exchange waits for its reply.
+TEST_F(PhoneRemoteTest, LongTextsKeysMeanwhileAndResultsFromOutside) {
+    Connect();
+    const std::string title(150, 't');
+    phone.say("\r\n+CKEV: u,1\r\n", clock.nowNs() + 10'000'000);
+    remote.ShowOnPhone(title);
+    EXPECT_EQ(phone.heard, std::vector<std::string>{"AT*EAID=1,2,\"" + title + "\""});
+    remote.OnBTMonTimer();
+    EXPECT_EQ(events, std::vector<std::string>{"BT0&UP"});
+
+    phone.heard.clear();
+    view.duringWait = [&] { remote.Show("Later"); };
+    remote.AtExchange("AT");
+    EXPECT_EQ(phone.heard, std::vector<std::string>{"AT"});
+    remote.OnBTMonTimer();
+    EXPECT_EQ(phone.heard, (std::vector<std::string>{"AT", "AT*EAID=1,2,\"Later\""}));
 }
 
 TEST_F(PhoneRemoteTest, StarPressedWhileShowingPutsOurNameBack) {
@@ -264,45 +290,51 @@ TEST_F(PhoneRemoteTest, StarHashSwitchesOffUntilMenuEntryChosen) {
     EXPECT_EQ(events, std::vector<std::string>{"BT0&UP"});
 }
 
+// The link is lost when the phone refuses to take its keys back, or silently, when it goes
+// out of range and the handshake lines drop. Reconnecting takes two rounds of BTAutoTimer, and
+// only the round that connects raises BT&CONNECTED.
 TEST_F(PhoneRemoteTest, LostLinkDisconnectsAndReconnectsInTwoRounds) {
-    Connect();
-    ctx.monitoring = true;
-    phone.silent.insert("AT+CMER =3,2,0,0");
-    phone.say("\r\n*EAAI\r\n");
-    remote.OnBTMonTimer();
-    EXPECT_EQ(events, std::vector<std::string>{"BT&DISCONNECTED"});
-    EXPECT_EQ(view.text(PhoneRemote::kLabel), "BT disconnected!");
-    EXPECT_EQ(view.color(PhoneRemote::kLabel, View::ColorRole::Background), PhoneRemote::kYellow);
-    EXPECT_FALSE(remote.active());
+    for (bool silent : {false, true}) {
+        SCOPED_TRACE(silent);
+        Connect();
+        ctx.monitoring = true;
+        phone.linkUp = !silent;
+        phone.silent = {"AT+CMER =3,2,0,0"};
+        if (!silent) phone.say("\r\n*EAAI\r\n");
+        remote.OnBTMonTimer();
+        EXPECT_EQ(events, std::vector<std::string>{"BT&DISCONNECTED"});
+        EXPECT_EQ(view.text(PhoneRemote::kLabel), "BT disconnected!");
+        EXPECT_EQ(view.color(PhoneRemote::kLabel, View::ColorRole::Background), PhoneRemote::kYellow);
+        EXPECT_FALSE(remote.active());
 
-    // The link is down: the first round only closes the port and fails.
-    phone.linkUp = false;
-    phone.heard.clear();
-    events.clear();
-    int trays = 0;
-    remote.refreshTray = [&] { ++trays; };
-    remote.OnBTAutoTimer();
-    EXPECT_FALSE(view.isTimerEnabled("BTMonTimer"));
-    EXPECT_EQ(view.text(PhoneRemote::kLabel), "Bluetoth unavailable!");
-    EXPECT_TRUE(phone.heard.empty()); // nothing written to the closed port
-    EXPECT_FALSE(driver.port(kBtCom).open);
-    EXPECT_EQ(ctx.btPortHandle, kNoPort);
-    EXPECT_EQ(events, std::vector<std::string>{"BT&CONNECTED"});
-    EXPECT_EQ(trays, 1);
+        // The link is down: the first round only closes the port and fails.
+        phone.linkUp = false;
+        phone.heard.clear();
+        events.clear();
+        int trays = 0;
+        remote.refreshTray = [&] { ++trays; };
+        remote.OnBTAutoTimer();
+        EXPECT_FALSE(view.isTimerEnabled("BTMonTimer"));
+        EXPECT_EQ(view.text(PhoneRemote::kLabel), "Bluetoth unavailable!");
+        EXPECT_TRUE(phone.heard.empty()); // nothing written to the closed port
+        EXPECT_FALSE(driver.port(kBtCom).open);
+        EXPECT_TRUE(events.empty());
+        EXPECT_EQ(trays, 1);
 
-    // The phone is back: the next round opens the port afresh and connects.
-    phone.linkUp = true;
-    phone.silent.clear();
-    events.clear();
-    remote.OnBTAutoTimer();
-    EXPECT_TRUE(remote.active());
-    EXPECT_EQ(view.text(PhoneRemote::kLabel), "Ericsson T39m is now connected.");
-    EXPECT_EQ(events, (std::vector<std::string>{"BT&CONNECTED", "BT&CONNECTED"}));
+        // The phone is back: the next round opens the port afresh and connects.
+        phone.linkUp = true;
+        phone.silent.clear();
+        remote.OnBTAutoTimer();
+        EXPECT_TRUE(remote.active());
+        EXPECT_EQ(view.text(PhoneRemote::kLabel), "Ericsson T39m is now connected.");
+        EXPECT_EQ(events, std::vector<std::string>{"BT&CONNECTED"});
 
-    // Connected and active: further rounds do nothing.
-    phone.heard.clear();
-    remote.OnBTAutoTimer();
-    EXPECT_TRUE(phone.heard.empty());
+        // Connected and active: further rounds do nothing.
+        phone.heard.clear();
+        remote.OnBTAutoTimer();
+        EXPECT_TRUE(phone.heard.empty());
+        remote.Close();
+    }
 }
 
 TEST_F(PhoneRemoteTest, ReconnectWaitsForModeMonitoringAndLinkDown) {

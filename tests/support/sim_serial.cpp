@@ -24,7 +24,11 @@ SimPort* SimSerialDriver::portOf(PortHandle h) {
 PortHandle SimSerialDriver::open(const std::string& deviceName) {
     int n = PortNumber(deviceName);
     auto it = ports_.find(n);
-    if (it == ports_.end() || !it->second.present || it->second.busy || it->second.open) return kNoPort;
+    openError_ = it == ports_.end() || !it->second.present ? "no such device"
+                 : it->second.denied                       ? deviceName + ": Permission denied"
+                                                           : deviceName + " is in use by another program";
+    if (it == ports_.end() || !it->second.present || it->second.denied || it->second.busy || it->second.open)
+        return kNoPort;
     it->second.open = true;
     PortHandle h = next_++;
     handles_[h] = n;
@@ -41,10 +45,13 @@ bool SimSerialDriver::getState(PortHandle h, CommState& state) {
 bool SimSerialDriver::setState(PortHandle h, const CommState& state) {
     SimPort* p = portOf(h);
     if (!p) return false;
+    // As Windows does: a line drops only when its control is switched to "disable".
+    const std::uint32_t was = p->state.flags;
     p->state = state;
-    ++p->configurations;
-    if ((state.flags & kCommFlagDtrControlMask) == 0) setLine(*p, p->dtr, "DTR", false);
-    if ((state.flags & kCommFlagRtsControlMask) == 0) setLine(*p, p->rts, "RTS", false);
+    if ((was & kCommFlagDtrControlMask) != 0 && (state.flags & kCommFlagDtrControlMask) == 0)
+        setLine(*p, p->dtr, "DTR", false);
+    if ((was & kCommFlagRtsControlMask) != 0 && (state.flags & kCommFlagRtsControlMask) == 0)
+        setLine(*p, p->rts, "RTS", false);
     return true;
 }
 
@@ -106,6 +113,7 @@ bool SimSerialDriver::escape(PortHandle h, CommEscape function) {
 
 bool SimSerialDriver::modemStatus(PortHandle h, std::uint32_t& status) {
     status = 0;
+    ++lineReads;
     SimPort* p = portOf(h);
     if (!p) return false;
     status = p->peer ? p->peer->lines(*p, clock_.nowNs()) : p->inputs;
@@ -216,9 +224,13 @@ std::optional<std::int32_t> FakeCaptureLibrary::IRRecordN(std::uint8_t* buffer, 
     return capture("IRRecordN", buffer, procDelay, length);
 }
 std::optional<std::int32_t> FakeCaptureLibrary::IRMonitor(std::uint8_t* buffer, int procDelay) {
+    if (sampler && reachable()) return sampler->capture({buffer, 600, procDelay, serpulse::Polarity::MarkWhenDcdOff,
+                                                         serpulse::kMonitorEdgeWaitNs, true});
     return capture("IRMonitor", buffer, procDelay, 600);
 }
 std::optional<std::int32_t> FakeCaptureLibrary::IRMonitorN(std::uint8_t* buffer, int procDelay) {
+    if (sampler && reachable()) return sampler->capture({buffer, 600, procDelay, serpulse::Polarity::MarkWhenDcdOn,
+                                                         serpulse::kMonitorEdgeWaitNs, true});
     return capture("IRMonitorN", buffer, procDelay, 600);
 }
 

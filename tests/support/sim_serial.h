@@ -65,7 +65,8 @@ struct LineChange {
 
 struct SimPort {
     bool present = true;
-    bool busy = false; // held by another program
+    bool busy = false;   // held by another program
+    bool denied = false; // the user may not open it
     bool open = false;
     bool dtr = false, rts = false, brk = false;
     CommState state{9600, 8, 2, 0, kCommFlagBinary | 0x10 | 0x1000}; // as a fresh port: even parity
@@ -75,7 +76,6 @@ struct SimPort {
     std::vector<LineChange> changes;
     std::uint32_t inputs = kModemCtsOn | kModemDsrOn | kModemDcdOn; // when no peer drives them
     SimPeer* peer = nullptr;
-    int configurations = 0;
 };
 
 class SimSerialDriver final : public SerialDriver {
@@ -86,8 +86,10 @@ public:
     SimPort& port(int n) { return ports_[n]; }
     // The port behind an open handle.
     SimPort* portOf(PortHandle h);
+    int lineReads = 0; // modem status reads, all an idle monitoring tick may cost
 
     PortHandle open(const std::string& deviceName) override;
+    std::string openError() const override { return openError_; }
     bool getState(PortHandle h, CommState& state) override;
     bool setState(PortHandle h, const CommState& state) override;
     bool getTimeouts(PortHandle h, CommTimeouts& timeouts) override;
@@ -106,6 +108,7 @@ private:
     std::map<int, SimPort> ports_;
     std::map<PortHandle, int> handles_;
     PortHandle next_ = 100;
+    std::string openError_;
 };
 
 // A cell string on the air: cell k ("1" carrier) lasts from start + k * cellUs.
@@ -181,11 +184,14 @@ public:
     std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
                                        int txdMode) override;
     std::string error() const override { return error_; }
+    bool Ready() override { return reachable(); }
 
     // Each capture call takes the next one (copied into the caller's buffer, result 1); an
     // empty script answers 0 with the buffer untouched.
     std::deque<std::vector<std::uint8_t>> captures;
     bool missing = false;
+    // When set, the monitor entries sample the receiver line through it instead.
+    serpulse::Sampler* sampler = nullptr;
 
     std::vector<PortHandle> handles;
     std::vector<Capture> captureCalls;
