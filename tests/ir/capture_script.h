@@ -37,7 +37,6 @@ public:
     std::deque<std::optional<std::vector<std::uint8_t>>> captures;
     std::string irman;
     std::vector<Call> calls;
-
     bool record(int type, std::vector<std::uint8_t>& buffer, int procDelay, int length) override {
         calls.push_back({type, procDelay, length});
         std::optional<std::vector<std::uint8_t>> next;

@@ -89,7 +89,6 @@ TEST_F(LearningTest, StatusAndPanelByCapture) {
 
 TEST_F(LearningTest, TwoPressRule) {
     const Bytes a = Press(kProtoSony, "G101010011000001"), b = Press(kProtoSony, "G000101100100000");
-    // RC5 presses of one key differ in the toggle; another key differs elsewhere.
     const Bytes r1 = Press(kProtoRc5, "G11000010000001", kSampleUs, kRecordBytes, false);
     const Bytes r0 = Press(kProtoRc5, "G11000010000001", kSampleUs, kRecordBytes, true);
     const Bytes other = Press(kProtoRc5, "G11000010000011", kSampleUs, kRecordBytes, true);
@@ -217,9 +216,8 @@ TEST_F(LearningTest, LearnedRc5KeyIsStoredAndRecognisedWithBothToggles) {
     dialogs.inputs = {"Vol%Up", "Mute", "Power"}; // another device's name is fine
     learning.onSaveCmdButton();
     ASSERT_EQ(dialogs.prompts.size(), 3u);
-    EXPECT_EQ(dialogs.prompts[0].title, "Input new command name");
-    EXPECT_EQ(dialogs.prompts[0].prompt,
-              "Enter the name for the new command.\nDo not use '[' ']' ',' '%' '&' characters");
+    EXPECT_EQ(dialogs.prompts[0].title + ": " + dialogs.prompts[0].prompt,
+              "Input new command name: Enter the name for the new command.\nDo not use '[' ']' ',' '%' '&' characters");
     const auto statuses = view.textsOf("StatusBar");
     EXPECT_EQ(std::vector<std::string>(statuses.end() - 3, statuses.end()),
               (std::vector<std::string>{"Do not use [ ] , #  characters!",
@@ -363,9 +361,9 @@ TEST_F(LearningTest, Calibration) {
             EXPECT_NE(FindText("PROCDELAY= 3\r", OnDisk(), 1), 0);
         }
     }
-    EXPECT_EQ(dialogs.messages[0].caption, "Record a command");
-    EXPECT_EQ(dialogs.messages[0].text,
-              "Keep the '1' button on the SONY remote pressed and click OK.\nKeep pressed till you will receive a message.");
+    EXPECT_EQ(dialogs.messages[0].caption + ": " + dialogs.messages[0].text,
+              "Record a command: Keep the '1' button on the SONY remote pressed and click OK.\nKeep pressed till you "
+              "will receive a message.");
     dialogs.answers = {MsgAnswer::Cancel};
     source.calls.clear();
     learning.onCalibrationMenu();

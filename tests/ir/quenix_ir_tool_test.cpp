@@ -11,17 +11,16 @@ namespace {
 
 struct Output {
     std::string out;
-    int status = -1;
+    int status;
 };
 
 Output Shell(const std::string& command) {
-    Output o;
+    std::string out;
     FILE* p = popen(command.c_str(), "r");
     std::array<char, 4096> buf{};
-    for (std::size_t n = 0; p && (n = fread(buf.data(), 1, buf.size(), p)) > 0;) o.out.append(buf.data(), n);
+    for (std::size_t n = 0; p && (n = fread(buf.data(), 1, buf.size(), p)) > 0;) out.append(buf.data(), n);
     const int rc = p ? pclose(p) : -1;
-    o.status = WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
-    return o;
+    return {out, WIFEXITED(rc) ? WEXITSTATUS(rc) : -1};
 }
 
 const std::string kTool = QUENIX_PROGRAM_DIR "/quenix-ir";

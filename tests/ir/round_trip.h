@@ -16,8 +16,7 @@ namespace quenix::roundtrip {
 // decoder takes as read; the rest, the second start bit included, is random.
 inline std::string RandomBits(std::mt19937& rng, int protocol, int bits) {
     std::string s;
-    for (int i = 0; i < bits; ++i) s += (rng() & 1) ? '1' : '0';
-    if (protocol == kProtoRc5 && !s.empty()) s[0] = '1';
+    for (int i = 0; i < bits; ++i) s += (rng() & 1) || (i == 0 && protocol == kProtoRc5) ? '1' : '0';
     return s;
 }
 

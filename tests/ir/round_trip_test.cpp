@@ -36,10 +36,10 @@ TEST(SampleDevices, EveryShippedKeyIsRecognisedWhenReceived) {
     EXPECT_EQ(keys, 16);
 }
 
-// The analysis takes the unit from the most frequent mark and space, so a code's own mix of
-// bits can mislead it: with more 1s than 0s NEC at 45 us reads as unknown (its lead-in gap
-// falls past the last window) and SONY's lead-in as an extra leading 1; RC5 codes of mostly
-// doubled runs read as another protocol. Where the analysis names the protocol, it is exact.
+// The unit comes from the most frequent mark and space, so a code's mix of bits can mislead the
+// analysis: with more 1s, NEC at 45 us reads as unknown (its lead-in gap falls past the last
+// window) and SONY's lead-in as an extra 1; RC5 codes of mostly doubled runs read as another
+// protocol. Where the analysis names the protocol, the frame is exact.
 class RoundTrip : public ::testing::TestWithParam<std::pair<int, int>> {};
 
 TEST_P(RoundTrip, ExactWhereTheAnalysisHolds) {
