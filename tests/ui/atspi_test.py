@@ -1,0 +1,90 @@
+#!/usr/bin/python3
+"""The program driven from outside through its accessibility tree, as a screen reader drives it:
+the real program in a copy of its folder, on a private X server and a private session bus.
+Usage: atspi_test.py PROGRAM CONFIG. Exits 77 (skipped) when a tool is missing."""
+import importlib.util
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+SKIP = 77
+TITLE = "Orvel's Quenix Remote Manager v"
+# Spoken as the window shows them: a button's caption, a field's label, a check box's text.
+SHOWN = ["Record", "Send", "Save", "Delete", "Compact", "Reset", "Code", "Pulse (us)", "Serial port",
+         "TxD output", "IrDA output", "Beep on keys"]
+
+
+def wait_for(probe, what, seconds=30):
+    end = time.time() + seconds
+    while time.time() < end:
+        found = probe()
+        if found:
+            return found
+        time.sleep(0.2)
+    raise AssertionError("timed out waiting for " + what)
+
+
+def tree(node):
+    yield node
+    for i in range(node.childCount):
+        child = node.getChildAtIndex(i)
+        if child is not None:
+            yield from tree(child)
+
+
+def inner(program):
+    import pyatspi
+    config = os.path.join(os.path.dirname(program), "telvorin.cfg")
+    env = dict(os.environ, QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", QT_QPA_PLATFORM="xcb",
+               ASAN_OPTIONS="detect_leaks=0", SDL_AUDIODRIVER="dummy")
+    app = subprocess.Popen([program], env=env)
+    try:
+        desktop = pyatspi.Registry.getDesktop(0)
+        frame = wait_for(lambda: next((n for n in tree(desktop) if n.getRole() == pyatspi.ROLE_FRAME
+                                       and n.name.startswith(TITLE)), None), "the main window")
+        nodes = list(tree(frame))
+        missing = [name for name in SHOWN if name not in {n.name for n in nodes}]
+        assert not missing, "not spoken as shown: %s" % missing
+
+        beep = next(n for n in nodes if n.getRole() == pyatspi.ROLE_CHECK_BOX and n.name == "Beep on keys")
+        action = beep.queryAction()
+        names = [action.getName(i).lower() for i in range(action.nActions)]
+        assert "toggle" in names, "Beep on keys offers %s" % names
+        before = "BEEPON= 1\r\n" in open(config, newline="").read()
+        action.doAction(names.index("toggle"))
+        wait_for(lambda: ("BEEPON= 1\r\n" in open(config, newline="").read()) != before, "BEEPON written")
+        print("1 passed, 0 failed")
+        return 0
+    finally:
+        app.kill()  # SIGTERM would only reach the sound library's handler
+        app.wait()
+
+
+def outer(program, config):
+    missing = [t for t in ("xvfb-run", "dbus-run-session") if not shutil.which(t)]
+    if not os.path.exists("/usr/libexec/at-spi-bus-launcher"):
+        missing.append("at-spi-bus-launcher")
+    if not importlib.util.find_spec("pyatspi"):
+        missing.append("pyatspi")
+    if missing:
+        print("skipped: no " + ", ".join(missing))
+        return SKIP
+    folder = tempfile.mkdtemp(prefix="quenix-atspi-")
+    try:
+        source = os.path.dirname(program)
+        for name in os.listdir(source):
+            if os.path.isfile(os.path.join(source, name)) and name != "telvorin.cfg":
+                shutil.copy2(os.path.join(source, name), folder)
+        shutil.copy(config, os.path.join(folder, "telvorin.cfg"))
+        copy = os.path.join(folder, os.path.basename(program))
+        return subprocess.call(["xvfb-run", "-a", "dbus-run-session", "--", sys.executable, __file__, "--inner", copy],
+                               timeout=120)
+    finally:
+        shutil.rmtree(folder)
+
+
+if __name__ == "__main__":
+    sys.exit(inner(sys.argv[2]) if sys.argv[1] == "--inner" else outer(sys.argv[1], sys.argv[2]))
