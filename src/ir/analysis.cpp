@@ -132,7 +132,7 @@ void Normalise(MonitorFrame& f, std::string_view samples, bool keepFirstRc5Frame
     std::string cells = f.quantised.cells;
     if (f.analysis.protocol == kProtoRc5) {
         cells += 'g';
-        if (keepFirstRc5Frame && !cells.empty() && cells.front() == '1') cells.insert(0, 1, 'g');
+        if (keepFirstRc5Frame && cells.front() == '1') cells.insert(0, 1, 'g');
     }
     std::size_t gap = cells.find('g');
     cells = gap == std::string::npos ? std::string() : cells.substr(gap);
