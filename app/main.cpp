@@ -8,6 +8,8 @@
 #include "ui/frm_main.h"
 #include "ui/qt_dialogs.h"
 
+#include "session_end.h"
+
 #include <QApplication>
 
 int main(int argc, char** argv) {
@@ -28,6 +30,7 @@ int main(int argc, char** argv) {
 
     quenix::FrmMain window(ctx, {&port, library.get(), audio.get()});
     dialogs.setParent(&window);
+    ExitWhenSessionEnds(&window, [&window] { window.exitProgram(); });
     if (!window.startUp()) return 1;
     window.show();
     return app.exec();

@@ -56,15 +56,19 @@ def inner(program):
         before = "BEEPON= 1\r\n" in open(config, newline="").read()
         action.doAction(names.index("toggle"))
         wait_for(lambda: ("BEEPON= 1\r\n" in open(config, newline="").read()) != before, "BEEPON written")
+
+        app.terminate()  # the session ends: the program leaves as its Exit does
+        assert app.wait(20) == 0, "exit status %s after SIGTERM" % app.returncode
         print("1 passed, 0 failed")
         return 0
     finally:
-        app.kill()  # SIGTERM would only reach the sound library's handler
-        app.wait()
+        if app.poll() is None:
+            app.kill()
+            app.wait()
 
 
 def outer(program, config):
-    missing = [t for t in ("xvfb-run", "dbus-run-session") if not shutil.which(t)]
+    missing = [t for t in ("Xvfb", "dbus-run-session") if not shutil.which(t)]
     if not os.path.exists("/usr/libexec/at-spi-bus-launcher"):
         missing.append("at-spi-bus-launcher")
     if not importlib.util.find_spec("pyatspi"):
@@ -73,6 +77,12 @@ def outer(program, config):
         print("skipped: no " + ", ".join(missing))
         return SKIP
     folder = tempfile.mkdtemp(prefix="quenix-atspi-")
+    # Xvfb picks a free display itself: other tests may run X servers at the same time.
+    read, write = os.pipe()
+    xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
+                            pass_fds=[write], stderr=subprocess.DEVNULL)
+    os.close(write)
+    display = os.read(read, 16).decode().strip()
     try:
         source = os.path.dirname(program)
         for name in os.listdir(source):
@@ -80,9 +90,11 @@ def outer(program, config):
                 shutil.copy2(os.path.join(source, name), folder)
         shutil.copy(config, os.path.join(folder, "telvorin.cfg"))
         copy = os.path.join(folder, os.path.basename(program))
-        return subprocess.call(["xvfb-run", "-a", "dbus-run-session", "--", sys.executable, __file__, "--inner", copy],
-                               timeout=120)
+        return subprocess.call(["dbus-run-session", "--", sys.executable, __file__, "--inner", copy],
+                               env=dict(os.environ, DISPLAY=":" + display), timeout=120)
     finally:
+        xvfb.terminate()
+        xvfb.wait()
         shutil.rmtree(folder)
 
 
