@@ -124,15 +124,17 @@ std::string SelectFrame(std::string_view code) {
 namespace {
 
 // Steps shared by the recorder and the monitoring path: quantise, cut the leader, normalise.
-// An RC5 frame has no leader: the capture opens on its first mark, so the silence before
-// the capture is its pause. The recorder keeps that frame (a quick tap sends only one);
-// monitoring drops it with the leaders of the other protocols.
-void Normalise(MonitorFrame& f, std::string_view samples, bool keepFirstRc5Frame = false) {
+// An RC5 frame has no leader, so the cut drops the first frame, whose start the capture may
+// have caught late. When that frame is all there is (a quick tap), the recorder keeps it: the
+// silence before the capture stands for its pause.
+void Normalise(MonitorFrame& f, std::string_view samples, bool keepOnlyRc5Frame = false) {
     f.quantised = QuantiseSamples(samples, f.analysis.unit);
     std::string cells = f.quantised.cells;
     if (f.analysis.protocol == kProtoRc5) {
+        const std::size_t firstGap = cells.find('g');
+        if (keepOnlyRc5Frame && !cells.empty() && (firstGap == std::string::npos || firstGap + 1 == cells.size()))
+            cells.insert(0, 1, 'g');
         cells += 'g';
-        if (keepFirstRc5Frame && cells.front() == '1') cells.insert(0, 1, 'g');
     }
     std::size_t gap = cells.find('g');
     cells = gap == std::string::npos ? std::string() : cells.substr(gap);
