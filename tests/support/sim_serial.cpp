@@ -5,24 +5,13 @@
 
 namespace quenix::testing {
 
-namespace {
-int PortNumber(const std::string& name) {
-    if (name.size() < 4 || name.compare(0, 3, "COM") != 0) return 0;
-    try {
-        return std::stoi(name.substr(3));
-    } catch (...) {
-        return 0;
-    }
-}
-} // namespace
-
 SimPort* SimSerialDriver::portOf(PortHandle h) {
     auto it = handles_.find(h);
     return it == handles_.end() ? nullptr : &ports_[it->second];
 }
 
 PortHandle SimSerialDriver::open(const std::string& deviceName) {
-    int n = PortNumber(deviceName);
+    const int n = ComPortNumber(deviceName);
     auto it = ports_.find(n);
     openError_ = it == ports_.end() || !it->second.present ? "no such device"
                  : it->second.denied                       ? deviceName + ": Permission denied"
@@ -121,7 +110,7 @@ bool SimSerialDriver::modemStatus(PortHandle h, std::uint32_t& status) {
 }
 
 bool SimSerialDriver::defaultConfig(const std::string& deviceName) {
-    auto it = ports_.find(PortNumber(deviceName));
+    auto it = ports_.find(ComPortNumber(deviceName));
     return it != ports_.end() && it->second.present;
 }
 
@@ -157,10 +146,6 @@ bool Waveform::markAt(std::int64_t ns) const {
     return k < cells.size() && cells[k] == '1';
 }
 
-std::int64_t Waveform::endNs() const {
-    return startNs + static_cast<std::int64_t>(std::llround(static_cast<double>(cells.size()) * cellUs * 1000.0));
-}
-
 std::uint32_t DcdReceiver::lines(const SimPort& port, std::int64_t nowNs) {
     bool powered = port.rts && (power_ == Rts || port.dtr);
     if (!powered) return kModemCtsOn | kModemDsrOn;
@@ -170,7 +155,7 @@ std::uint32_t DcdReceiver::lines(const SimPort& port, std::int64_t nowNs) {
 }
 
 std::uint32_t IRManPeer::lines(const SimPort&, std::int64_t) {
-    bool dcd = !dcdPattern.empty() && dcdPattern[looks_++ % dcdPattern.size()] == '1';
+    const bool dcd = looks_++ % 2 == 0;
     return kModemCtsOn | kModemDsrOn | (dcd ? kModemDcdOn : 0u);
 }
 
@@ -209,6 +194,11 @@ std::optional<std::int32_t> FakeCaptureLibrary::SetHandle(PortHandle h) {
 std::optional<std::int32_t> FakeCaptureLibrary::capture(const char* entry, std::uint8_t* buffer, int procDelay,
                                                         int length) {
     if (!reachable()) return std::nullopt;
+    const std::string_view e(entry);
+    if (sampler && e.rfind("IRMonitor", 0) == 0)
+        return sampler->capture({buffer, length, procDelay,
+                                 e.back() == 'N' ? serpulse::Polarity::MarkWhenDcdOn : serpulse::Polarity::MarkWhenDcdOff,
+                                 serpulse::kMonitorEdgeWaitNs, true});
     captureCalls.push_back({entry, procDelay, length});
     if (captures.empty()) return 0;
     std::vector<std::uint8_t> next = std::move(captures.front());
@@ -224,13 +214,9 @@ std::optional<std::int32_t> FakeCaptureLibrary::IRRecordN(std::uint8_t* buffer, 
     return capture("IRRecordN", buffer, procDelay, length);
 }
 std::optional<std::int32_t> FakeCaptureLibrary::IRMonitor(std::uint8_t* buffer, int procDelay) {
-    if (sampler && reachable()) return sampler->capture({buffer, 600, procDelay, serpulse::Polarity::MarkWhenDcdOff,
-                                                         serpulse::kMonitorEdgeWaitNs, true});
     return capture("IRMonitor", buffer, procDelay, 600);
 }
 std::optional<std::int32_t> FakeCaptureLibrary::IRMonitorN(std::uint8_t* buffer, int procDelay) {
-    if (sampler && reachable()) return sampler->capture({buffer, 600, procDelay, serpulse::Polarity::MarkWhenDcdOn,
-                                                         serpulse::kMonitorEdgeWaitNs, true});
     return capture("IRMonitorN", buffer, procDelay, 600);
 }
 

@@ -9,9 +9,9 @@
 #include "io/serial_port.h"
 #include "serpulse/pulse_engine.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -28,12 +28,8 @@ public:
     }
     std::int64_t nowMs() override { return ns_ / 1'000'000; }
     std::int64_t nowNs() override { return ns_; }
-    void sleepNs(std::int64_t ns) override {
-        if (ns > 0) ns_ += ns;
-    }
-    void waitUntilNs(std::int64_t t) override {
-        if (t > ns_) ns_ = t;
-    }
+    void sleepNs(std::int64_t ns) override { ns_ += std::max<std::int64_t>(ns, 0); }
+    void waitUntilNs(std::int64_t t) override { ns_ = std::max(ns_, t); }
     void advanceMs(std::int64_t ms) { ns_ += ms * 1'000'000; }
 
     std::vector<int> sleeps;
@@ -119,7 +115,6 @@ struct Waveform {
     // Timing error of the remote: every edge moves by up to this much, deterministically.
     double jitterUs = 0;
     bool markAt(std::int64_t ns) const;
-    std::int64_t endNs() const;
 };
 
 // A demodulating receiver on DCD. Powered when the lines in `power` are on; while powered
@@ -142,8 +137,7 @@ inline DcdReceiver StandardReceiver() { return DcdReceiver(DcdReceiver::Rts, tru
 inline DcdReceiver IRMouseReceiver() { return DcdReceiver(DcdReceiver::RtsAndDtr, false); }
 
 // An IRMan: powered from DTR and RTS, answers "I" then "R" with `answer` after `delayMs`
-// (never when answer is empty). Its DCD is not connected and floats: it reads `dcdPattern`
-// in turn, one character ("1" on) per look.
+// (never when answer is empty). Its DCD is not connected and floats: on and off in turn.
 class IRManPeer final : public SimPeer {
 public:
     std::uint32_t lines(const SimPort& port, std::int64_t nowNs) override;
@@ -153,7 +147,6 @@ public:
 
     std::string answer = "OK";
     int delayMs = 50;
-    std::string dcdPattern = "10";
 
 private:
     std::string heard_;
