@@ -192,15 +192,9 @@ bool DeviceEditor::Apply(const std::string& name, const std::string& header) {
         else at = static_cast<int>(cfg.text().size()) + 1;
         ok = cfg.Insert(header, at);
     }
-    if (!ok) {
-        std::string why = cfg.lastError();
-        cfg.SetText(before);
-        return Refuse(why);
-    }
-    if (!cfg.SaveConfiguration()) {
-        std::string why = cfg.lastError();
-        cfg.SetText(before);
-        return Refuse(why);
+    if (!ctx_.Written(ok && cfg.SaveConfiguration())) {
+        cfg.SetText(before); // the form stays open on what the user typed
+        return false;
     }
     cfg.currentDevice = name; // the browser selects it again when the form closes
     return true;
