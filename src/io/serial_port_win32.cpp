@@ -22,8 +22,18 @@ public:
         std::string path = "\\\\.\\" + deviceName;
         HANDLE h = ::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0,
                                  nullptr);
+        openError_.clear();
+        if (h == INVALID_HANDLE_VALUE) {
+            char text[256] = {};
+            ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, ::GetLastError(), 0,
+                             text, sizeof text, nullptr);
+            openError_ = deviceName + ": " + text;
+            while (!openError_.empty() && (openError_.back() == '\n' || openError_.back() == '\r')) openError_.pop_back();
+        }
         return reinterpret_cast<PortHandle>(h); // INVALID_HANDLE_VALUE is -1
     }
+
+    std::string openError() const override { return openError_; }
 
     bool getState(PortHandle h, CommState& s) override {
         dcb_.DCBlength = sizeof dcb_;
@@ -121,6 +131,7 @@ private:
     }
 
     DCB dcb_{};
+    std::string openError_;
 };
 
 } // namespace
