@@ -123,10 +123,10 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
 #endif
     hooks.iconChanged = [this](const std::string& file) {
         QIcon icon(Q(ctx_.config.folder() + "/" + file));
-        if (icon.isNull()) {
-            // A minimised window lives only behind its tray icon: without the icon file it
-            // still needs one to be found again.
-            if (!tray_->icon().isNull()) return;
+        // A missing or unreadable file still makes a non-null icon that draws nothing. A
+        // minimised window lives only behind its tray icon, so it still needs one.
+        if (icon.pixmap(32).isNull()) {
+            if (!tray_->icon().pixmap(32).isNull()) return;
             icon = style()->standardIcon(QStyle::SP_ComputerIcon);
         }
         tray_->setIcon(icon);

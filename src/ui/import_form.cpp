@@ -2,7 +2,6 @@
 
 #include <QDialog>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QTreeWidget>
@@ -20,7 +19,8 @@ std::optional<std::vector<int>> ShowImportForm(ImportExport::Mode mode, const st
     instruction->setObjectName("InstructionLabel");
     auto* list = new QTreeWidget(&dialog);
     list->setObjectName("SectionList");
-    list->setAccessibleName(QStringLiteral("Sections"));
+    // A screen reader says what stands above the list.
+    list->setAccessibleName(instruction->text());
     list->setRootIsDecorated(false);
     list->setHeaderLabels({QStringLiteral("Section"), QStringLiteral("Device Description")});
     for (const auto& row : rows) {
@@ -28,7 +28,9 @@ std::optional<std::vector<int>> ShowImportForm(ImportExport::Mode mode, const st
                                                 QString::fromLatin1(row.description.c_str())});
         item->setCheckState(0, Qt::Unchecked);
     }
-    list->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+    // Room for the check box and a gap, so a long section name does not run into its description.
+    list->resizeColumnToContents(0);
+    list->setColumnWidth(0, list->columnWidth(0) + 3 * list->fontMetrics().averageCharWidth());
     list->setMinimumSize(420, 260);
 
     auto* go = new QPushButton(QString::fromStdString(ImportExport::ButtonText(mode)), &dialog);
