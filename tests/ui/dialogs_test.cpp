@@ -16,20 +16,17 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <functional>
 
 namespace quenix::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
+using namespace ::testing;
+using Step = std::function<void(QDialog*)>;
 
 // Answers each modal window as it comes up with the next step, and keeps the message texts.
 // A window beyond the steps is cancelled, so a surprise fails the test instead of hanging it.
-class Modals {
-public:
-    explicit Modals(std::vector<std::function<void(QDialog*)>> steps) : steps_(std::move(steps)) {
+struct Modals {
+    explicit Modals(std::vector<Step> steps) : steps_(std::move(steps)) {
         QObject::connect(&timer_, &QTimer::timeout, [this] {
             auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
             if (!d || d->property("answered").toBool()) return;
@@ -42,29 +39,26 @@ public:
         timer_.start(20);
     }
     std::vector<std::string> texts;
-
-private:
-    std::vector<std::function<void(QDialog*)>> steps_;
+    std::vector<Step> steps_;
     std::size_t next_ = 0;
     QTimer timer_;
 };
 
-// Ticks the rows of ImportForm that name these sections and presses its button.
-std::function<void(QDialog*)> Tick(const char* title, std::vector<QString> sections) {
+// Ticks the row of ImportForm that names the section and presses its button.
+Step Tick(const char* title, const QString& section) {
     return [=](QDialog* form) {
         EXPECT_EQ(form->objectName(), "ImportForm");
         EXPECT_EQ(form->windowTitle(), title);
         auto* list = form->findChild<QTreeWidget*>("SectionList");
         if (!list) return form->reject();
         EXPECT_EQ(list->headerItem()->text(1), "Device Description");
-        for (const QString& s : sections)
-            for (QTreeWidgetItem* row : list->findItems(s, Qt::MatchExactly)) row->setCheckState(0, Qt::Checked);
+        for (QTreeWidgetItem* row : list->findItems(section, Qt::MatchExactly)) row->setCheckState(0, Qt::Checked);
         QTest::mouseClick(form->findChild<QPushButton*>("ImportButton"), Qt::LeftButton);
     };
 }
 
 // Types the whole path into the file name box and presses Enter, as a user may.
-std::function<void(QDialog*)> Choose(const std::string& file) {
+Step Choose(const std::string& file) {
     return [=](QDialog* d) {
         auto* name = d->findChild<QLineEdit*>("fileNameEdit");
         ASSERT_NE(name, nullptr);
@@ -73,7 +67,7 @@ std::function<void(QDialog*)> Choose(const std::string& file) {
     };
 }
 
-std::function<void(QDialog*)> Press(QMessageBox::StandardButton button) {
+Step Press(QMessageBox::StandardButton button) {
     return [=](QDialog* d) { qobject_cast<QMessageBox*>(d)->button(button)->click(); };
 }
 
@@ -87,14 +81,14 @@ TEST(Dialogs, ExportAndImportThroughTheRealWindows) {
     rig.dir.write("Téléchargements/sony.cfg", "old");
 
     {
-        Modals user({Tick("Export", {"[Sony TV]"}), Choose(file), Press(QMessageBox::Yes), Press(QMessageBox::Ok)});
+        Modals user({Tick("Export", "[Sony TV]"), Choose(file), Press(QMessageBox::Yes), Press(QMessageBox::Ok)});
         rig.window->action("FileSaveMenu")->trigger();
         // One question about replacing the file, under the name really written.
         EXPECT_THAT(user.texts, ElementsAre("The file " + file + " exist.\r\nDo you want to replace it?",
                                             "The following devices has been exported successfully:\r\nSony TV"));
         EXPECT_THAT(rig.dir.read("Téléchargements/sony.cfg"), HasSubstr("[Sony TV]\r\n"));
     }
-    Modals user({Choose(file), Tick("Import", {"[Sony TV]"}), Press(QMessageBox::Ok), Press(QMessageBox::Ok)});
+    Modals user({Choose(file), Tick("Import", "[Sony TV]"), Press(QMessageBox::Ok), Press(QMessageBox::Ok)});
     rig.window->action("FileImportMenu")->trigger();
     EXPECT_THAT(user.texts, ElementsAre(StartsWith("The device Sony TV exist in the current configuration file."),
                                         StartsWith("The following devices has been imported successfully:")));
@@ -121,11 +115,9 @@ TEST(Dialogs, FileFiltersListWhatTheyName) {
         names.sort();
         return names;
     };
-    const std::pair<QString, QStringList> filters[] = {{"Executable Files", {"player", "setup.exe"}},
-                                                       {"Batch Files", {"run.bat"}},
-                                                       {"Sound Files", {"tune.wav"}},
-                                                       {"All files", {"notes.txt", "player", "run.bat", "setup.exe",
-                                                                      "tune.wav"}}};
+    const std::pair<QString, QStringList> filters[] = {
+        {"Executable Files", {"player", "setup.exe"}}, {"Batch Files", {"run.bat"}}, {"Sound Files", {"tune.wav"}},
+        {"All files", {"notes.txt", "player", "run.bat", "setup.exe", "tune.wav"}}};
     auto* combo = dialog->findChild<QComboBox*>("fileTypeCombo");
     ASSERT_EQ(combo->count(), 4);
     for (const auto& [filter, names] : filters) {

@@ -5,6 +5,7 @@
 #include <QAction>
 #include <QComboBox>
 #include <QLabel>
+#include <QSystemTrayIcon>
 
 #include <gtest/gtest.h>
 
@@ -37,7 +38,11 @@ TEST(ReceiverWiring, StartUpOpensThePortMenusSelectAndExitReleases) {
     EXPECT_FALSE(rig.window->action("StdDcdMenu")->isChecked());
     EXPECT_NE(rig.dir.read("telvorin.cfg").find("ITYPE= 1\r\n"), std::string::npos);
 
+    // Exit releases the port, saves the whole text and leaves no tray icon behind.
+    ASSERT_TRUE(rig.store.SetText(rig.store.text() + "left behind"));
     rig.window->action("mnuExit")->trigger();
+    EXPECT_EQ(rig.dir.read("telvorin.cfg").find("left behind"), std::string::npos);
+    EXPECT_FALSE(rig.window->trayIcon()->isVisible());
     EXPECT_FALSE(driver.port(1).open);
     EXPECT_EQ(library.handles.back(), 0);
     EXPECT_EQ(rig.ctx->irPortHandle, kNoPort);

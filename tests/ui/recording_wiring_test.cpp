@@ -40,10 +40,6 @@ TEST(RecordingWiring, RecordValidateAndStore) {
     library.captures = {Press(kProtoSony, code), Press(kProtoSony, code)};
     rig.find<QPushButton>("RecButton")->click();
     EXPECT_EQ(Status(rig), "A valid SONY type command has been received.");
-    ASSERT_EQ(library.captureCalls.size(), 1u);
-    EXPECT_EQ(library.captureCalls[0].entry, "IRRecord");
-    EXPECT_EQ(library.captureCalls[0].length, 600);
-    EXPECT_TRUE(driver.port(1).rts);
 
     auto* signal = rig.find<SignalWidget>("Signal");
     ASSERT_NE(signal->drawing(), nullptr);

@@ -27,21 +27,13 @@ protected:
         QDir().mkpath(folder);
     }
 
-    QString path(const QString& name) const { return folder + "/" + name + suffix + ".png"; }
+    // A widget, or the whole screen without one.
     void save(QWidget* w, const QString& name) {
         settle();
-        ASSERT_TRUE(w->grab().save(path(name))) << path(name).toStdString();
+        const QString path = folder + "/" + name + suffix + ".png";
+        ASSERT_TRUE((w ? w->grab() : QApplication::primaryScreen()->grabWindow(0)).save(path)) << path.toStdString();
     }
-    void saveScreen(const QString& name) {
-        settle();
-        ASSERT_TRUE(QApplication::primaryScreen()->grabWindow(0).save(path(name))) << path(name).toStdString();
-    }
-    static void settle() {
-        for (int i = 0; i < 10; ++i) {
-            QApplication::processEvents();
-            QTest::qWait(20);
-        }
-    }
+    static void settle() { QTest::qWait(200); }
 
     QString folder;
     QString suffix;
@@ -53,7 +45,7 @@ TEST_F(Screens, MainWindowFullAndCompact) {
     rig.window->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(rig.window.get()));
     save(rig.window.get(), "main_full");
-    saveScreen("screen_full");
+    save(nullptr, "screen_full");
 
     rig.clickRow("Protocol", "X10");
     save(rig.window.get(), "main_x10");
@@ -79,44 +71,33 @@ TEST_F(Screens, StartUpProgressWindow) {
               wait->findChild<QLabel*>("WaitText")->sizeHint().width());
 }
 
-TEST_F(Screens, TrayIconAndMenu) {
-    ASSERT_TRUE(QSystemTrayIcon::isSystemTrayAvailable()) << "trayer did not start";
-    WindowRig rig;
-    ASSERT_TRUE(rig.window->startUp());
-    rig.window->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(rig.window.get()));
-
-    rig.window->showMinimized();
-    settle();
-    EXPECT_TRUE(rig.window->trayIcon()->isVisible());
-    EXPECT_FALSE(rig.window->isVisible());
-    EXPECT_FALSE(rig.window->trayIcon()->icon().pixmap(32).isNull());
-
-    QMenu* menu = rig.window->trayMenu();
-    QRect icon = rig.window->trayIcon()->geometry();
-    QPoint at = icon.isValid() ? icon.topLeft() - QPoint(0, menu->sizeHint().height()) : QPoint(1000, 600);
-    menu->popup(at);
-    settle();
-    save(menu, "tray_menu");
-    saveScreen("screen_tray");
-    menu->hide();
-
-    rig.window->action("mnuRestore")->trigger();
-    settle();
-    EXPECT_TRUE(rig.window->isVisible());
-    EXPECT_FALSE(rig.window->trayIcon()->isVisible());
-}
-
 // Without its icon files the tray still shows an icon, or the minimised window could not be found.
-TEST_F(Screens, MinimisedWithoutIconFilesStaysReachable) {
-    WindowRig rig;
-    for (const char* icon : {"zvkmon.ico", "zvknomon.ico", "zvkbtmon.ico"}) std::filesystem::remove(rig.dir.file(icon));
-    ASSERT_TRUE(rig.window->startUp());
-    rig.window->show();
-    rig.window->showMinimized();
-    settle();
-    EXPECT_TRUE(rig.window->trayIcon()->isVisible());
-    EXPECT_FALSE(rig.window->trayIcon()->icon().pixmap(32).isNull());
+TEST_F(Screens, TrayIconAndMenuWithAndWithoutIconFiles) {
+    ASSERT_TRUE(QSystemTrayIcon::isSystemTrayAvailable()) << "trayer did not start";
+    for (bool iconFiles : {true, false}) {
+        WindowRig rig;
+        for (const char* icon : {"zvkmon.ico", "zvknomon.ico", "zvkbtmon.ico"})
+            if (!iconFiles) std::filesystem::remove(rig.dir.file(icon));
+        ASSERT_TRUE(rig.window->startUp());
+        rig.window->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(rig.window.get()));
+        rig.window->showMinimized();
+        settle();
+        EXPECT_TRUE(rig.window->trayIcon()->isVisible());
+        EXPECT_FALSE(rig.window->isVisible());
+        EXPECT_FALSE(rig.window->trayIcon()->icon().pixmap(32).isNull()) << iconFiles;
+
+        QMenu* menu = rig.window->trayMenu();
+        QRect icon = rig.window->trayIcon()->geometry();
+        menu->popup(icon.isValid() ? icon.topLeft() - QPoint(0, menu->sizeHint().height()) : QPoint(1000, 600));
+        save(menu, "tray_menu");
+        save(nullptr, iconFiles ? "screen_tray" : "screen_tray_no_icon_files");
+        menu->hide();
+        rig.window->action("mnuRestore")->trigger();
+        settle();
+        EXPECT_TRUE(rig.window->isVisible());
+        EXPECT_FALSE(rig.window->trayIcon()->isVisible());
+    }
 }
 
 } // namespace

@@ -27,13 +27,8 @@ pid_t Spawn(const std::vector<std::string>& args, int keepFd = -1) {
     std::vector<char*> argv;
     for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
-    if (keepFd < 0) {
-        // Quiet helpers: their chatter is not the test's output.
-        if (FILE* null = std::fopen("/dev/null", "w")) {
-            dup2(fileno(null), 1);
-            dup2(fileno(null), 2);
-        }
-    }
+    // Quiet helpers: their chatter is not the test's output.
+    if (keepFd < 0 && std::freopen("/dev/null", "w", stdout)) dup2(fileno(stdout), 2);
     execvp(argv[0], argv.data());
     _exit(127);
 }
@@ -65,11 +60,8 @@ int main(int argc, char** argv) {
     pid_t trayer = -1;
     const char* screen = std::getenv("QUENIX_UI_XVFB");
     if (screen && *screen) {
-        int display = StartXvfb(screen, xvfb);
-        if (display < 0) {
-            std::fprintf(stderr, "Xvfb did not start\n");
-            return 1;
-        }
+        const int display = StartXvfb(screen, xvfb);
+        if (display < 0) return std::fprintf(stderr, "Xvfb did not start\n"), 1;
         setenv("DISPLAY", (":" + std::to_string(display)).c_str(), 1);
         setenv("QT_QPA_PLATFORM", "xcb", 1);
         trayer = Spawn({"trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request", "--height", "32",
