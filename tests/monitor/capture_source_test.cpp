@@ -1,5 +1,5 @@
 #include "monitor/capture_source.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 #include "support/sim_serial.h"
 
 #include <gtest/gtest.h>
@@ -7,23 +7,17 @@
 namespace quenix::testing {
 namespace {
 
-class CaptureSourceTest : public ::testing::Test {
+class CaptureSourceTest : public ::testing::Test, protected BasicRig<SimClock> {
 protected:
     void SetUp() override {
         driver.port(1); // present
         ctx.irPortHandle = port.OpenComPort(1);
-        ASSERT_NE(ctx.irPortHandle, kNoPort);
     }
     SimPort& line() { return driver.port(1); }
 
-    SimClock clock;
     SimSerialDriver driver{clock};
     SerialPort port{driver};
     FakeCaptureLibrary library;
-    ConfigStore store{"."};
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx{store, clock, dialogs, beeper};
     PortCaptureSource source{ctx, port, library};
 };
 
@@ -33,14 +27,9 @@ TEST_F(CaptureSourceTest, LinesAndEntryByInterface) {
         std::string entry; // empty: no capture call
         bool dtr, rts, brk;
     };
-    const Case cases[] = {
-        {0, "IRRecord", false, true, true},
-        {1, "IRRecordN", true, true, false},
-        {4, "IRRecord", false, false, true},
-        {2, "", false, false, true},
-        {3, "", false, false, true},
-        {9, "", false, false, true},
-    };
+    const Case cases[] = {{0, "IRRecord", false, true, true}, {1, "IRRecordN", true, true, false},
+                          {4, "IRRecord", false, false, true}, {2, "", false, false, true},
+                          {3, "", false, false, true},         {9, "", false, false, true}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.type);
         port.SetDTR(ctx.irPortHandle, false);

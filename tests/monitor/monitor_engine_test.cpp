@@ -94,51 +94,40 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
         EXPECT_EQ(rig.com1().rts, c.irIn && c.type <= 1); // the receivers' power
         EXPECT_EQ(rig.com1().dtr, c.irIn && c.type == 1);
         EXPECT_EQ(monitoringWhenLeft, !c.runs);
-        if (c.runs) {
-            EXPECT_EQ(rig.view.text("frmMain"), "Quenix Monitor v" + rig.store.version());
-            EXPECT_FALSE(rig.view.isEnabled("SendButton"));
-            EXPECT_FALSE(rig.view.isEnabled("mnuStartMonitor")); // whichever menu started it
-            EXPECT_TRUE(rig.view.isEnabled("mnuStopMonitor"));
-        }
+        if (!c.runs) continue;
+        EXPECT_EQ(rig.view.text("frmMain"), "Quenix Monitor v" + rig.store.version());
+        EXPECT_FALSE(rig.view.isEnabled("SendButton"));
+        // Whichever menu started monitoring, the tray offers Stop.
+        EXPECT_TRUE(!rig.view.isEnabled("mnuStartMonitor") && rig.view.isEnabled("mnuStopMonitor"));
     }
 }
 
-TEST(MonitorEngine, StopRestoresTheSenderAndClosesThePhone) {
-    for (int type : {0, 4}) {
-        EngineRig rig;
-        rig.ctx.interfaceType = type;
-        rig.store.settings().btEna = true;
-        rig.engine.Start();
-        rig.driver.port(5);
-        rig.ctx.btPortHandle = rig.port.OpenComPort(5);
-        int icons = 0;
-        rig.engine.hooks().refreshIcon = [&] { ++icons; };
-        rig.engine.Stop();
-
-        EXPECT_FALSE(rig.ctx.monitoring);
-        EXPECT_EQ(rig.view.text("StatusBar"), "Monitoring is stopped.");
-        EXPECT_NE(rig.OnDisk().find("MONITOR= 0\r\n"), std::string::npos);
-        EXPECT_EQ(rig.ctx.btPortHandle, kNoPort);
-        EXPECT_FALSE(rig.driver.port(5).open);
-        EXPECT_FALSE(rig.view.isTimerEnabled("IRMonTimer") || rig.view.isTimerEnabled("BTAutoTimer"));
-        EXPECT_EQ(rig.view.isVisible("Zone"), type == 4);
-        EXPECT_TRUE(rig.view.isEnabled("SendButton"));
-        // Stopped from the main menu, the tray offers Start again.
-        EXPECT_TRUE(rig.view.isEnabled("mnuStartMonitor"));
-        EXPECT_FALSE(rig.view.isEnabled("mnuStopMonitor"));
-        EXPECT_EQ(icons, 1);
-    }
-}
-
-TEST(MonitorEngine, ConfigureNeedsAnInput) {
+TEST(MonitorEngine, StopRestoresTheSenderAndClosesThePhoneAndConfigureNeedsAnInput) {
     EngineRig rig;
+    rig.ctx.interfaceType = 4; // FirM shows its zone box again
+    rig.store.settings().btEna = true;
+    rig.engine.Start();
+    rig.driver.port(5);
+    rig.ctx.btPortHandle = rig.port.OpenComPort(5);
+    int icons = 0;
+    rig.engine.hooks().refreshIcon = [&] { ++icons; };
+    rig.engine.Stop();
+    EXPECT_FALSE(rig.ctx.monitoring);
+    EXPECT_EQ(rig.view.text("StatusBar"), "Monitoring is stopped.");
+    EXPECT_NE(rig.OnDisk().find("MONITOR= 0\r\n"), std::string::npos);
+    EXPECT_FALSE(rig.driver.port(5).open || rig.ctx.btPortHandle != kNoPort);
+    EXPECT_FALSE(rig.view.isTimerEnabled("IRMonTimer") || rig.view.isTimerEnabled("BTAutoTimer"));
+    EXPECT_TRUE(rig.view.isVisible("Zone") && rig.view.isEnabled("SendButton"));
+    // Stopped from the main menu, the tray offers Start again.
+    EXPECT_TRUE(rig.view.isEnabled("mnuStartMonitor") && !rig.view.isEnabled("mnuStopMonitor"));
+    EXPECT_EQ(icons, 1);
+
     int shown = 0;
     rig.engine.hooks().showEditor = [&] { ++shown; };
-    rig.store.settings().irInEna = false;
+    rig.engine.Configure();
+    rig.store.settings().irInEna = rig.store.settings().btEna = false;
     rig.engine.Configure();
     EXPECT_EQ(rig.view.text("StatusBar"), "No input device available to monitor!");
-    rig.store.settings().btEna = true;
-    rig.engine.Configure();
     EXPECT_EQ(shown, 1);
 }
 
@@ -156,72 +145,53 @@ TEST(MonitorEngine, IdleTickIsOneLineReadForBothReceivers) {
     }
 }
 
-TEST(MonitorEngine, TickTurnsKeysIntoActions) {
+TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
     struct Case {
-        const char* name;
+        const char *name, *device, *code; // a key encoded with the device's header, or the bytes below
         int type;
-        const char* device; // whose header encodes the key
-        const char* code;
-        const char* recCmd;
-        const char* execCmd;
-        const char* entry;
+        const char *recCmd, *execCmd, *status;
+        std::vector<std::uint8_t> bytes = {}; // empty: the library answers 0
+        bool irIn = true, missing = false;
     };
+    std::vector<std::uint8_t> leadOnly(600, 0), noise(600, 0xA5);
+    std::fill_n(leadOnly.begin(), 39, 0xFF);
+    const char* received = "Command received";
     const Case cases[] = {
-        {"SONY key with an event", 0, "Sony TV", "G000010010000", "Sony TV&Ch+", "winamp NEXT executed.", "IRMonitor"},
-        {"NEC key on the IRMouse", 1, "Set-top Box", "G00100000110111111001000001101111", "Set-top Box&Mute",
-         "winamp PAUSE executed.", "IRMonitorN"},
-        {"key without an event", 0, "Sony TV", "G101010010000", "Sony TV&Power", "none", "IRMonitor"},
-        {"RC5 with the toggle set", 0, "Philips Amp", "G11110000010000", "Philips Amp&Vol+", "none", "IRMonitor"},
-        {"unlearned code", 0, "Sony TV", "G111111111111", "UNKNOWN", "none", "IRMonitor"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        EngineRig rig;
-        rig.ctx.interfaceType = c.type;
-        rig.com1().inputs = c.type == 1 ? kModemDcdOn : 0; // the line is active
-        rig.library.captures.push_back(Capture(rig, c.device, c.code));
-        rig.engine.OnIRMonTimer();
-
-        ASSERT_EQ(rig.library.captureCalls.size(), 1u);
-        EXPECT_EQ(rig.library.captureCalls[0].entry, c.entry);
-        EXPECT_EQ(rig.library.captureCalls[0].procDelay, rig.store.settings().procDelay);
-        EXPECT_EQ(rig.view.text("RecCmd"), c.recCmd);
-        EXPECT_EQ(rig.view.text("ExecCmd"), c.execCmd);
-        EXPECT_EQ(rig.view.text("StatusBar"), "Command received");
-        EXPECT_EQ(rig.executed.empty(), std::string(c.execCmd) == "none");
-        EXPECT_EQ(rig.clock.sleeps, std::vector<int>{MonitorEngine::kKeyPauseMs});
-    }
-}
-
-TEST(MonitorEngine, TickEndsSilentlyUnlessTheLibraryCannotBeCalled) {
-    struct Case {
-        const char* name;
-        std::vector<std::uint8_t> capture; // empty: the library answers 0
-        bool irIn;
-        bool missing;
-    };
-    std::vector<std::uint8_t> leadOnly(600, 0);
-    for (int i = 0; i < 39; ++i) leadOnly[static_cast<std::size_t>(i)] = 0xFF;
-    const Case cases[] = {
-        {"no capture", {}, true, false},
-        {"samples only in the first 39 bytes", leadOnly, true, false},
-        {"noise", std::vector<std::uint8_t>(600, 0xA5), true, false},
-        {"input off", std::vector<std::uint8_t>(600, 0xA5), false, false},
-        {"library gone", {}, true, true},
+        {"SONY key with an event", "Sony TV", "G000010010000", 0, "Sony TV&Ch+", "winamp NEXT executed.", received},
+        {"NEC key on the IRMouse", "Set-top Box", "G00100000110111111001000001101111", 1, "Set-top Box&Mute",
+         "winamp PAUSE executed.", received},
+        {"key without an event", "Sony TV", "G101010010000", 0, "Sony TV&Power", "none", received},
+        {"RC5 with the toggle set", "Philips Amp", "G11110000010000", 0, "Philips Amp&Vol+", "none", received},
+        {"unlearned code", "Sony TV", "G111111111111", 0, "UNKNOWN", "none", received},
+        {"no capture", nullptr, nullptr, 0, "", "", ""},
+        {"samples only in the first 39 bytes", nullptr, nullptr, 0, "", "", "", leadOnly},
+        {"noise", nullptr, nullptr, 0, "", "", "", noise},
+        {"input off", nullptr, nullptr, 0, "", "", "", noise, false},
+        // A library that cannot be called says so once and is not asked every millisecond.
+        {"library gone", nullptr, nullptr, 0, "", "", kNoLibrary.c_str(), {}, true, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         EngineRig rig;
         rig.store.settings().irInEna = c.irIn;
-        rig.com1().inputs = 0;
+        rig.ctx.interfaceType = c.type;
+        rig.com1().inputs = c.type == 1 ? kModemDcdOn : 0; // the line is active
         rig.library.missing = c.missing;
-        if (!c.capture.empty()) rig.library.captures.push_back(c.capture);
+        rig.library.captures.push_back(c.code ? Capture(rig, c.device, c.code) : c.bytes);
+        if (rig.library.captures.back().empty()) rig.library.captures.clear();
         rig.view.setTimerEnabled("IRMonTimer", true);
         rig.engine.OnIRMonTimer();
-        EXPECT_EQ(rig.view.text("RecCmd"), "");
-        EXPECT_TRUE(rig.clock.sleeps.empty());
-        // A library that cannot be called says so once and is not asked every millisecond.
-        EXPECT_EQ(rig.view.text("StatusBar"), c.missing ? kNoLibrary : "");
+
+        if (c.code) {
+            ASSERT_EQ(rig.library.captureCalls.size(), 1u);
+            EXPECT_EQ(rig.library.captureCalls[0].entry, c.type == 1 ? "IRMonitorN" : "IRMonitor");
+            EXPECT_EQ(rig.library.captureCalls[0].procDelay, rig.store.settings().procDelay);
+        }
+        EXPECT_EQ(rig.view.text("RecCmd"), c.recCmd);
+        EXPECT_EQ(rig.view.text("ExecCmd"), c.execCmd);
+        EXPECT_EQ(rig.view.text("StatusBar"), c.status);
+        EXPECT_EQ(rig.executed.empty(), std::string(c.execCmd).find("executed") == std::string::npos);
+        EXPECT_EQ(rig.clock.sleeps, c.code ? std::vector<int>{MonitorEngine::kKeyPauseMs} : std::vector<int>{});
         EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), !c.missing);
     }
 }

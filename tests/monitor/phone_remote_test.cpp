@@ -17,40 +17,34 @@ namespace quenix {
 namespace {
 
 using testing::SimClock;
-using testing::SimPeer;
 using testing::SimPort;
 using testing::SimSerialDriver;
+using Lines = std::vector<std::string>;
 
 constexpr int kBtCom = 5;
 
-// Answers every command line with OK after a short delay, except those it is told to ignore.
-class PhoneSim final : public SimPeer {
+// Answers every command line with OK after 40 ms, except those it is told to ignore.
+class PhoneSim final : public testing::SimPeer {
 public:
     std::uint32_t lines(const SimPort&, std::int64_t) override { return linkUp ? kModemCtsOn | kModemDsrOn : 0u; }
     void onWrite(SimPort&, std::string_view bytes, std::int64_t now) override {
         partial_ += bytes;
-        std::size_t end;
-        while ((end = partial_.find("\r\n")) != std::string::npos) {
-            std::string cmd = partial_.substr(0, end);
-            partial_.erase(0, end + 2);
+        for (std::size_t end; (end = partial_.find("\r\n")) != std::string::npos; partial_.erase(0, end + 2)) {
+            const std::string cmd = partial_.substr(0, end);
             heard.push_back(cmd);
-            if (!linkUp || silent.count(cmd)) continue;
-            std::string reply = cmd == "AT+CGMM" ? "\r\n" + model + "\r\n\r\nOK\r\n" : "\r\nOK\r\n";
-            say(reply, now + 40'000'000);
+            if (linkUp && !silent.count(cmd))
+                say(cmd == "AT+CGMM" ? "\r\n" + model + "\r\n\r\nOK\r\n" : "\r\nOK\r\n", now + 40'000'000);
         }
     }
     void poll(SimPort& port, std::int64_t now) override {
-        while (!due_.empty() && due_.front().first <= now) {
-            port.rx += due_.front().second;
-            due_.pop_front();
-        }
+        for (; !due_.empty() && due_.front().first <= now; due_.pop_front()) port.rx += due_.front().second;
     }
     void say(const std::string& text, std::int64_t at = 0) { due_.emplace_back(at, text); }
 
     bool linkUp = true;
     std::string model = "T39m R101";
     std::set<std::string> silent;
-    std::vector<std::string> heard;
+    Lines heard;
 
 private:
     std::string partial_;
@@ -61,14 +55,11 @@ private:
 // fell behind during a blocking sleep fires once, not once per missed period.
 class TickingView final : public FakeView {
 public:
-    TickingView(SimClock& clock) : clock_(clock), last_(clock.nowMs()) {}
+    explicit TickingView(SimClock& clock) : clock_(clock), last_(clock.nowMs()) {}
     void processEvents() override {
         FakeView::processEvents();
         if (duringWait) std::exchange(duringWait, nullptr)(); // another timer's work, once
-        if (remote && clock_.nowMs() - last_ >= 200) {
-            last_ = clock_.nowMs();
-            remote->OnSecondTimer();
-        }
+        if (remote && clock_.nowMs() - last_ >= 200) remote->OnSecondTimer(), last_ = clock_.nowMs();
     }
     PhoneRemote* remote = nullptr;
     std::function<void()> duringWait;
@@ -80,19 +71,21 @@ private:
 
 class PhoneRemoteTest : public ::testing::Test, protected BasicRig<SimClock> {
 protected:
-    PhoneRemoteTest() : view(clock), port(driver) {
+    PhoneRemoteTest() {
         Settings& s = ctx.settings();
         s.btEna = true;
         s.btCom = kBtCom;
         s.bt = {"Living", "Kitchen", "Bedroom", "Garage", "", "", "", "", "", ""}; // 4 to 9 never named
         driver.port(kBtCom).peer = &phone;
         view.remote = &remote;
-        remote.handleEvent = [this](const std::string& key) {
+        remote.handleEvent = handler();
+    }
+    std::function<std::string(const std::string&)> handler() {
+        return [this](const std::string& key) {
             events.push_back(key);
             return key == "BT&CONNECTED" ? std::string() : "done " + key;
         };
     }
-
     // Initialises and forgets what the start-up said.
     void Connect() {
         ASSERT_TRUE(remote.Initialise());
@@ -104,43 +97,40 @@ protected:
         phone.say("\r\n+CKEV: " + report + "\r\n");
         remote.OnBTMonTimer();
     }
-    bool Heard(const std::string& cmd) const {
-        return std::find(phone.heard.begin(), phone.heard.end(), cmd) != phone.heard.end();
-    }
+    bool Heard(const std::string& cmd) const { return std::count(phone.heard.begin(), phone.heard.end(), cmd) > 0; }
 
-    TickingView view;
+    TickingView view{clock};
     SimSerialDriver driver{clock};
-    SerialPort port;
+    SerialPort port{driver};
     PhoneSim phone;
     PhoneRemote remote{ctx, view, port};
-    std::vector<std::string> events;
+    Lines events;
 };
 
 TEST_F(PhoneRemoteTest, InitialiseDialogueAndModels) {
     struct Case {
-        std::string model;
-        std::string silentCommand;
+        std::string model, silentCommand;
         bool ok;
         std::string expectModel;
     };
     const Case cases[] = {
-        {"T39m R101", "", true, "Ericsson T39m"},
-        {"T39 R201", "", true, "Ericsson T39"},
-        {"R520m", "", true, "Ericsson R520"},
-        {"Nokia 6310", "", true, "Unknown"},
+        {"T39m R101", "", true, "Ericsson T39m"},           {"T39 R201", "", true, "Ericsson T39"},
+        {"R520m", "", true, "Ericsson R520"},               {"Nokia 6310", "", true, "Unknown"},
         {"T39m", "AT+CGMM", true, "Unknown"}, // no model answer is no failure
-        {"T39m", "ATZ", false, "Unknown"},
-        {"T39m", "AT+CMER=3,2,0,0", false, "Ericsson T39m"},
+        {"T39m", "ATZ", false, "Unknown"},                  {"T39m", "AT+CMER=3,2,0,0", false, "Ericsson T39m"},
     };
+    const Lines dialogue = {"ATZ", "AT+CGMM", "AT+CSCS=\"8859-1\"", "AT*EAM=\"Quenix Manager\"", "AT+CMER=0,0,0,0",
+                            "AT*EAID=1,2,\"Welcome to Orvel's Quenix Manager\"",
+                            "AT*EAID=1,2,\"Current device is Living\"", "AT+CMER=3,2,0,0"};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.model + " / " + c.silentCommand);
         PhoneSim sim;
         sim.model = c.model;
-        if (!c.silentCommand.empty()) sim.silent.insert(c.silentCommand);
+        sim.silent = {c.silentCommand};
         driver.port(kBtCom).peer = &sim;
         PhoneRemote r(ctx, view, port);
         view.remote = &r;
-        r.handleEvent = remote.handleEvent;
+        r.handleEvent = handler();
         events.clear();
         view.setTimerEnabled("BTMonTimer", false);
         view.setStatus("Command received");
@@ -150,26 +140,12 @@ TEST_F(PhoneRemoteTest, InitialiseDialogueAndModels) {
         EXPECT_EQ(view.isTimerEnabled("BTMonTimer"), c.ok);
         EXPECT_EQ(view.textsOf("StatusBar").end()[-2], "Initialize bluetooth...");
         EXPECT_EQ(view.text("StatusBar"), "Command received"); // a reconnect round wipes nothing
-        if (c.silentCommand.empty()) {
-            const std::vector<std::string> dialogue = {
-                "ATZ", "AT+CGMM", "AT+CSCS=\"8859-1\"", "AT*EAM=\"Quenix Manager\"", "AT+CMER=0,0,0,0",
-                "AT*EAID=1,2,\"Welcome to Orvel's Quenix Manager\"", "AT*EAID=1,2,\"Current device is Living\"",
-                "AT+CMER=3,2,0,0"};
-            EXPECT_EQ(sim.heard, dialogue);
-        }
-        if (c.ok) {
-            EXPECT_EQ(view.text(PhoneRemote::kLabel), c.expectModel + " is now connected.");
-            EXPECT_EQ(view.color(PhoneRemote::kLabel, View::ColorRole::Background), PhoneRemote::kCyan);
-            EXPECT_EQ(events, std::vector<std::string>{"BT&CONNECTED"});
-            EXPECT_EQ(view.text("ExecCmd"), "none");
-            EXPECT_TRUE(driver.port(kBtCom).open);
-            r.Close();
-        } else {
-            EXPECT_EQ(view.text(PhoneRemote::kLabel), "Bluetoth unavailable!");
-            EXPECT_TRUE(events.empty());
-            EXPECT_EQ(ctx.btPortHandle, kNoPort);
-        }
-        EXPECT_FALSE(driver.port(kBtCom).open);
+        if (c.silentCommand.empty()) { EXPECT_EQ(sim.heard, dialogue); }
+        EXPECT_EQ(view.text(PhoneRemote::kLabel), c.ok ? c.expectModel + " is now connected." : "Bluetoth unavailable!");
+        EXPECT_EQ(events, c.ok ? Lines{"BT&CONNECTED"} : Lines{});
+        EXPECT_EQ(driver.port(kBtCom).open, c.ok);
+        if (c.ok) { EXPECT_EQ(view.color(PhoneRemote::kLabel, View::ColorRole::Background), PhoneRemote::kCyan); }
+        r.Close();
     }
 }
 
@@ -188,8 +164,7 @@ TEST_F(PhoneRemoteTest, ReplyWaitGivesUpAfterFiveTicksAndAPollInsideLeavesItAlon
 
 TEST_F(PhoneRemoteTest, KeyReports) {
     struct Case {
-        std::vector<std::string> reports;
-        std::vector<std::string> events;
+        Lines reports, events;
         int current;
     };
     const Case cases[] = {
@@ -198,9 +173,9 @@ TEST_F(PhoneRemoteTest, KeyReports) {
         {{"l,1"}, {"BT0&FLIP CLOSED"}, 0},
         {{"<,1", ">,1", "s,1", "e,1", "c,1"}, {"BT0&LEFT", "BT0&RIGHT", "BT0&YES", "BT0&NO", "BT0&C"}, 0},
         {{"5,1", "5,0", "#,1"}, {"BT0&5", "BT0&#"}, 0},
-        {{"U,1"}, {"BT0&UP"}, 0},           // compared in lower case
-        {{"*,1", "4,1"}, {}, 4},            // a device choice, no event
-        {{"*,1", "u,1"}, {}, 0},            // no digit: ignored
+        {{"U,1"}, {"BT0&UP"}, 0},              // compared in lower case
+        {{"*,1", "4,1"}, {}, 4},               // a device choice, no event
+        {{"*,1", "u,1"}, {}, 0},               // no digit: ignored
         {{"*,1", "*,0", "3,1"}, {"BT0&3"}, 0}, // the release ends the choice
         {{"*,1", "2,1", "*,0", "d,1"}, {"BT2&DOWN"}, 2},
         // Quick taps arrive several to a read: each counts, in order.
@@ -213,10 +188,7 @@ TEST_F(PhoneRemoteTest, KeyReports) {
         for (const auto& r : c.reports) Key(r);
         EXPECT_EQ(events, c.events);
         EXPECT_EQ(ctx.settings().btCurrent, c.current);
-        if (!c.events.empty()) {
-            EXPECT_EQ(view.text("RecCmd"), c.events.back());
-            EXPECT_EQ(view.text("ExecCmd"), "done " + c.events.back());
-        }
+        if (!c.events.empty()) { EXPECT_EQ(view.text("ExecCmd"), "done " + c.events.back()); }
         // "*" shows the current device; the choice is shown and stored.
         EXPECT_EQ(Heard("AT*EAID=1,2,\"Living\""), c.reports.front().front() == '*');
         const std::string chosen = PhoneDeviceName(ctx.settings(), c.current);
@@ -237,52 +209,49 @@ TEST_F(PhoneRemoteTest, DisplayAndReadsAroundExchanges) {
     const std::string title(150, 't');
     phone.say("\r\n+CKEV: u,1\r\n", clock.nowNs() + 10'000'000);
     remote.ShowOnPhone(title);
-    EXPECT_EQ(phone.heard, std::vector<std::string>{"AT*EAID=1,2,\"" + title + "\""});
+    EXPECT_EQ(phone.heard, Lines{"AT*EAID=1,2,\"" + title + "\""});
     remote.OnBTMonTimer();
-    EXPECT_EQ(events, std::vector<std::string>{"BT0&UP"});
+    EXPECT_EQ(events, Lines{"BT0&UP"});
 
     phone.heard.clear();
     view.duringWait = [&] { remote.Show("Later"); };
     remote.AtExchange("AT");
-    EXPECT_EQ(phone.heard, std::vector<std::string>{"AT"});
+    EXPECT_EQ(phone.heard, Lines{"AT"});
     remote.OnBTMonTimer();
-    EXPECT_EQ(phone.heard, (std::vector<std::string>{"AT", "AT*EAID=1,2,\"Later\""}));
+    EXPECT_EQ(phone.heard, (Lines{"AT", "AT*EAID=1,2,\"Later\""}));
 
     phone.heard.clear();
     phone.say("\r\n+CKEV: *,1\r\n");
     phone.say("\r\n+CKEV: *,0\r\n", clock.nowNs() + 400'000'000);
     remote.ShowOnPhone("Hello");
-    EXPECT_EQ(phone.heard, (std::vector<std::string>{"AT*EAID=1,2,\"Hello\"", "AT*EAID=1,2,\"Quenix Manager\""}));
+    EXPECT_EQ(phone.heard, (Lines{"AT*EAID=1,2,\"Hello\"", "AT*EAID=1,2,\"Quenix Manager\""}));
     EXPECT_EQ(remote.shift(), "");
 
     phone.say("+CKEV: d");
     phone.say(",1\r\n", clock.nowNs() + 300'000'000);
     remote.OnBTMonTimer();
-    EXPECT_EQ(events, (std::vector<std::string>{"BT0&UP", "BT0&DOWN"}));
+    EXPECT_EQ(events, (Lines{"BT0&UP", "BT0&DOWN"}));
 }
 
 TEST_F(PhoneRemoteTest, StarHashSwitchesOffUntilMenuEntryChosen) {
     Connect();
     Key("*,1");
+    phone.heard.clear();
     Key("#,1");
-    EXPECT_TRUE(events.empty());
-    EXPECT_TRUE(Heard("AT*EAID=1,2,\"Quenix Remote Disabled\""));
-    EXPECT_TRUE(Heard("AT*EAID=0"));
-    EXPECT_TRUE(Heard("AT+CMER =0,0,0,0"));
+    EXPECT_EQ(phone.heard, (Lines{"AT*EAID=1,2,\"Quenix Remote Disabled\"", "AT*EAID=0", "AT+CMER =0,0,0,0"}));
     EXPECT_EQ(remote.shift(), "");
 
     phone.heard.clear();
     phone.say("\r\n*EAAI\r\n");
     remote.OnBTMonTimer();
-    EXPECT_EQ(phone.heard, (std::vector<std::string>{"AT*EAID=1,2,\"Quenix Manager\"", "AT+CMER =3,2,0,0"}));
-    EXPECT_TRUE(remote.active());
+    EXPECT_EQ(phone.heard, (Lines{"AT*EAID=1,2,\"Quenix Manager\"", "AT+CMER =3,2,0,0"}));
     Key("u,1");
-    EXPECT_EQ(events, std::vector<std::string>{"BT0&UP"});
+    EXPECT_EQ(events, Lines{"BT0&UP"});
 }
 
 // The link is lost when the phone refuses to take its keys back, or silently, when it goes
 // out of range and the handshake lines drop. Reconnecting takes two rounds of BTAutoTimer, and
-// only the round that connects raises BT&CONNECTED.
+// only the round that connects raises BT&CONNECTED; there are no rounds in mode 1.
 TEST_F(PhoneRemoteTest, LostLinkDisconnectsAndReconnectsInTwoRounds) {
     for (bool silent : {false, true}) {
         SCOPED_TRACE(silent);
@@ -292,14 +261,21 @@ TEST_F(PhoneRemoteTest, LostLinkDisconnectsAndReconnectsInTwoRounds) {
         phone.silent = {"AT+CMER =3,2,0,0"};
         if (!silent) phone.say("\r\n*EAAI\r\n");
         remote.OnBTMonTimer();
-        EXPECT_EQ(events, std::vector<std::string>{"BT&DISCONNECTED"});
+        EXPECT_EQ(events, Lines{"BT&DISCONNECTED"});
         EXPECT_EQ(view.text(PhoneRemote::kLabel), "BT disconnected!");
         EXPECT_EQ(view.color(PhoneRemote::kLabel, View::ColorRole::Background), PhoneRemote::kYellow);
 
-        // The link is down: the first round only closes the port and fails.
+        ctx.settings().btMode = 1;
         phone.linkUp = false;
         phone.heard.clear();
         events.clear();
+        remote.OnBTAutoTimer();
+        EXPECT_TRUE(driver.port(kBtCom).open); // no reconnection in mode 1
+
+        // The link is down: the first round only closes the port and fails.
+        ctx.settings().btMode = 0;
+        int trays = 0;
+        remote.refreshTray = [&] { ++trays; };
         remote.OnBTAutoTimer();
         EXPECT_FALSE(view.isTimerEnabled("BTMonTimer"));
         EXPECT_EQ(view.text(PhoneRemote::kLabel), "Bluetoth unavailable!");
@@ -307,38 +283,22 @@ TEST_F(PhoneRemoteTest, LostLinkDisconnectsAndReconnectsInTwoRounds) {
         EXPECT_FALSE(driver.port(kBtCom).open);
         EXPECT_TRUE(events.empty());
 
-        // The phone is back: the next round opens the port afresh and connects.
+        // The phone is back: the next round opens the port afresh and connects; then rounds
+        // do nothing.
         phone.linkUp = true;
         phone.silent.clear();
         remote.OnBTAutoTimer();
         EXPECT_EQ(view.text(PhoneRemote::kLabel), "Ericsson T39m is now connected.");
-        EXPECT_EQ(events, std::vector<std::string>{"BT&CONNECTED"});
-        remote.Close();
-    }
-}
-
-// No round while connected, in mode 1, or when monitoring is off.
-TEST_F(PhoneRemoteTest, ReconnectWaitsForModeMonitoringAndLinkDown) {
-    struct Case {
-        int mode;
-        bool monitoring, connected, opens;
-    };
-    const Case cases[] = {{0, true, false, true}, {0, true, true, false}, {1, true, false, false}, {0, false, false, false}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.mode);
-        phone.linkUp = true;
-        if (c.connected) Connect();
-        ctx.settings().btMode = c.mode;
-        ctx.monitoring = c.monitoring;
-        phone.linkUp = c.connected;
+        EXPECT_EQ(events, Lines{"BT&CONNECTED"});
         phone.heard.clear();
-        int trays = 0;
-        remote.refreshTray = [&] { ++trays; };
         remote.OnBTAutoTimer();
-        EXPECT_EQ(!phone.heard.empty() || (!c.connected && driver.port(kBtCom).open), c.opens);
-        EXPECT_EQ(trays, c.opens ? 1 : 0);
+        EXPECT_TRUE(phone.heard.empty());
+        EXPECT_EQ(trays, 2);
         remote.Close();
     }
+    ctx.monitoring = false; // nor while monitoring is off
+    remote.OnBTAutoTimer();
+    EXPECT_FALSE(driver.port(kBtCom).open);
 }
 
 } // namespace
