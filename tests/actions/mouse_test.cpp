@@ -2,7 +2,7 @@
 #include "actions/mouse.h"
 #include "io/serial_port.h"
 #include "support/rig.h"
-#include "peers.h"
+#include "support/peers.h"
 
 #include <gtest/gtest.h>
 
@@ -20,16 +20,12 @@ class TestWindow {
 public:
     explicit TestWindow(const std::string& display) : dpy_(XOpenDisplay(display.c_str())) {
         if (!dpy_) return;
-        win_ = XCreateSimpleWindow(dpy_, DefaultRootWindow(dpy_), 0, 0, 400, 300, 0, 0, 0xFFFFFF);
-        XSelectInput(dpy_, win_, ButtonPressMask | ButtonReleaseMask | StructureNotifyMask);
-        XMapWindow(dpy_, win_);
-        XEvent e;
-        do XNextEvent(dpy_, &e);
-        while (e.type != MapNotify);
+        Window w = XCreateSimpleWindow(dpy_, DefaultRootWindow(dpy_), 0, 0, 400, 300, 0, 0, 0xFFFFFF);
+        XSelectInput(dpy_, w, ButtonPressMask | ButtonReleaseMask | StructureNotifyMask);
+        XMapWindow(dpy_, w);
+        for (XEvent e{}; e.type != MapNotify;) XNextEvent(dpy_, &e);
     }
-    ~TestWindow() {
-        if (dpy_) XCloseDisplay(dpy_);
-    }
+    ~TestWindow() { if (dpy_) XCloseDisplay(dpy_); }
     bool ok() const { return dpy_ != nullptr; }
 
     // The button events that arrived, as "+1" (press of button 1) and "-1" (release). Waits
@@ -53,74 +49,54 @@ public:
 
 private:
     Display* dpy_;
-    Window win_ = 0;
 };
 
-class MouseOnX : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        server_ = new XvfbServer;
-        if (!server_->display().empty()) setenv("DISPLAY", server_->display().c_str(), 1);
-    }
-    static void TearDownTestSuite() {
-        delete server_;
-        server_ = nullptr;
-        unsetenv("DISPLAY");
-    }
-    void SetUp() override { ASSERT_FALSE(server_->display().empty()) << "Xvfb did not start"; }
-    static XvfbServer* server_;
-};
-XvfbServer* MouseOnX::server_ = nullptr;
-
-TEST_F(MouseOnX, MovesByFivePixelsWithOneText) {
-    auto driver = MakeSystemMouseDriver();
-    clsMouse mouse(*driver);
-    struct Row {
-        const char* word;
-        int x, y;
-    } rows[] = {
-        {"left", 95, 100},     {"LEFTUP", 95, 95},   {"up", 100, 95},     {"rightup", 105, 95},
-        {"right", 105, 100}, {"rightdown", 105, 105}, {"down", 100, 105}, {"leftdown", 95, 105},
-    };
-    for (const Row& r : rows) {
-        SCOPED_TRACE(r.word);
-        mouse.MoveTo(100, 100);
-        EXPECT_EQ(MouseAction(mouse, r.word), "Mouse LEFT");
-        EXPECT_EQ(mouse.CurrentX(), r.x);
-        EXPECT_EQ(mouse.CurrentY(), r.y);
-    }
-    mouse.CurrentX(30);
-    mouse.CurrentY(40);
-    EXPECT_EQ(std::make_pair(mouse.CurrentX(), mouse.CurrentY()), std::make_pair(30, 40));
-    EXPECT_EQ(MouseAction(mouse, "sideways"), "");
-    EXPECT_EQ(std::make_pair(mouse.CurrentX(), mouse.CurrentY()), std::make_pair(30, 40));
-}
-
-TEST_F(MouseOnX, ClicksArriveAtTheWindowUnderThePointer) {
-    TestWindow window(server_->display());
+// Moves and clicks on an X server of the test's own, seen by a window under the pointer.
+TEST(Mouse, MovesAndClicksOnARealDisplay) {
+    XvfbServer server;
+    ASSERT_FALSE(server.display().empty()) << "Xvfb did not start";
+    setenv("DISPLAY", server.display().c_str(), 1);
+    TestWindow window(server.display());
     ASSERT_TRUE(window.ok());
     auto driver = MakeSystemMouseDriver();
     clsMouse mouse(*driver);
+    struct Move {
+        const char* word;
+        int x, y;
+    } moves[] = {
+        {"left", 95, 100},     {"LEFTUP", 95, 95},   {"up", 100, 95},     {"rightup", 105, 95},
+        {"right", 105, 100}, {"rightdown", 105, 105}, {"down", 100, 105}, {"leftdown", 95, 105},
+    };
+    for (const Move& m : moves) {
+        mouse.MoveTo(100, 100);
+        EXPECT_EQ(MouseAction(mouse, m.word), "Mouse LEFT") << m.word; // one text for every direction
+        EXPECT_EQ(std::make_pair(mouse.CurrentX(), mouse.CurrentY()), std::make_pair(m.x, m.y)) << m.word;
+    }
+    mouse.CurrentX(30);
+    mouse.CurrentY(40);
+    EXPECT_EQ(MouseAction(mouse, "sideways"), "");
+    EXPECT_EQ(std::make_pair(mouse.CurrentX(), mouse.CurrentY()), std::make_pair(30, 40));
+
     mouse.MoveTo(100, 100);
-    struct Row {
+    struct Click {
         const char* word;
         const char* text;
         std::vector<std::string> events;
-    } rows[] = {
+    } clicks[] = {
         {"left click", "Mouse left click", {"+1", "-1"}},
         {"Right Click", "Mouse right click", {"+3", "-3"}},
         {"doubleclick", "Mouse double click", {"+1", "-1", "+1", "-1"}},
     };
-    for (const Row& r : rows) {
-        SCOPED_TRACE(r.word);
-        EXPECT_EQ(MouseAction(mouse, r.word), r.text);
-        EXPECT_EQ(window.events(r.events.size()), r.events);
+    for (const Click& c : clicks) {
+        EXPECT_EQ(MouseAction(mouse, c.word), c.text);
+        EXPECT_EQ(window.events(c.events.size()), c.events) << c.word;
     }
     mouse.Click(4);
     EXPECT_EQ(window.events(2), (std::vector<std::string>{"+2", "-2"}));
     mouse.MouseDown(3); // not a button number: nothing happens
     mouse.MouseUp(3);
     EXPECT_TRUE(window.events(0).empty());
+    unsetenv("DISPLAY");
 }
 
 // Without an X display the pointer cannot move: no word claims it did.

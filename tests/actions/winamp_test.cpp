@@ -1,7 +1,16 @@
 #include "actions/winamp.h"
+#include "support/peers.h"
 #include "support/rig.h"
 
 #include <gtest/gtest.h>
+
+#include <signal.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <thread>
 
 namespace quenix::testing {
 namespace {
@@ -36,18 +45,12 @@ public:
         if (id == kWinampPrev && current_ > 0) --current_;
         return true;
     }
-    bool startPlayer() override {
-        ++starts;
-        running = startable;
-        return running;
-    }
+    bool startPlayer() override { return ++starts, running = startable; }
 
     bool running = true, startable = true;
     int lacking = 0; // a button this player does not have
     int starts = 0;
     std::vector<int> buttons;
-
-private:
     int songs_, current_;
 };
 
@@ -59,26 +62,13 @@ struct WinampRig : Rig {
     clsWinamp winamp{link, "C:\\Winamp\\"};
 };
 
-TEST(Winamp, SongNameCutting) {
-    struct Row {
-        const char* line;
-        const char* name;
-    } rows[] = {
-        {"C:\\Music\\Song.mp3", "Song"}, {"/home/u/Music/Take Five.flac", "Take Five."},
-        {"Song.mp3", "Song"},            {"ab", ""},
-        {"C:\\x.mp", ""},                {"", ""},
-    };
-    for (const Row& r : rows) EXPECT_EQ(CutSongName(r.line), r.name) << r.line;
-    EXPECT_EQ(FolderOf("C:\\Program Files\\Winamp\\winamp.exe"), "C:\\Program Files\\Winamp\\");
-    EXPECT_EQ(FolderOf("/usr/bin/mpv"), "/usr/bin/");
-    EXPECT_EQ(FolderOf("mpv"), "");
-}
-
 TEST(Winamp, WordsButtonsAndTexts) {
+    const std::string invalid = "Invalid Winamp command!";
     struct Row {
         const char* word;
         std::string result;
         std::vector<int> buttons;
+        int lacking = 0; // a button the player does not have: the word did nothing
     } rows[] = {
         {"STOP", "Stop playing.", {kWinampStop}},
         {"next", "(>>)  Song3", {kWinampNext}},
@@ -102,16 +92,22 @@ TEST(Winamp, WordsButtonsAndTexts) {
         {"next in pl", "Song3", {}},
         {"prev in pl", "Song1", {}},
         {"power on", "Winamp STARTED.", {}},
-        {"louder", "Invalid Winamp command!", {}},
+        {"louder", invalid, {}},
+        {"eqon", invalid, {}, kWinampEqualizer},
+        {"volup", invalid, {}, kWinampVolumeUp},
+        {"next", invalid, {}, kWinampNext},
+        {"play", invalid, {}, kWinampPlay},
+        {"power off", invalid, {}, kWinampClose},
     };
     for (const Row& r : rows) {
         SCOPED_TRACE(r.word);
         WinampRig rig(5, 1); // the second of five songs plays
         rig.store.settings().beepOn = true;
+        rig.link.lacking = r.lacking;
         EXPECT_EQ(rig.run(r.word), r.result);
         EXPECT_EQ(rig.link.buttons, r.buttons);
         std::vector<std::pair<int, int>> beeps{{5000, 50}};
-        if (r.result != "Invalid Winamp command!") beeps.emplace_back(2000, 50);
+        if (r.result != invalid) beeps.emplace_back(2000, 50);
         EXPECT_EQ(rig.beeper.beeps, beeps);
         EXPECT_EQ(rig.link.starts, std::string(r.word) == "power on" ? 1 : 0);
     }
@@ -129,6 +125,8 @@ TEST(Winamp, CursorStepsAndItsSingleStepClamp) {
         EXPECT_EQ(rig.winamp.cursor, -9); // only one step back towards the list
         EXPECT_EQ(rig.run("next in pl"), "Song1");
         EXPECT_EQ(rig.winamp.cursor, -7);
+        rig.run("stop"); // transport words reset the cursor
+        EXPECT_EQ(rig.winamp.cursor, 0);
     }
     {
         WinampRig rig(20, 3);
@@ -144,48 +142,128 @@ TEST(Winamp, CursorStepsAndItsSingleStepClamp) {
         EXPECT_EQ(rig.run("play"), "(>)  Song11");
         EXPECT_EQ(rig.link.buttons, std::vector<int>(2, kWinampPrev));
     }
-    {
-        WinampRig rig(5, 1);
-        rig.run("next in pl");
-        rig.run("stop"); // transport words reset the cursor
-        EXPECT_EQ(rig.winamp.cursor, 0);
-    }
 }
 
-TEST(Winamp, PlayerNotRunningIsStartedFirst) {
+TEST(Winamp, APlayerNotRunningIsStartedFirst) {
     WinampRig rig(3);
     rig.link.running = false;
     EXPECT_EQ(rig.run("power on"), "Winamp STARTED.");
     EXPECT_EQ(rig.link.starts, 1); // not twice
-    EXPECT_EQ(rig.run("getname"), "Song1");
     rig.link.running = false;
     EXPECT_EQ(rig.run("play"), "(>)  Song1");
     EXPECT_EQ(rig.link.starts, 2);
-
     WinampRig empty(0);
-    EXPECT_EQ(empty.run("getname"), "");
     EXPECT_EQ(empty.run("next in pl"), "");
+    // One that does not start: no word reports success, and none gets a second beep.
+    for (const char* word : {"power on", "play", "power off", "getname"}) {
+        WinampRig none(3);
+        none.store.settings().beepOn = true;
+        none.link.running = none.link.startable = false;
+        EXPECT_EQ(none.run(word), "The media player is not running!") << word;
+        EXPECT_EQ(none.beeper.beeps, (std::vector<std::pair<int, int>>{{5000, 50}}));
+    }
 }
 
-// A word that did nothing never reports success, and gets no second beep.
-TEST(Winamp, NothingDoneIsNoSuccess) {
-    for (const char* word : {"power on", "play", "power off", "getname"}) {
-        WinampRig rig(3);
-        rig.store.settings().beepOn = true;
-        rig.link.running = rig.link.startable = false;
-        EXPECT_EQ(rig.run(word), "The media player is not running!") << word;
-        EXPECT_EQ(rig.beeper.beeps, (std::vector<std::pair<int, int>>{{5000, 50}}));
+std::string Shell(const std::string& command) {
+    std::string out;
+    if (FILE* f = popen(command.c_str(), "r")) {
+        for (int c; (c = std::fgetc(f)) != EOF;) out += static_cast<char>(c);
+        pclose(f);
     }
-    struct Row {
-        const char* word;
-        int button;
-    } rows[] = {{"eqon", kWinampEqualizer}, {"volup", kWinampVolumeUp}, {"next", kWinampNext},
-                {"play", kWinampPlay},     {"power off", kWinampClose}};
-    for (const Row& r : rows) {
-        WinampRig rig(3);
-        rig.link.lacking = r.button;
-        EXPECT_EQ(rig.run(r.word), "Invalid Winamp command!") << r.word;
+    return out;
+}
+
+// The player's own answer, read with dbus-send: independent of the code under test.
+std::string Property(const std::string& name) {
+    std::string out = Shell("dbus-send --print-reply --dest=org.mpris.MediaPlayer2.mpv /org/mpris/MediaPlayer2 "
+                          "org.freedesktop.DBus.Properties.Get string:org.mpris.MediaPlayer2.Player string:" +
+                          name + " 2>/dev/null");
+    std::size_t v = out.find("variant");
+    return v == std::string::npos ? std::string() : out.substr(v);
+}
+
+// A loaded machine may take seconds to start the player or pass a change along.
+bool Eventually(const std::function<bool()>& condition) {
+    for (int i = 0; i < 1500; ++i, std::this_thread::sleep_for(std::chrono::milliseconds(10)))
+        if (condition()) return true;
+    return condition();
+}
+
+bool Contains(const std::string& s, const std::string& part) { return s.find(part) != std::string::npos; }
+
+// The player started from the shipped WINAMPPATH= through the link, on a session bus of the
+// test's own; it loads a playlist of three generated songs. A config folder of the test's own
+// keeps it silent.
+TEST(MprisPlayer, TheShippedPlayerStartsStaysUpAndAnswers) {
+    for (const char* tool : {"dbus-daemon", "dbus-send", "mpv", "sox"}) ASSERT_TRUE(HaveProgram(tool)) << tool;
+    Rig rig;
+    TempDir dir;
+    std::string list;
+    for (const char* song : {"one", "two", "three"}) {
+        std::string file = dir.file(std::string(song) + ".wav").string();
+        ASSERT_EQ(std::system(("sox -n -r 22050 -c 1 " + file + " synth 30 sine 440 vol 0.1").c_str()), 0);
+        list += file + "\n";
     }
+    dir.write("list.m3u", list);
+    std::filesystem::create_directories(dir.file("mpv"));
+    dir.write("mpv/mpv.conf", "ao=null\nvo=null\n");
+    setenv("XDG_CONFIG_HOME", dir.str().c_str(), 1);
+    ChildProcess bus({"dbus-daemon", "--session", "--nofork", "--print-address=1"});
+    std::string address = bus.readLine(10000);
+    ASSERT_FALSE(address.empty());
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    struct EndPlayer { // not our child: started in a session of its own
+        ~EndPlayer() {
+            std::string pid = Shell("dbus-send --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
+                                    "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.mpris.MediaPlayer2.mpv"
+                                    " 2>/dev/null | sed -n 's/.*uint32 //p'");
+            if (std::atoi(pid.c_str()) > 0) kill(std::atoi(pid.c_str()), SIGTERM);
+            unsetenv("DBUS_SESSION_BUS_ADDRESS");
+            unsetenv("XDG_CONFIG_HOME");
+        }
+    } endPlayer;
+
+    const std::string path = rig.store.settings().winampPath;
+    auto link = MakeSystemWinampLink(path);
+    clsWinamp winamp(*link, FolderOf(path));
+    auto run = [&](const char* word) { return WinampAction(rig.ctx, winamp, word); };
+    auto status = [](const char* s) { return Eventually([&] { return Contains(Property("PlaybackStatus"), s); }); };
+    auto playing = [](const char* file) { return Eventually([&] { return Contains(Property("Metadata"), file); }); };
+
+    ASSERT_EQ(winamp.Version(), 0);
+    ASSERT_EQ(run("POWER ON"), "Winamp STARTED.") << path;
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    ASSERT_NE(winamp.Version(), 0) << "the player did not stay up";
+    winamp.AddPlaylist(dir.file("list.m3u").string());
+    ASSERT_TRUE(playing("one.wav"));
+    EXPECT_EQ(run("GETNAME"), "one");
+
+    EXPECT_EQ(run("PAUSE"), "(||)  one");
+    EXPECT_TRUE(status("Paused"));
+    EXPECT_EQ(winamp.IsPlaying(), 3);
+    EXPECT_EQ(run("PLAY"), "(>)  one");
+    EXPECT_TRUE(status("Playing"));
+    EXPECT_EQ(winamp.IsPlaying(), 1);
+
+    EXPECT_EQ(run("NEXT").substr(0, 6), "(>>)  ");
+    EXPECT_TRUE(playing("two.wav"));
+    EXPECT_EQ(run("GETNAME"), "two");
+    EXPECT_EQ(run("PREV").substr(0, 6), "(<<)  ");
+    EXPECT_TRUE(playing("one.wav"));
+
+    Shell("dbus-send --print-reply --dest=org.mpris.MediaPlayer2.mpv /org/mpris/MediaPlayer2 "
+          "org.freedesktop.DBus.Properties.Set string:org.mpris.MediaPlayer2.Player string:Volume variant:double:0.5");
+    EXPECT_EQ(run("VOLUP"), "VOLUME UP 10% OK.");
+    EXPECT_TRUE(Eventually([] { return Contains(Property("Volume"), "double 0.6"); })) << Property("Volume");
+    EXPECT_EQ(run("SHUFFLE"), "Winamp toggle SUFFLE OK.");
+    EXPECT_TRUE(Eventually([] { return Contains(Property("Shuffle"), "boolean true"); })) << Property("Shuffle");
+    EXPECT_EQ(run("EQON"), "Invalid Winamp command!"); // MPRIS has no equalizer
+    EXPECT_TRUE(status("Playing"));
+
+    EXPECT_EQ(run("STOP"), "Stop playing.");
+    EXPECT_TRUE(status("Stopped"));
+    EXPECT_EQ(run("POWER OFF"), "Winamp CLOSED.");
+    EXPECT_TRUE(Eventually([&] { return winamp.Version() == 0; }));
 }
 
 } // namespace

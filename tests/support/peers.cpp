@@ -1,6 +1,4 @@
-#include "peers.h"
-
-#include "actions/launcher.h"
+#include "support/peers.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -9,7 +7,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 
 extern char** environ;
 
@@ -70,7 +70,16 @@ std::string ChildProcess::readLine(int timeoutMs) {
     return {};
 }
 
-bool HaveProgram(const std::string& name) { return !MakeSystemLauncher()->program(name).empty(); }
+bool HaveProgram(const std::string& name) {
+    const char* env = std::getenv("PATH");
+    const std::string path = env ? env : "/usr/bin:/bin";
+    for (std::size_t start = 0; start < path.size();) {
+        std::size_t colon = std::min(path.find(':', start), path.size());
+        if (colon > start && access((path.substr(start, colon - start) + "/" + name).c_str(), X_OK) == 0) return true;
+        start = colon + 1;
+    }
+    return false;
+}
 
 // -displayfd: the server picks a free display and tells us its number.
 XvfbServer::XvfbServer()

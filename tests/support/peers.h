@@ -1,7 +1,7 @@
 #pragma once
 
-// Real programs a test talks to (Xvfb, dbus-daemon), started by the test itself and ended
-// with it.
+// Real programs a test talks to (Xvfb, dbus-daemon, players), started by the test itself and
+// ended with it.
 
 #include <string>
 #include <vector>
