@@ -1,6 +1,7 @@
 #include "actions/winamp.h"
 
 #include "actions/launcher.h"
+#include "core/text.h"
 
 #include <systemd/sd-bus.h>
 
@@ -198,7 +199,9 @@ private:
         return true;
     }
 
-    // The player to talk to: the one named after the configured program, else the first.
+    // The player to talk to: the one named after the configured program, so that another
+    // player on the bus (a browser) is neither driven nor taken for ours. Without a configured
+    // program, the first player.
     std::string player() {
         if (!connect()) return {};
         sd_bus_message* reply = nullptr;
@@ -208,18 +211,17 @@ private:
         char** names = nullptr;
         sd_bus_message_read_strv(reply, &names);
         sd_bus_message_unref(reply);
-        std::string first, named;
-        std::string mine = kPrefix + program_;
+        std::string found;
+        const std::string mine = ToLower(kPrefix + program_);
         for (char** n = names; n && *n; ++n) {
-            std::string s = *n;
-            if (s.rfind(kPrefix, 0) == 0) {
-                if (first.empty()) first = s;
-                if (named.empty() && !program_.empty() && (s == mine || s.rfind(mine + ".", 0) == 0)) named = s;
-            }
+            const std::string s = *n, lower = ToLower(s);
+            const bool player = s.rfind(kPrefix, 0) == 0;
+            if (found.empty() && player && (program_.empty() || lower == mine || lower.rfind(mine + ".", 0) == 0))
+                found = s;
             std::free(*n);
         }
         std::free(names);
-        return named.empty() ? first : named;
+        return found;
     }
 
     template <class... Args>

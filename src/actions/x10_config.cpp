@@ -48,11 +48,6 @@ void X10ConfigController::onLoad() {
     form_.setCurrentIndex(kPorts, current);
     form_.setChecked(kDisable, !ctx_.settings().x10Ena);
 
-    std::vector<std::string> all;
-    for (int h = 1; h <= 16; ++h)
-        for (int u = 1; u <= 16; ++u)
-            if (!names_.name(h, u).empty()) all.push_back(names_.name(h, u));
-    form_.setItems(kName, all);
     showName();
 }
 
@@ -63,7 +58,14 @@ int X10ConfigController::selectedPort() const {
     return ComPortNumber(form_.currentText(kPorts));
 }
 
-void X10ConfigController::showName() { form_.setText(kName, names_.name(house(), unit())); }
+void X10ConfigController::showName() {
+    std::vector<std::string> all;
+    for (int h = 1; h <= 16; ++h)
+        for (int u = 1; u <= 16; ++u)
+            if (!names_.name(h, u).empty()) all.push_back(names_.name(h, u));
+    form_.setItems(kName, all);
+    form_.setText(kName, names_.name(house(), unit()));
+}
 
 void X10ConfigController::onHouseOrUnitSelected() { showName(); }
 

@@ -35,6 +35,7 @@ private:
     int house() const;
     int unit() const;
     int selectedPort() const;
+    // The name at the selected address, among all the names given.
     void showName();
     bool ask(const std::string& question);
     void refuse(const std::string& text);

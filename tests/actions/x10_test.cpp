@@ -261,6 +261,7 @@ TEST(X10Config, OkSavesGivesTheOldPortBackAndRefreshesTheMainList) {
     rig.add("Porch");
     rig.select(1, 16);
     rig.add("hall");
+    EXPECT_EQ(rig.form.items("X10DescCombo"), (std::vector<std::string>{"Fan", "hall", "porch"}));
     rig.form.setCurrentIndex("X10COMList", 0); // Default
     rig.form.setChecked("DisableX10Checkbox", false);
     EXPECT_TRUE(rig.config.onOK());
