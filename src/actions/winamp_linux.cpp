@@ -5,6 +5,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -161,23 +162,23 @@ public:
         return index;
     }
 
+    // True when the player took the call: a player that refuses or lacks it did nothing.
     bool command(int id) override {
         switch (id) {
-        case kWinampClose: rootCall("Quit"); break;
-        case kWinampPrev: playerCall("Previous"); break;
-        case kWinampPlay: playerCall("Play"); break;
-        case kWinampPause: playerCall("Pause"); break;
-        case kWinampStop: playerCall("Stop"); break;
-        case kWinampNext: playerCall("Next"); break;
-        case kWinampForward: seek(kSeekUs); break;
-        case kWinampRewind: seek(-kSeekUs); break;
-        case kWinampVolumeUp: volume(kVolumeStep); break;
-        case kWinampVolumeDown: volume(-kVolumeStep); break;
-        case kWinampShuffle: toggleShuffle(); break;
-        case kWinampRepeat: toggleLoop(); break;
+        case kWinampClose: return rootCall("Quit");
+        case kWinampPrev: return playerCall("Previous");
+        case kWinampPlay: return playerCall("Play");
+        case kWinampPause: return playerCall("Pause");
+        case kWinampStop: return playerCall("Stop");
+        case kWinampNext: return playerCall("Next");
+        case kWinampForward: return seek(kSeekUs);
+        case kWinampRewind: return seek(-kSeekUs);
+        case kWinampVolumeUp: return volume(kVolumeStep);
+        case kWinampVolumeDown: return volume(-kVolumeStep);
+        case kWinampShuffle: return toggleShuffle();
+        case kWinampRepeat: return toggleLoop();
         default: return false; // equalizer, editor, size, visualisation, time display: MPRIS has none
         }
-        return true;
     }
 
     bool startPlayer() override {
@@ -225,17 +226,17 @@ private:
     }
 
     template <class... Args>
-    void call(const std::string& p, const char* iface, const char* method, const char* types, Args... args) {
-        sd_bus_call_method(bus_, p.c_str(), kObject, iface, method, nullptr, nullptr, types, args...);
+    bool call(const std::string& p, const char* iface, const char* method, const char* types, Args... args) {
+        return sd_bus_call_method(bus_, p.c_str(), kObject, iface, method, nullptr, nullptr, types, args...) >= 0;
     }
 
-    void playerCall(const char* method) {
+    bool playerCall(const char* method) {
         std::string p = player();
-        if (!p.empty()) call(p, kPlayer, method, "");
+        return !p.empty() && call(p, kPlayer, method, "");
     }
-    void rootCall(const char* method) {
+    bool rootCall(const char* method) {
         std::string p = player();
-        if (!p.empty()) call(p, kRoot, method, "");
+        return !p.empty() && call(p, kRoot, method, "");
     }
 
     bool flag(const std::string& p, const char* iface, const char* name) {
@@ -283,37 +284,38 @@ private:
         return out;
     }
 
-    void seek(std::int64_t us) {
+    bool seek(std::int64_t us) {
         std::string p = player();
-        if (!p.empty()) call(p, kPlayer, "Seek", "x", us);
+        return !p.empty() && call(p, kPlayer, "Seek", "x", us);
     }
 
-    void volume(double delta) {
+    bool volume(double delta) {
         std::string p = player();
-        if (p.empty()) return;
         double v = 0;
-        if (sd_bus_get_property_trivial(bus_, p.c_str(), kObject, kPlayer, "Volume", nullptr, 'd', &v) < 0) return;
-        v += delta;
-        if (v < 0) v = 0;
-        sd_bus_set_property(bus_, p.c_str(), kObject, kPlayer, "Volume", nullptr, "d", v);
+        if (p.empty() || sd_bus_get_property_trivial(bus_, p.c_str(), kObject, kPlayer, "Volume", nullptr, 'd', &v) < 0)
+            return false;
+        v = std::max(0.0, v + delta);
+        return sd_bus_set_property(bus_, p.c_str(), kObject, kPlayer, "Volume", nullptr, "d", v) >= 0;
     }
 
-    void toggleShuffle() {
+    bool toggleShuffle() {
         std::string p = player();
-        if (p.empty()) return;
         int on = 0;
-        if (sd_bus_get_property_trivial(bus_, p.c_str(), kObject, kPlayer, "Shuffle", nullptr, 'b', &on) < 0) return;
-        sd_bus_set_property(bus_, p.c_str(), kObject, kPlayer, "Shuffle", nullptr, "b", on ? 0 : 1);
+        if (p.empty() || sd_bus_get_property_trivial(bus_, p.c_str(), kObject, kPlayer, "Shuffle", nullptr, 'b', &on) < 0)
+            return false;
+        return sd_bus_set_property(bus_, p.c_str(), kObject, kPlayer, "Shuffle", nullptr, "b", on ? 0 : 1) >= 0;
     }
 
-    void toggleLoop() {
+    bool toggleLoop() {
         std::string p = player();
-        if (p.empty()) return;
         char* status = nullptr;
-        if (sd_bus_get_property_string(bus_, p.c_str(), kObject, kPlayer, "LoopStatus", nullptr, &status) < 0) return;
+        if (p.empty() ||
+            sd_bus_get_property_string(bus_, p.c_str(), kObject, kPlayer, "LoopStatus", nullptr, &status) < 0)
+            return false;
         bool none = status && std::strcmp(status, "None") == 0;
         std::free(status);
-        sd_bus_set_property(bus_, p.c_str(), kObject, kPlayer, "LoopStatus", nullptr, "s", none ? "Playlist" : "None");
+        return sd_bus_set_property(bus_, p.c_str(), kObject, kPlayer, "LoopStatus", nullptr, "s",
+                                   none ? "Playlist" : "None") >= 0;
     }
 
     std::string path_, program_;
