@@ -1,21 +1,25 @@
+// The window on a simulated serial port and capture library: what a user does from start to exit.
+
 #include "ui_support.h"
 
 #include "ir/capture_script.h"
 #include "support/sim_serial.h"
 #include "ui/signal_widget.h"
 
+#include <QAction>
+#include <QComboBox>
+#include <QLabel>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStatusBar>
+#include <QSystemTrayIcon>
 
 #include <gtest/gtest.h>
 
 namespace quenix::testing {
 namespace {
 
-std::string Status(const WindowRig& rig) {
-    return rig.find<QStatusBar>("StatusBar")->currentMessage().toStdString();
-}
+std::string Status(const WindowRig& rig) { return rig.find<QStatusBar>("StatusBar")->currentMessage().toStdString(); }
 
 bool HasTrace(const QImage& image) {
     for (int y = 0; y < image.height(); ++y)
@@ -24,33 +28,36 @@ bool HasTrace(const QImage& image) {
     return false;
 }
 
-// Learning a key through the window: record twice, draw, store, and find it in the list.
-TEST(RecordingWiring, RecordValidateAndStore) {
+// Start-up opens the port, a key is learned (recorded twice, drawn, stored) and sent, the
+// interface menu switches the receiver, and exit releases the port and saves.
+TEST(Wiring, StartLearnSendSwitchAndExit) {
     SimClock clock;
     SimSerialDriver driver{clock};
-    driver.port(1);
+    driver.port(1); // the shipped configuration uses COM1
+    driver.port(3);
     SerialPort port{driver};
     FakeCaptureLibrary library;
     WindowRig rig(nullptr, {&port, &library});
     ASSERT_TRUE(rig.window->startUp());
     rig.window->show();
-    rig.clickRow("Protocol", "Sony TV");
+    auto* com = rig.find<QComboBox>("ComList");
+    ASSERT_EQ(com->count(), 2);
+    EXPECT_EQ(com->currentText().toStdString(), "COM1");
+    ASSERT_FALSE(library.handles.empty());
+    EXPECT_EQ(library.handles.back(), rig.ctx->irPortHandle);
+    EXPECT_TRUE(rig.window->action("StdDcdMenu")->isChecked());
 
+    rig.clickRow("Protocol", "Sony TV");
     const std::string code = "G100000010000";
     library.captures = {Press(kProtoSony, code), Press(kProtoSony, code)};
     rig.find<QPushButton>("RecButton")->click();
     EXPECT_EQ(Status(rig), "A valid SONY type command has been received.");
-
     auto* signal = rig.find<SignalWidget>("Signal");
     ASSERT_NE(signal->drawing(), nullptr);
     EXPECT_TRUE(HasTrace(signal->grab().toImage()));
-    rig.find<QScrollBar>("HScroll1")->setValue(-100);
-    EXPECT_DOUBLE_EQ(signal->drawing()->dots[0].x, 8 - 7 - 100 + 7);
-    rig.find<QPushButton>("GReset")->click();
     auto* bar = rig.find<QScrollBar>("HScroll1");
+    rig.find<QPushButton>("GReset")->click();
     EXPECT_EQ(bar->value(), 15);
-    // The bar reaches as far left as puts the last byte at the left edge.
-    EXPECT_EQ(bar->minimum(), 16 - static_cast<int>(signal->drawing()->samples.size()));
 
     rig.find<QPushButton>("SaveCmdButton")->click();
     EXPECT_EQ(Status(rig), "The command is not yet validated! Pres again Record button to validate.");
@@ -67,6 +74,19 @@ TEST(RecordingWiring, RecordValidateAndStore) {
     ASSERT_FALSE(library.sends.empty());
     EXPECT_EQ(bar->value(), 0);
     EXPECT_DOUBLE_EQ(signal->drawing()->dots[0].x, 8);
+
+    rig.window->action("IRMouseMenu")->trigger();
+    EXPECT_EQ(rig.find<QLabel>("ReceiverType")->text().toStdString(), "IRMouse");
+    EXPECT_FALSE(rig.window->action("StdDcdMenu")->isChecked());
+    EXPECT_NE(rig.dir.read("telvorin.cfg").find("ITYPE= 1\r\n"), std::string::npos);
+
+    ASSERT_TRUE(rig.store.SetText(rig.store.text() + "left behind"));
+    rig.window->action("mnuExit")->trigger();
+    EXPECT_EQ(rig.dir.read("telvorin.cfg").find("left behind"), std::string::npos);
+    EXPECT_FALSE(rig.window->trayIcon()->isVisible());
+    EXPECT_FALSE(driver.port(1).open);
+    EXPECT_EQ(library.handles.back(), 0);
+    EXPECT_EQ(rig.ctx->irPortHandle, kNoPort);
 }
 
 } // namespace
