@@ -241,12 +241,12 @@ TEST(SendButton, RefusalsAndFailuresSendNothing) {
     }
 }
 
-// As at start-up, nothing was clicked: the command shown is sent from the file, and a fresh
-// recording in the code field, not yet saved, stays there.
+// As at start-up, with nothing clicked, or after a click: the command shown is sent from the
+// file, and a fresh recording in the code field, not yet saved, stays there.
 TEST(SendButton, SendsTheShownCommandAndKeepsTheRecording) {
     struct Row {
         int interfaceType;
-        bool monitoring;
+        bool monitoring; // and the command clicked first
         std::vector<bool> dtr;
     } rows[] = {{2, true, {false, true}}, {0, false, {false}}};
     for (const Row& r : rows) {
@@ -257,7 +257,7 @@ TEST(SendButton, SendsTheShownCommandAndKeepsTheRecording) {
         rig.pick("Raw", "Six");
         rig.view.setText("CodeStr", "G111000111000");
         rig.view.setColor("CodeStr", View::ColorRole::Background, 0x00FF00);
-        rig.send.onCommandSelected();
+        if (r.monitoring) rig.send.onCommandSelected();
         rig.send.onSendButton();
         EXPECT_EQ(rig.view.text("StatusBar"), "Raw Six executed.");
         EXPECT_EQ(rig.sentBytes(), (std::vector<std::vector<std::uint8_t>>{{0xB0}}));
