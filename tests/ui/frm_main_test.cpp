@@ -114,8 +114,6 @@ TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
     ExpectNothingClipped(rig.window.get(), "default");
     // What start-up shows is the controller's business; here only that it reached the widgets.
     EXPECT_EQ(rig.find<QStatusBar>("StatusBar")->currentMessage(), "Application started successfully.");
-    EXPECT_EQ(rig.find<QLabel>("ReceiverType")->text().toStdString(), "DCD Std");
-    EXPECT_FALSE(rig.window->waitWindow()->isVisible());
 
     rig.clickRow("Protocol", "X10");
     EXPECT_EQ(Title(rig), "X10 Remote v" + rig.store.version());
@@ -158,7 +156,6 @@ TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
     EXPECT_EQ(Title(rig), "KPL Send Mgr v" + rig.store.version());
     EXPECT_FALSE(rig.find("RecordPanel")->isVisible());
     EXPECT_FALSE(rig.find("RecButton")->isVisible());
-    EXPECT_TRUE(rig.find("SendButton")->isVisible());
     EXPECT_LT(rig.window->width(), 500);
     ExpectNothingClipped(rig.window.get(), "compact");
     Click(rig.find("MinButton"));

@@ -39,7 +39,7 @@ protected:
     QString suffix;
 };
 
-TEST_F(Screens, MainWindowFullAndCompact) {
+TEST_F(Screens, MainWindowFullCompactAndStartUpProgress) {
     WindowRig rig;
     ASSERT_TRUE(rig.window->startUp());
     rig.window->show();
@@ -57,18 +57,12 @@ TEST_F(Screens, MainWindowFullAndCompact) {
     QTest::mouseClick(rig.find<QPushButton>("MinButton"), Qt::LeftButton);
     EXPECT_EQ(rig.window->windowTitle().toStdString(), "KPL Send Mgr v" + rig.store.version());
     save(rig.window.get(), "main_compact");
-}
 
-TEST_F(Screens, StartUpProgressWindow) {
-    WindowRig rig;
     FrmWaitToStart* wait = rig.window->waitWindow();
-    QtView view(wait);
-    view.setVisible("frmWaitToStart", true);
-    view.setText("WaitText", "Initialize Infrared OUT...");
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(wait));
+    QtView(wait).setVisible("frmWaitToStart", true);
+    QtView(wait).setText("WaitText", "Initialize Infrared OUT...");
     save(wait, "wait_to_start");
-    EXPECT_GE(wait->findChild<QLabel*>("WaitText")->width(),
-              wait->findChild<QLabel*>("WaitText")->sizeHint().width());
+    EXPECT_GE(wait->findChild<QLabel*>("WaitText")->width(), wait->findChild<QLabel*>("WaitText")->sizeHint().width());
 }
 
 // Without its icon files the tray still shows an icon, or the minimised window could not be found.

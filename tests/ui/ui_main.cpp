@@ -3,7 +3,7 @@
 // screenshots show what a user sees.
 
 #include <QApplication>
-#include <QElapsedTimer>
+#include <QTest>
 #include <QSystemTrayIcon>
 
 #include <gmock/gmock.h>
@@ -34,9 +34,7 @@ pid_t Spawn(const std::vector<std::string>& args, int keepFd = -1) {
 }
 
 void Stop(pid_t pid) {
-    if (pid <= 0) return;
-    kill(pid, SIGTERM);
-    waitpid(pid, nullptr, 0);
+    if (pid > 0 && kill(pid, SIGTERM) == 0) waitpid(pid, nullptr, 0);
 }
 
 // Starts Xvfb on a free display number and returns it, or -1.
@@ -74,14 +72,7 @@ int main(int argc, char** argv) {
     {
         QApplication app(argc, argv);
         app.setQuitOnLastWindowClosed(false);
-        if (trayer > 0) {
-            QElapsedTimer t;
-            t.start();
-            while (!QSystemTrayIcon::isSystemTrayAvailable() && t.elapsed() < 5000) {
-                QApplication::processEvents();
-                usleep(50000);
-            }
-        }
+        if (trayer > 0) (void)QTest::qWaitFor([] { return QSystemTrayIcon::isSystemTrayAvailable(); }, 5000);
         rc = RUN_ALL_TESTS();
     }
     Stop(trayer);
