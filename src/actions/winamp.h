@@ -51,7 +51,7 @@ public:
     // The playlist as m3u lines ("#EXTM3U", then "#EXTINF:..." and the file of each song) and
     // the 0-based index of the current song; nothing when the player has none to give.
     virtual std::optional<int> refreshPlaylist(const std::string& winampDir, std::vector<std::string>& lines) = 0;
-    // A button (WM_COMMAND id); false when the player has no such button.
+    // A button (WM_COMMAND id); false when the player lacks the button or refused the press.
     virtual bool command(int id) = 0;
     // Starts the player program, shown without taking the focus; true once it answers.
     virtual bool startPlayer() = 0;
@@ -83,7 +83,7 @@ public:
     int PlaylistCount() const { return static_cast<int>(playlist_.size()); }
     // Line i, 1-based; empty outside the list.
     std::string PlaylistSong(int i) const;
-    // Each press is false when the player has no such button.
+    // Each press is false when it did nothing (see WinampLink::command).
     bool CommandCloseWinamp() { return link_.command(kWinampClose); }
     bool CommandPrevSong() { return link_.command(kWinampPrev); }
     bool CommandPlay() { return link_.command(kWinampPlay); }
