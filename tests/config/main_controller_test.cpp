@@ -166,21 +166,6 @@ TEST_F(MainTest, TogglesWriteTheirKeyAtOnce) {
     EXPECT_FALSE(main->Toggle("X10ConfMenu"));
 }
 
-TEST_F(MainTest, SmallActions) {
-    ASSERT_TRUE(Start());
-    main->NotYetImplemented();
-    main->About();
-    main->HelpContent();
-    main->WebPage();
-    ASSERT_EQ(dialogs.messages.size(), 2u);
-    EXPECT_EQ(dialogs.messages[0].text, "Not yet implemented");
-    EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
-    EXPECT_EQ(dialogs.messages[1].caption, "ZVK");
-    EXPECT_EQ(dialogs.messages[1].text.rfind("Quenix Remote Manager v" + store.version(), 0), 0u);
-    EXPECT_EQ(log[log.size() - 2], "url:" + dir.str() + "/help/index.html");
-    EXPECT_EQ(log.back(), std::string("url:") + MainController::kWebPage);
-}
-
 TEST_F(MainTest, CompactWindowSwitchesTitles) {
     ASSERT_TRUE(Start());
     main->MinButton();
