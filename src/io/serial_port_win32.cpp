@@ -28,7 +28,8 @@ public:
             ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, ::GetLastError(), 0,
                              text, sizeof text, nullptr);
             openError_ = deviceName + ": " + text;
-            while (!openError_.empty() && (openError_.back() == '\n' || openError_.back() == '\r')) openError_.pop_back();
+            while (!openError_.empty() && (openError_.back() == '\n' || openError_.back() == '\r'))
+                openError_.pop_back();
         }
         return reinterpret_cast<PortHandle>(h); // INVALID_HANDLE_VALUE is -1
     }

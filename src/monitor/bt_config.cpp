@@ -77,7 +77,8 @@ void BtConfig::OnBtComListbox() {
     if (n == 0 || (n == s.btCom && ctx_.btPortHandle != kNoPort)) return;
     // The receiver and the X10 interface hold their ports for themselves.
     if (n == s.comPort || n == s.x10Com) {
-        refuse(ComDeviceName(n) + (n == s.comPort ? " is the infrared receiver's port." : " is the X10 interface's port."));
+        refuse(ComDeviceName(n) +
+               (n == s.comPort ? " is the infrared receiver's port." : " is the X10 interface's port."));
         showPort();
         return;
     }

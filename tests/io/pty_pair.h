@@ -43,8 +43,7 @@ public:
 
     // Writes to the program and waits until the bytes can be read on the slave side.
     void send(const std::string& bytes) const {
-        std::size_t done = 0;
-        while (done < bytes.size()) {
+        for (std::size_t done = 0; done < bytes.size();) {
             ssize_t n = ::write(master_, bytes.data() + done, bytes.size() - done);
             if (n > 0) done += static_cast<std::size_t>(n);
             else waitFor(master_, POLLOUT);
@@ -57,21 +56,16 @@ public:
         std::string out;
         char buf[4096];
         for (;;) {
-            ssize_t n = ::read(master_, buf, sizeof buf);
-            if (n > 0) {
-                out.append(buf, static_cast<std::size_t>(n));
-                continue;
-            }
-            if (out.size() >= atLeast) return out;
-            pollfd p{master_, POLLIN, 0};
-            if (::poll(&p, 1, timeoutMs) <= 0) return out;
+            const ssize_t n = ::read(master_, buf, sizeof buf);
+            if (n > 0) out.append(buf, static_cast<std::size_t>(n));
+            else if (out.size() >= atLeast || !waitFor(master_, POLLIN, timeoutMs)) return out;
         }
     }
 
 private:
-    static void waitFor(int fd, short events) {
+    static bool waitFor(int fd, short events, int timeoutMs = 1000) {
         pollfd p{fd, events, 0};
-        ::poll(&p, 1, 1000);
+        return ::poll(&p, 1, timeoutMs) > 0;
     }
 
     int master_ = -1;

@@ -38,27 +38,21 @@ protected:
 TEST_F(ReceiverTest, DetectionTellsTheReceiversApartByTheirLines) {
     struct Case {
         const char* name;
-        std::function<std::unique_ptr<SimPeer>()> peer; // nullptr: no device, lines as `inputs`
+        SimPeer* peer; // nullptr: no device, lines as `inputs`
         std::uint32_t inputs;
         int type;
         std::string status;
     };
-    auto irman = [](std::string answer) {
-        return [answer] {
-            auto p = std::make_unique<IRManPeer>();
-            p->answer = answer;
-            return std::unique_ptr<SimPeer>(std::move(p));
-        };
-    };
+    DcdReceiver standard = StandardReceiver(), mouse = IRMouseReceiver();
+    IRManPeer irman, silentIrman;
+    silentIrman.answer = "";
     const Case cases[] = {
-        {"standard", [] { return std::make_unique<DcdReceiver>(StandardReceiver()); }, 0, 0,
-         "DCD Standard interface autodetected."},
-        {"irmouse", [] { return std::make_unique<DcdReceiver>(IRMouseReceiver()); }, 0, 1,
-         "IRMouse interface autodetected."},
+        {"standard", &standard, 0, 0, "DCD Standard interface autodetected."},
+        {"irmouse", &mouse, 0, 1, "IRMouse interface autodetected."},
         // An IRMan's DCD is not wired; floating, it reads on and off alike, so neither line
         // probe takes it and the handshake decides.
-        {"irman", irman("OK"), 0, 2, "IRMan interface autodetected and initialized OK."},
-        {"silent irman", irman(""), 0, 9, "Cannot detect interface or no interface connected to COM2."},
+        {"irman", &irman, 0, 2, "IRMan interface autodetected and initialized OK."},
+        {"silent irman", &silentIrman, 0, 9, "Cannot detect interface or no interface connected to COM2."},
         // Nothing on the lines at all reads as an IRMouse idling: kept as the probe has it.
         {"dead port", nullptr, 0, 1, "IRMouse interface autodetected."},
         // A three-wire link with the handshake looped back (all lines on).
@@ -66,8 +60,7 @@ TEST_F(ReceiverTest, DetectionTellsTheReceiversApartByTheirLines) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        std::unique_ptr<SimPeer> peer = c.peer ? c.peer() : nullptr;
-        com2().peer = peer.get();
+        com2().peer = c.peer;
         com2().inputs = c.inputs;
         ctx.irmanInitialised = false;
         dialogs.messages.clear();
@@ -98,7 +91,8 @@ TEST_F(ReceiverTest, IRManHandshakeAcceptsOkWithinTwoSecondsOnce) {
         int delayMs;
         bool accepted;
     };
-    const Case cases[] = {{"OK", 100, true}, {"  ok", 300, true}, {"Ok\r\n", 1900, true}, {" ok", 2100, false}, {"", 0, false}};
+    const Case cases[] = {
+        {"OK", 100, true}, {"  ok", 300, true}, {"Ok\r\n", 1900, true}, {" ok", 2100, false}, {"", 0, false}};
     IRManPeer irman;
     com2().peer = &irman;
     start();
@@ -130,9 +124,7 @@ TEST_F(ReceiverTest, IRManHandshakeAcceptsOkWithinTwoSecondsOnce) {
 TEST_F(ReceiverTest, EachInterfaceSetsItsLinesAndControls) {
     struct Case {
         int type;
-        bool rts, dtr, brk;
-        bool firmShown;
-        bool txdEnabled;
+        bool rts, dtr, brk, firmShown, txdEnabled;
     };
     // The lines start as on, on, on; a line the interface leaves alone stays so.
     const Case cases[] = {
@@ -143,14 +135,10 @@ TEST_F(ReceiverTest, EachInterfaceSetsItsLinesAndControls) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.type);
         ctx.txdOutput = 1;
-        port.SetRTS(ctx.irPortHandle, true);
-        port.SetDTR(ctx.irPortHandle, true);
-        port.SetTxDBreak(ctx.irPortHandle, true);
+        com2().rts = com2().dtr = com2().brk = true;
         controller.selectInterface(c.type);
 
-        EXPECT_EQ(com2().rts, c.rts);
-        EXPECT_EQ(com2().dtr, c.dtr);
-        EXPECT_EQ(com2().brk, c.brk);
+        EXPECT_EQ((std::vector<bool>{com2().rts, com2().dtr, com2().brk}), (std::vector<bool>{c.rts, c.dtr, c.brk}));
         EXPECT_EQ(view.text("ReceiverType"), InterfaceName(c.type));
         for (int other : {0, 1, 2, 3, 4, 9}) EXPECT_EQ(view.isChecked(InterfaceMenu(other)), other == c.type);
         for (const char* firm : {"FirmAnswer", "ZoneNr", "Zone"}) EXPECT_EQ(view.isVisible(firm), c.firmShown);
@@ -170,7 +158,7 @@ TEST_F(ReceiverTest, ThePortListShowsExistingPortsAndOnlyAnOpenOneAsChosen) {
         std::vector<std::string> items;
         int current;
         std::string status;
-    };
+    }; // a stored port that is gone is chosen by no item and opened by nobody
     const Case cases[] = {
         {12, true, {"COM2", "COM5", "COM12", "COM30"}, 2, ""},
         {7, true, {"COM2", "COM5", "COM12", "COM30"}, -1, "COM7 is missing; choose another port."},
@@ -190,7 +178,7 @@ TEST_F(ReceiverTest, ThePortListShowsExistingPortsAndOnlyAnOpenOneAsChosen) {
         EXPECT_EQ(view.text("StatusBar"), c.status);
         EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), c.current >= 0 ? kGreen : kRed);
         EXPECT_EQ(ctx.irPortHandle != kNoPort, c.current >= 0);
-        EXPECT_EQ(library.handles, c.current >= 0 ? std::vector<PortHandle>{ctx.irPortHandle} : std::vector<PortHandle>{});
+        EXPECT_EQ(library.handles, std::vector<PortHandle>(c.current >= 0 ? 1 : 0, ctx.irPortHandle));
     }
     EXPECT_FALSE(driver.port(12).open);
     for (int n : {2, 5, 12, 30}) driver.port(n).present = false;
@@ -213,17 +201,13 @@ TEST_F(ReceiverTest, ChangingToTheX10PortTakesItFromX10AndReappliesTheInterface)
     view.setCurrentIndex("ComList", 1); // COM5
     controller.onComListClick();
 
-    EXPECT_FALSE(com2().open);
     ASSERT_NE(ctx.irPortHandle, kNoPort);
+    EXPECT_FALSE(com2().open || ctx.irmanInitialised);
     EXPECT_EQ(library.handles, (std::vector<PortHandle>{old, kNoPort, ctx.irPortHandle}));
     EXPECT_EQ(ctx.x10PortHandle, kNoPort); // the next X10 command shares the infrared port
-    EXPECT_FALSE(ctx.irmanInitialised);
-    Settings s = saved();
-    EXPECT_EQ(s.comPort, 5);
-    EXPECT_EQ(s.x10Com, 0);
+    EXPECT_TRUE(saved().comPort == 5 && saved().x10Com == 0);
     EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kGreen);
-    EXPECT_TRUE(driver.port(5).rts && driver.port(5).dtr);
-    EXPECT_EQ(view.text("ReceiverType"), "IRMouse");
+    EXPECT_TRUE(driver.port(5).rts && driver.port(5).dtr); // the IRMouse is powered again
 
     // Clicking the port already in use changes nothing.
     controller.onComListClick();
@@ -272,10 +256,14 @@ TEST_F(ReceiverTest, TheTxDBoxSwitchesTheTransmitterAndTheIrDABoxNeverStays) {
     controller.onIrDACheckBox();
     ASSERT_EQ(dialogs.messages.size(), 1u);
     EXPECT_EQ(dialogs.messages[0].text, "Not yet implemented");
-    EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
-    EXPECT_EQ(dialogs.messages[0].icon, MsgIcon::Exclamation);
+    EXPECT_TRUE(dialogs.messages[0].caption == "ZVK" && dialogs.messages[0].icon == MsgIcon::Exclamation);
     EXPECT_FALSE(view.isChecked("IrDACheckBox"));
     EXPECT_TRUE(view.isEnabled("TxDCheckBox"));
+
+    // A choice the file could not take is told.
+    BlockSaves();
+    controller.onIRMouseMenu();
+    EXPECT_EQ(dialogs.messages.back().text.rfind("The configuration file could not be written.", 0), 0u);
 }
 
 TEST_F(ReceiverTest, StoredItypeRestoresModeAndInterface) {
@@ -286,11 +274,9 @@ TEST_F(ReceiverTest, StoredItypeRestoresModeAndInterface) {
         std::string caption;
     };
     const Case cases[] = {
-        {16, true, false, 115200, "DCDStd"},
+        {16, true, false, 115200, "DCDStd"}, {1, false, false, 9600, "IRMouse"}, {9, false, false, 9600, ""},
         {18, true, false, 9600, "IRMan"}, // the handshake talks at 9600 baud
         {34, false, true, 9600, "IRMan"}, // IrDA shown checked, without its message
-        {1, false, false, 9600, "IRMouse"},
-        {9, false, false, 9600, ""},
     };
     IRManPeer irman;
     com2().peer = &irman;
@@ -308,12 +294,8 @@ TEST_F(ReceiverTest, StoredItypeRestoresModeAndInterface) {
         EXPECT_EQ(com2().state.baudRate, c.baud);
         EXPECT_EQ(view.text("ReceiverType"), c.caption);
         EXPECT_EQ(ctx.interfaceType, c.itype % 16);
-        if (c.caption == "IRMan") {
-            ASSERT_EQ(dialogs.messages.size(), 1u);
-            EXPECT_EQ(dialogs.messages[0].text, "IRMan interface initialized OK");
-        } else {
-            EXPECT_TRUE(dialogs.messages.empty());
-        }
+        EXPECT_EQ(dialogs.texts(), c.caption == "IRMan" ? std::vector<std::string>{"IRMan interface initialized OK"}
+                                                        : std::vector<std::string>{});
     }
 }
 

@@ -36,15 +36,11 @@ public:
         return receiver.air.back();
     }
 
-    int capture(std::vector<std::uint8_t>& buffer, Polarity polarity, bool monitor, int procDelay = 20) {
-        Sampler::Request r;
-        r.buffer = buffer.data();
-        r.length = static_cast<int>(buffer.size());
-        r.procDelay = procDelay;
-        r.polarity = polarity;
-        r.edgeWaitNs = monitor ? serpulse::kMonitorEdgeWaitNs : serpulse::kRecordEdgeWaitNs;
-        r.acceptMarkAtStart = monitor;
-        return sampler.capture(r);
+    int capture(std::vector<std::uint8_t>& buffer, Polarity polarity, bool monitor, int procDelay = 20,
+                Sampler* other = nullptr) {
+        return (other ? *other : sampler)
+            .capture({buffer.data(), static_cast<int>(buffer.size()), procDelay, polarity,
+                      monitor ? serpulse::kMonitorEdgeWaitNs : serpulse::kRecordEdgeWaitNs, monitor});
     }
 
     SimClock clock;
@@ -67,7 +63,8 @@ TEST(Sampler, FramesOfEachProtocolComeBackAsTheirCode) {
         const char* name;
         int protocol;
         std::string bits;
-        bool mouse; // IRMouse receiver, read with the inverted polarity
+        bool mouse;            // IRMouse receiver, read with the inverted polarity
+        double afterUs = 3217; // when the key starts; a monitor call comes once the line is active
     };
     const Case cases[] = {
         {"nec", kProtoNec, "00100000110111110001000011101111", false},
@@ -75,6 +72,7 @@ TEST(Sampler, FramesOfEachProtocolComeBackAsTheirCode) {
         {"sony", kProtoSony, "101010010000", false},
         {"sony 15", kProtoSony, "011010010001101", true},
         {"rc5", kProtoRc5, "11010110001101", false},
+        {"monitor call 0.3 ms into the lead-in", kProtoSony, "101010010000", false, -300},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -85,11 +83,12 @@ TEST(Sampler, FramesOfEachProtocolComeBackAsTheirCode) {
         bool toggle = false;
         std::string cells = EncodeCommand(code, h, toggle);
         sent = code.substr(1); // RC5 carries the toggle the first press set
-        rig.transmit(cells, h.sendpls, 3217.0, 25.0);
+        rig.transmit(cells, h.sendpls, c.afterUs, c.afterUs > 0 ? 25.0 : 0);
 
         std::vector<std::uint8_t> buffer(600, 0);
-        ASSERT_EQ(rig.capture(buffer, c.mouse ? Polarity::MarkWhenDcdOn : Polarity::MarkWhenDcdOff, false), 1);
-        EXPECT_EQ(buffer[0] & 0x80, 0x80) << "sampling starts on the first carrier";
+        const bool monitor = c.afterUs < 0;
+        ASSERT_EQ(rig.capture(buffer, c.mouse ? Polarity::MarkWhenDcdOn : Polarity::MarkWhenDcdOff, monitor), 1);
+        EXPECT_EQ(buffer[0], monitor ? 0xFF : buffer[0] | 0x80) << "sampling starts on the first carrier";
 
         MonitorFrame frame = ExtractFrame(buffer);
         EXPECT_EQ(frame.analysis.protocol, c.protocol);
@@ -170,25 +169,11 @@ TEST(Sampler, CallsWithoutAnEdgeGiveUpInTheirTime) {
             EXPECT_EQ(std::count(buffer.begin(), buffer.end(), 0), 600);
         }
     }
-    // Once the stuck line idles, it is sampled again.
-    Rig rig(StandardReceiver(), false);
+    Rig rig(StandardReceiver(), false); // once the stuck line idles, it is sampled again
     std::vector<std::uint8_t> buffer(600, 0);
     rig.capture(buffer, Polarity::MarkWhenDcdOn, true);
-    EXPECT_TRUE(rig.sampler.stuck());
     rig.driver.port(1).inputs = kModemCtsOn | kModemDsrOn;
-    EXPECT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOn, true), 0);
-    EXPECT_FALSE(rig.sampler.stuck());
-}
-
-TEST(Sampler, AMonitorCallTakesACarrierAlreadyUnderWay) {
-    Rig rig(StandardReceiver());
-    ProtocolHeader h = HeaderFromPreset(kProtoSony);
-    rig.transmit(Encode("101010010000", h), h.sendpls, 0);
-    rig.clock.sleepNs(300'000); // the poll saw DCD drop 0.3 ms into the lead-in
-    std::vector<std::uint8_t> buffer(600, 0);
-    ASSERT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOff, true), 1);
-    EXPECT_EQ(buffer[0], 0xFF);
-    EXPECT_EQ(ExtractFrame(buffer).frame, "101010010000");
+    EXPECT_TRUE(rig.sampler.stuck() && rig.capture(buffer, Polarity::MarkWhenDcdOn, true) == 0 && !rig.sampler.stuck());
 }
 
 // A time base that, once, keeps the sampler away for a while, as a descheduled process is.
@@ -197,14 +182,7 @@ public:
     StallingTime(SimClock& clock, std::int64_t at, std::int64_t length) : clock_(clock), at_(at), length_(length) {}
     std::int64_t nowNs() override { return clock_.nowNs(); }
     void sleepNs(std::int64_t ns) override { clock_.sleepNs(ns); }
-    void waitUntilNs(std::int64_t t) override {
-        if (t >= at_ && length_ > 0) {
-            clock_.waitUntilNs(t + length_);
-            length_ = 0;
-        } else {
-            clock_.waitUntilNs(t);
-        }
-    }
+    void waitUntilNs(std::int64_t t) override { clock_.waitUntilNs(t >= at_ ? t + std::exchange(length_, 0) : t); }
 
 private:
     SimClock& clock_;
@@ -219,12 +197,7 @@ TEST(Sampler, AnEdgeMissedWhileAwayLandsInTheMiddleOfTheGap) {
     StallingTime away(rig.clock, w.startNs + 10'000'000, 2'000'000);
     Sampler sampler(rig.line, away);
     std::vector<std::uint8_t> buffer(600, 0);
-    Sampler::Request r;
-    r.buffer = buffer.data();
-    r.length = 600;
-    r.procDelay = 20;
-    r.acceptMarkAtStart = true;
-    ASSERT_EQ(sampler.capture(r), 1);
+    ASSERT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOff, true, 20, &sampler), 1);
     const std::string samples = UnpackSamples(buffer);
     const auto firstSpace = samples.find('0');
     EXPECT_NEAR(static_cast<double>(firstSpace), 11000.0 / 55, 2.0); // not 12 ms, where it was seen

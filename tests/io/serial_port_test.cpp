@@ -8,6 +8,10 @@
 namespace quenix::testing {
 namespace {
 
+// Speed, bits and binary-only go to the driver, parity and stop bits stay as it had them, the
+// time-outs are the layer's own. DTR and RTS drop when their control is first switched to
+// "disable"; configured again (TxD sending does it before every send), the lines stay as set,
+// so the receiver they power keeps hearing.
 TEST(SerialPort, ConfiguringWritesSpeedBitsAndBinaryOnlyAndDropsTheLinesOnce) {
     SimClock clock;
     SimSerialDriver driver{clock};
@@ -15,29 +19,17 @@ TEST(SerialPort, ConfiguringWritesSpeedBitsAndBinaryOnlyAndDropsTheLinesOnce) {
     SimPort& com1 = driver.port(1);
     com1.state = CommState{4800, 7, 1, 2, kCommFlagBinary | kCommFlagOutxCtsFlow | 0x10 | 0x1000};
     const PortHandle h = port.OpenComPort(1);
-    ASSERT_NE(h, kNoPort);
-    port.SetDTR(h, true);
-    port.SetRTS(h, true);
-    ASSERT_TRUE(port.ConfigureComPort(115200, 6, h));
-    EXPECT_EQ(com1.state.baudRate, 115200u);
-    EXPECT_EQ(com1.state.byteSize, 6);
-    EXPECT_EQ(com1.state.flags, 1u);
-    EXPECT_EQ(com1.state.parity, 1);   // as the driver had it
-    EXPECT_EQ(com1.state.stopBits, 2); // likewise
-    EXPECT_FALSE(com1.dtr);
-    EXPECT_FALSE(com1.rts);
-    EXPECT_EQ(com1.timeouts.readIntervalTimeout, 0xFFFFFFFFu);
-    EXPECT_EQ(com1.timeouts.writeTotalTimeoutMultiplier, 1u);
-    EXPECT_EQ(com1.timeouts.writeTotalTimeoutConstant, 10u);
-
-    // Configured again (TxD sending does it before every send), the lines stay as set: the
-    // receiver they power keeps hearing.
-    port.SetDTR(h, true);
-    port.SetRTS(h, true);
-    ASSERT_TRUE(port.ConfigureComPort(115200, 6, h));
-    EXPECT_TRUE(com1.dtr);
-    EXPECT_TRUE(com1.rts);
-
+    for (bool linesStay : {false, true}) {
+        port.SetDTR(h, true);
+        port.SetRTS(h, true);
+        ASSERT_TRUE(port.ConfigureComPort(115200, 6, h));
+        EXPECT_TRUE(com1.state.baudRate == 115200 && com1.state.byteSize == 6 && com1.state.flags == 1);
+        EXPECT_TRUE(com1.state.parity == 1 && com1.state.stopBits == 2);
+        EXPECT_TRUE(com1.dtr == linesStay && com1.rts == linesStay);
+        const CommTimeouts& t = com1.timeouts;
+        EXPECT_TRUE(t.readIntervalTimeout == 0xFFFFFFFFu && t.writeTotalTimeoutMultiplier == 1 &&
+                    t.writeTotalTimeoutConstant == 10);
+    }
     port.CloseHandle(h);
     EXPECT_FALSE(port.ConfigureComPort(9600, 8, h)); // the driver refuses a closed handle
 }

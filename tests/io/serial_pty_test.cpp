@@ -105,13 +105,9 @@ TEST_F(SerialPtyTest, ConfiguringSetsSpeedRawBytesAndTheTimeoutsAndLinesReadOn) 
 
 TEST(ComNames, NumberAndNameRoundTrip) {
     EXPECT_EQ(ComDeviceName(7), "COM7");
-    struct Case {
-        const char* name;
-        int n;
-    };
-    for (Case c : {Case{"COM1", 1}, Case{"COM30", 30}, Case{"com12", 12}, Case{"COM", 0}, Case{"COM0", 0},
-                   Case{"COM3x", 0}, Case{"LPT1", 0}, Case{"COM-2", 0}})
-        EXPECT_EQ(ComPortNumber(c.name), c.n) << c.name;
+    const std::pair<const char*, int> names[] = {{"COM1", 1}, {"COM30", 30}, {"com12", 12}, {"COM", 0},
+                                                 {"COM0", 0}, {"COM3x", 0},  {"LPT1", 0},   {"COM-2", 0}};
+    for (auto [name, n] : names) EXPECT_EQ(ComPortNumber(name), n) << name;
 }
 
 } // namespace

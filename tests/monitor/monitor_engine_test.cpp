@@ -53,8 +53,7 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
         int type;
         bool dcdIdle; // what the line shows before any key
         const char* status;
-        bool runs;
-        bool libraryMissing = false;
+        bool runs, libraryMissing = false;
     };
     const Case cases[] = {
         {"no input", false, false, 0, true, "There is no input plugin available to monitor!", false},
@@ -215,11 +214,12 @@ TEST(MonitorEngine, KeysStillArriveAfterTxDSends) {
     rig.engine.Start();
 
     const ProtocolHeader h = DeviceHeader(rig.store.text(), "Sony TV");
+    std::string code = "G000010010000";
+    bool toggle = false;
+    const std::string cells = EncodeCommand(code, h, toggle);
     for (int press = 0; press < 3; ++press) {
         SCOPED_TRACE(press);
-        std::string code = "G000010010000";
-        bool toggle = false;
-        receiver.air.push_back({EncodeCommand(code, h, toggle), static_cast<double>(h.sendpls), rig.clock.nowNs() + 2'000'000});
+        receiver.air.push_back({cells, static_cast<double>(h.sendpls), rig.clock.nowNs() + 2'000'000});
         rig.view.setText("ExecCmd", "");
         for (int tick = 0; tick < 10 && rig.view.text("ExecCmd").empty(); ++tick) {
             rig.clock.advanceMs(1);
@@ -233,15 +233,14 @@ TEST(MonitorEngine, KeysStillArriveAfterTxDSends) {
 
 TEST(MonitorEngine, HandleEventRunsEveryLineOfTheKey) {
     std::string config = DefaultConfiguration();
-    const std::string extra = "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n";
-    config.insert(config.find("[End]"), extra);
+    config.insert(config.find("[End]"), "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n");
     EngineRig rig(config);
     std::vector<std::string> shown;
     rig.engine.hooks().showOnPhone = [&](const std::string& r) { shown.push_back(r); };
 
     EXPECT_EQ(rig.engine.HandleEvent("Sony TV&Ch+"), "winamp NEXT executed.; X10&Desk Lamp On executed.");
-    const std::vector<std::pair<std::string, std::string>> want = {{"winamp", "NEXT"}, {"X10&Desk Lamp", "On"}};
-    EXPECT_EQ(rig.executed, want);
+    using Runs = std::vector<std::pair<std::string, std::string>>;
+    EXPECT_EQ(rig.executed, (Runs{{"winamp", "NEXT"}, {"X10&Desk Lamp", "On"}}));
     EXPECT_EQ(rig.store.currentDevice, "X10&Desk Lamp");
     EXPECT_TRUE(shown.empty()); // the phone is off
 

@@ -195,9 +195,10 @@ std::optional<std::int32_t> FakeCaptureLibrary::capture(const char* entry, std::
                                                         int length) {
     if (!reachable()) return std::nullopt;
     const std::string_view e(entry);
+    using serpulse::Polarity;
     if (sampler && e.rfind("IRMonitor", 0) == 0)
         return sampler->capture({buffer, length, procDelay,
-                                 e.back() == 'N' ? serpulse::Polarity::MarkWhenDcdOn : serpulse::Polarity::MarkWhenDcdOff,
+                                 e.back() == 'N' ? Polarity::MarkWhenDcdOn : Polarity::MarkWhenDcdOff,
                                  serpulse::kMonitorEdgeWaitNs, true});
     captureCalls.push_back({entry, procDelay, length});
     if (captures.empty()) return 0;

@@ -10,6 +10,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -61,6 +62,7 @@ QStringList Rows(QDialog& d, const char* list) {
 TEST(MonitorWindows, EventsAreBuiltFromTheListsAddedDeletedAndCleaned) {
     Rig rig;
     rig.store.settings().btEna = true; // the phone is an input device
+    rig.store.settings().btCurrent = 12;
     WhileOpen([&](QDialog& d) {
         // Each choice refills the next list.
         ClickRow(d, "IRDev", "Sony TV");
@@ -72,11 +74,17 @@ TEST(MonitorWindows, EventsAreBuiltFromTheListsAddedDeletedAndCleaned) {
         Click(d, "AdMonButton");
         EXPECT_TRUE(Rows(d, "MonEvent").contains("Sony TV&Power,Mouse&LEFT CLICK"));
 
-        // A phone key takes the device chosen beside it.
+        // A phone key takes the device chosen beside it; the link and flip events belong to
+        // the phone itself.
         ClickRow(d, "IRDev", "BT");
+        auto* index = Find<QComboBox>(d, "BTDevListCombo");
+        auto* label = Find<QLabel>(d, "BtDevLabel");
+        EXPECT_EQ(index->currentIndex(), 0); // BTCURRENT 12 is no phone device
+        ClickRow(d, "IRCmd", "FLIP OPEN");
+        EXPECT_TRUE(!index->isVisibleTo(&d) && label->text() == "BT");
         ClickRow(d, "IRCmd", "UP");
-        Find<QComboBox>(d, "BTDevListCombo")->setCurrentIndex(3);
-        EXPECT_TRUE(Find<QWidget>(d, "BTDevListCombo")->isVisibleTo(&d));
+        index->setCurrentIndex(3);
+        EXPECT_TRUE(index->isVisibleTo(&d) && label->text() == "BT3");
         rig.dialogs.answers = {MsgAnswer::Yes};
         Click(d, "AdMonButton");
         EXPECT_TRUE(Rows(d, "MonEvent").contains("BT3&UP,Mouse&LEFT CLICK"));
