@@ -55,6 +55,7 @@ void QtView::setText(const std::string& control, const std::string& text) {
         l->setText(t);
     } else if (auto* e = qobject_cast<QLineEdit*>(o)) {
         e->setText(t);
+        e->setCursorPosition(0); // a long code or list of lengths reads from its start
     } else if (auto* te = qobject_cast<QPlainTextEdit*>(o)) {
         te->setPlainText(t);
     } else if (auto* tx = qobject_cast<QTextEdit*>(o)) {
