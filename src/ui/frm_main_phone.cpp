@@ -53,11 +53,14 @@ void FrmMain::wirePhone(Io io) {
         // port and starts again on what is chosen now, or stops when the box was cleared.
         ShowBluetoothForm(ctx_, *port, this, [this] {
             phone_->Close();
-            if (!ctx_.settings().btEna) return;
-            if (!phone_->handleEvent && monitor_)
-                phone_->handleEvent = [this](const std::string& key) { return monitor_->HandleEvent(key); };
-            phone_->Initialise();
-            view_.setTimerEnabled("BTAutoTimer", true);
+            view_.setText(PhoneRemote::kLabel, "");
+            if (ctx_.settings().btEna) {
+                if (!phone_->handleEvent && monitor_)
+                    phone_->handleEvent = [this](const std::string& key) { return monitor_->HandleEvent(key); };
+                phone_->Initialise();
+                view_.setTimerEnabled("BTAutoTimer", true);
+            }
+            main_->RefreshIcon();
         });
         showState();
     });
