@@ -255,6 +255,8 @@ QWidget* FrmMain::buildDevicePanel() {
     v->addSpacing(4);
     labelRow(l112, execCmd);
     v->addWidget(commands_, 4);
+    // While monitoring hides the lists this takes their room, so the buttons stay at the bottom.
+    v->addStretch(0);
     v->addWidget(Named(new QLabel("The IR command to be send", panel), "SendLabel"));
 
     // FirM zones and the dimmer level appear only for their device or interface.
