@@ -271,14 +271,19 @@ QWidget* FrmMain::buildDevicePanel() {
     for (QWidget* w : {static_cast<QWidget*>(zoneNr), static_cast<QWidget*>(zone), static_cast<QWidget*>(firm)})
         w->setVisible(false);
     v->addLayout(zoneRow);
+    // The bar, and beside it the level it is set to ("40%"), wide enough for "100%" so that
+    // the bar does not jump while it moves.
     auto* dimRow = new QHBoxLayout;
-    auto* dimLabel = Named(new QLabel("Dimmer level", panel), "DIMLabel");
     auto* dim = Spoken(new QScrollBar(Qt::Horizontal, panel), "DIMScroll", "Dimmer level");
+    auto* dimLabel = Named(new QLabel(panel), "DIMLabel", "Dimmer level");
     dim->setRange(0, 100);
+    dim->setPageStep(10);
+    dimLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    dimLabel->setMinimumWidth(dimLabel->fontMetrics().horizontalAdvance("100%") + 4);
     dimLabel->setVisible(false);
     dim->setVisible(false);
-    dimRow->addWidget(dimLabel);
     dimRow->addWidget(dim, 1);
+    dimRow->addWidget(dimLabel);
     v->addLayout(dimRow);
 
     // Buttons: two rows so that their captions never clip in the narrow compact window.
