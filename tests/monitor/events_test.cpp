@@ -56,15 +56,15 @@ TEST(MonitorEvents, AddEvent) {
         const char* question; // the box shown
         bool added;
     };
+    const std::string ask = "Do you want to add the event Sony TV&Power,Mouse&LEFT CLICK to the list of the monitored "
+                            "events?";
+    const char* exists = "This event exists in the configuration file.\nPlease select another event.";
+    const std::vector<std::string> power = {"Sony TV", "Power", "Mouse", "LEFT CLICK"};
     const Case cases[] = {
-        {"new event", {"Sony TV", "Power", "Mouse", "LEFT CLICK"}, MsgAnswer::Yes,
-         "Do you want to add the event Sony TV&Power,Mouse&LEFT CLICK to the list of the monitored events?", true},
-        {"user says no", {"Sony TV", "Power", "Mouse", "LEFT CLICK"}, MsgAnswer::No,
-         "Do you want to add the event Sony TV&Power,Mouse&LEFT CLICK to the list of the monitored events?", false},
-        {"same line", {"Sony TV", "Ch+", "Winamp", "NEXT"}, MsgAnswer::Yes,
-         "This event exists in the configuration file.\nPlease select another event.", false},
-        {"prefix of a longer line", {"Sony TV", "Mute", "Winamp", "PLAY"}, MsgAnswer::Yes,
-         "This event exists in the configuration file.\nPlease select another event.", false},
+        {"new event", power, MsgAnswer::Yes, ask.c_str(), true},
+        {"user says no", power, MsgAnswer::No, ask.c_str(), false},
+        {"same line", {"Sony TV", "Ch+", "Winamp", "NEXT"}, MsgAnswer::Yes, exists, false},
+        {"prefix of a longer line", {"Sony TV", "Mute", "Winamp", "PLAY"}, MsgAnswer::Yes, exists, false},
         {"no output command", {"Sony TV", "Power", "Winamp", ""}, MsgAnswer::Yes,
          "Choose an input command and an output command first.", false},
     };
