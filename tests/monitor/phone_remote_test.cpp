@@ -77,10 +77,7 @@ protected:
         ctx.settings().bt = {"Living", "Kitchen", "Bedroom", "Garage", "", "", "", "", "", ""}; // 4 to 9 never named
         driver.port(kBtCom).peer = &phone;
         view.remote = &remote;
-        remote.handleEvent = handler();
-    }
-    std::function<std::string(const std::string&)> handler() {
-        return [this](const std::string& key) {
+        remote.handleEvent = [this](const std::string& key) {
             events.push_back(key);
             return key == "BT&CONNECTED" ? std::string() : "done " + key;
         };
@@ -129,7 +126,7 @@ TEST_F(PhoneRemoteTest, InitialiseDialogueAndModels) {
         driver.port(kBtCom).peer = &sim;
         PhoneRemote r(ctx, view, port);
         view.remote = &r;
-        r.handleEvent = handler();
+        r.handleEvent = remote.handleEvent;
         events.clear();
         view.setTimerEnabled("BTMonTimer", false);
         view.setStatus("Command received");
