@@ -200,19 +200,20 @@ bool MonitorEvents::DeleteEvent(const std::string& line, bool ask) {
     const int next = ctx_.config.Find("[", m);
     const std::size_t stop = next == 0 ? t.size() : At(next - 1);
     std::size_t at = lowerText.find(wanted, At(m));
+    std::size_t first = 0, last = 0; // the line with the blanks around it, last one past it
     for (; at != std::string::npos && at < stop; at = lowerText.find(wanted, at + 1)) {
-        const std::size_t end = at + wanted.size();
-        const bool starts = at > 0 && t[at - 1] == '\n';
-        const bool ends = end == t.size() || t[end] == '\r' || t[end] == '\n';
-        if (starts && ends) break;
+        first = t.find_last_not_of(" \t", at - 1) + 1;
+        last = t.find_first_not_of(" \t", at + wanted.size());
+        const bool starts = first > 0 && t[first - 1] == '\n';
+        if (starts && (last == std::string::npos || t[last] == '\r' || t[last] == '\n')) break;
     }
     if (at == std::string::npos || at >= stop) return true;
+    if (last == std::string::npos) last = t.size();
     // The line break goes with the line, so that no blank line is left in the section.
-    std::size_t last = at + wanted.size();
     if (last < t.size() && t[last] == '\r') ++last;
     if (last < t.size() && t[last] == '\n') ++last;
     const std::string before = t;
-    ctx_.config.Delete(static_cast<int>(at) + 1, static_cast<int>(last));
+    ctx_.config.Delete(static_cast<int>(first) + 1, static_cast<int>(last));
     const bool saved = Save(before);
     RefreshEvents();
     return saved;
