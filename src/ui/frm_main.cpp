@@ -73,9 +73,8 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     : QMainWindow(parent), ctx_(ctx), view_(this), wait_(std::make_unique<FrmWaitToStart>(this)),
       waitView_(wait_.get()) {
     setObjectName("frmMain");
-    // The title says what the window is doing (monitor, X10, compact sender): a change of it
-    // must reach a screen reader as a change of the window's name.
-    connect(this, &QWidget::windowTitleChanged, this, &QWidget::setAccessibleName);
+    // No fixed accessible name: Qt then names the window by its title and announces a new one,
+    // and the title says what the window is doing (monitor, X10 remote, compact sender).
     setWindowTitle("Quenix Remote Manager");
 
     buildMenus();

@@ -48,14 +48,15 @@ def inner(program):
         before = beep_on()
         action.doAction(names.index("toggle"))
         wait_for(lambda: beep_on() != before, "BEEPON written")
+        # A new title reaches the reader as the window's new name.
+        next(n for n in nodes if n.name == "Compact").queryAction().doAction(0)
+        wait_for(lambda: frame.name.startswith("KPL Send Mgr v"), "the compact window's name")
 
         app.terminate()  # the session ends: the program leaves as its Exit does
         assert app.wait(20) == 0, "exit status %s after SIGTERM" % app.returncode
         return print("1 passed, 0 failed") or 0
     finally:
-        if app.poll() is None:
-            app.kill()
-            app.wait()
+        app.kill() if app.poll() is None else None
 
 
 def on_own_display(command):
