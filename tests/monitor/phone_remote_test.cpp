@@ -112,7 +112,7 @@ TEST_F(PhoneRemoteTest, InitialiseDialogueAndModels) {
     const Case cases[] = {
         {"T39m R101", "", true, "Ericsson T39m"},           {"T39 R201", "", true, "Ericsson T39"},
         {"R520m", "", true, "Ericsson R520"},               {"Nokia 6310", "", true, "Unknown"},
-        {"T39m", "AT+CGMM", true, "Unknown"}, // no model answer is no failure
+        {"T39m", "AT+CGMM", true, "Unknown"}, // no model answer is no failure (nor a model)
         {"T39m", "ATZ", false, "Unknown"},                  {"T39m", "AT+CMER=3,2,0,0", false, "Ericsson T39m"},
     };
     const Lines dialogue = {"ATZ", "AT+CGMM", "AT+CSCS=\"8859-1\"", "AT*EAM=\"Quenix Manager\"", "AT+CMER=0,0,0,0",
@@ -120,29 +120,25 @@ TEST_F(PhoneRemoteTest, InitialiseDialogueAndModels) {
                             "AT*EAID=1,2,\"Current device is Living\"", "AT+CMER=3,2,0,0"};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.model + " / " + c.silentCommand);
-        PhoneSim sim;
-        sim.model = c.model;
-        sim.silent = {c.silentCommand};
-        driver.port(kBtCom).peer = &sim;
-        PhoneRemote r(ctx, view, port);
-        view.remote = &r;
-        r.handleEvent = remote.handleEvent;
+        phone.model = c.model;
+        phone.silent = {c.silentCommand};
+        phone.heard.clear();
         events.clear();
         view.setTimerEnabled("BTMonTimer", false);
         view.setStatus("Command received");
 
-        EXPECT_EQ(r.Initialise(), c.ok);
-        EXPECT_EQ(r.model(), c.expectModel);
+        EXPECT_EQ(remote.Initialise(), c.ok);
+        EXPECT_EQ(remote.model(), c.expectModel);
         EXPECT_EQ(view.isTimerEnabled("BTMonTimer"), c.ok);
         EXPECT_EQ(view.textsOf("StatusBar").end()[-2], "Initialize bluetooth...");
         EXPECT_EQ(view.text("StatusBar"), "Command received"); // a reconnect round wipes nothing
-        if (c.silentCommand.empty()) { EXPECT_EQ(sim.heard, dialogue); }
+        if (c.silentCommand.empty()) { EXPECT_EQ(phone.heard, dialogue); }
         EXPECT_EQ(view.text(PhoneRemote::kLabel),
                   c.ok ? c.expectModel + " is now connected." : std::string("Bluetoth unavailable!"));
         EXPECT_EQ(events, c.ok ? Lines{"BT&CONNECTED"} : Lines{});
         EXPECT_EQ(driver.port(kBtCom).open, c.ok);
         if (c.ok) { EXPECT_EQ(view.color(PhoneRemote::kLabel, View::ColorRole::Background), PhoneRemote::kCyan); }
-        r.Close();
+        remote.Close();
     }
 }
 
