@@ -276,6 +276,7 @@ private:
         openError_ = path + ": " + std::strerror(error);
         if (error == EACCES) openError_ += " (the user needs to be in the port's group, usually dialout)";
         if (error == EBUSY) openError_ = path + " is in use by another program";
+        if (error == ENOTTY) openError_ = path + " is not a serial port";
         return kNoPort;
     }
 
