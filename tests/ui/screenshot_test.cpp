@@ -76,9 +76,8 @@ TEST_F(Screens, TrayIconAndMenuWithAndWithoutIconFiles) {
         rig.window->show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(rig.window.get()));
         rig.window->showMinimized();
-        settle();
-        EXPECT_TRUE(rig.window->trayIcon()->isVisible());
-        EXPECT_FALSE(rig.window->isVisible());
+        auto inTray = [&] { return rig.window->trayIcon()->isVisible() && !rig.window->isVisible(); };
+        EXPECT_TRUE(QTest::qWaitFor(inTray, 5000));
         EXPECT_FALSE(rig.window->trayIcon()->icon().pixmap(32).isNull()) << iconFiles;
 
         QMenu* menu = rig.window->trayMenu();
@@ -88,9 +87,7 @@ TEST_F(Screens, TrayIconAndMenuWithAndWithoutIconFiles) {
         save(nullptr, iconFiles ? "screen_tray" : "screen_tray_no_icon_files");
         menu->hide();
         rig.window->action("mnuRestore")->trigger();
-        settle();
-        EXPECT_TRUE(rig.window->isVisible());
-        EXPECT_FALSE(rig.window->trayIcon()->isVisible());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !rig.window->trayIcon()->isVisible() && rig.window->isVisible(); }));
     }
 }
 
