@@ -52,6 +52,8 @@ void FrmMain::wireMonitoring(Io io) {
     };
     monitor_ = std::make_unique<MonitorEngine>(ctx_, view_, *io.port, *io.library, std::move(hooks));
     MonitorEngine* engine = monitor_.get();
+    // Nothing runs yet: the tray offers Start only, until the engine says otherwise.
+    view_.setEnabled("mnuStopMonitor", false);
 
     // The check marks are the engine's to set: undo the one Qt flipped on the click.
     auto on = [this](const char* name, auto slot) {
