@@ -367,7 +367,8 @@ QWidget* FrmMain::buildRecordPanel() {
     auto* cmd = Field(box, "CmdVal", "Command (dec.)", 5);
     auto* addr = Field(box, "AddrVal", "Address(dec.)", 5);
     auto* toggle = Field(box, "ToggleVal", "Toggle bit (RC5 only) can be 0, 1 or N", 2);
-    auto* gtype = Field(box, "GType", "Sync Type (0-nosync,1-sync on first sequence only, 2- sync on all sequences)", 2);
+    auto* gtype =
+        Field(box, "GType", "Sync Type (0-nosync,1-sync on first sequence only, 2- sync on all sequences)", 2);
     auto* multi = Field(box, "MultiSeq", "Multisequence (Y/N)", 2);
     auto* ir = Field(box, "IRCommand", "The protocol & command received, if known", 16);
     auto* code = Field(box, "CodeStr", "Binary code , '1' means 38KHz carrier.", 24);

@@ -1,7 +1,6 @@
 #!/usr/bin/python3
-"""The program driven from outside through its accessibility tree, as a screen reader drives it:
-the real program in a copy of its folder, on its own X server and session bus.
-Usage: atspi_test.py PROGRAM CONFIG. Exits 77 (skipped) when a tool is missing."""
+"""The real program, in a copy of its folder on its own X server and session bus, driven through its
+accessibility tree as a screen reader drives it. atspi_test.py PROGRAM CONFIG; 77 (skipped) without the tools."""
 import importlib.util, os, shutil, subprocess, sys, tempfile, time
 
 TITLE = "Orvel's Quenix Remote Manager v"

@@ -5,6 +5,7 @@
 
 #include <QAbstractProxyModel>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QFileSystemModel>
 #include <QLineEdit>
@@ -23,25 +24,32 @@ namespace {
 using namespace ::testing;
 using Step = std::function<void(QDialog*)>;
 
-// Answers each modal window as it comes up with the next step, and keeps the message texts.
-// A window beyond the steps is cancelled, so a surprise fails the test instead of hanging it.
+// Answers each modal window as it comes up with the next step, and keeps the message texts. A
+// window beyond the steps, or one a step left open for 10 s, is cancelled: a surprise fails the
+// test instead of hanging it.
 struct Modals {
     explicit Modals(std::vector<Step> steps) : steps_(std::move(steps)) {
         QObject::connect(&timer_, &QTimer::timeout, [this] {
             auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!d || d->property("answered").toBool()) return;
-            d->setProperty("answered", true);
+            if (!d) return;
+            if (const QVariant at = d->property("answeredAt"); at.isValid()) {
+                if (clock_.elapsed() - at.toLongLong() > 10000) d->reject();
+                return;
+            }
+            d->setProperty("answeredAt", clock_.elapsed());
             if (auto* box = qobject_cast<QMessageBox*>(d)) texts.push_back(box->text().toStdString());
             // Run outside this timer's slot: a step may open a nested modal loop of its own.
             auto step = next_ < steps_.size() ? steps_[next_++] : [](QDialog* w) { w->reject(); };
             QTimer::singleShot(0, d, [d, step] { step(d); });
         });
         timer_.start(20);
+        clock_.start();
     }
     std::vector<std::string> texts;
     std::vector<Step> steps_;
     std::size_t next_ = 0;
     QTimer timer_;
+    QElapsedTimer clock_;
 };
 
 // Ticks the row of ImportForm that names the section and presses its button.

@@ -27,8 +27,6 @@ void Click(QWidget* w) {
     QTest::mouseClick(w, Qt::LeftButton, {}, at, QApplication::doubleClickInterval() + 20);
 }
 
-std::string Title(const WindowRig& rig) { return rig.window->windowTitle().toStdString(); }
-
 // What a screen reader says for a control: its own caption, the caption of the label it is the
 // buddy of, or its tooltip.
 QString Spoken(QObject* o) { return QAccessible::queryAccessibleInterface(o)->text(QAccessible::Name); }
@@ -37,20 +35,20 @@ QString Spoken(QObject* o) { return QAccessible::queryAccessibleInterface(o)->te
 TEST(FrmMain, SharedNamesSpokenNamesAndAccelerators) {
     WindowRig rig;
     for (const char* name :
-         {"Protocol", "SendCmd", "RecButton", "SendButton", "SaveCmdButton", "DeleteCmdButton", "MinButton", "StatusBar",
-          "ProtocolName", "ProtocolParams", "GProt", "BitNr", "CmdVal", "AddrVal", "ToggleVal", "GType", "MultiSeq",
-          "IRCommand", "CodeStr", "SendPulse", "RecCmd", "ExecCmd", "ProcDelayparameter", "HScroll1", "Signal", "GExt",
-          "Gshr", "GReset", "DIMScroll", "DIMLabel", "ReceiverType", "ComList", "TxDCheckBox", "IrDACheckBox",
-          "BeepCheckbox", "FirmAnswer", "ZoneNr", "Zone", "Label111", "Label112", "plen1", "plen0", "StdDcdMenu",
-          "IRMouseMenu", "IRManMenu", "CreativeInfraMenu", "FirmMenu", "UnavailableMenu", "AutoDetectMenu",
-          "InfraredInMenu", "InfraredOutMenu", "IRDimmerMenu", "X10ConfMenu", "WinampMenu", "ApplicationMenu",
-          "BluetoothConfigMenu", "MouseMenu", "KeyboardMenu", "FileNewMenu", "EditMenu", "ProtoDeleteMenu",
-          "CalibrationMenu", "MenuProcDelay", "AddApplicationMenu", "MonitoringStartMenu", "MonitoringStopMenu",
-          "AboutMenu", "HelpContentMenu", "WebPageMenu", "UpdateMenu", "AddPluginMenu", "RemovePluginMenu", "mnuRestore",
-          "mnuExit", "InterfaceMenu", "mnuSystray"})
+         {"Protocol", "SendCmd", "RecButton", "SendButton", "SaveCmdButton", "DeleteCmdButton", "MinButton",
+          "StatusBar", "ProtocolName", "ProtocolParams", "GProt", "BitNr", "CmdVal", "AddrVal", "ToggleVal", "GType",
+          "MultiSeq", "IRCommand", "CodeStr", "SendPulse", "RecCmd", "ExecCmd", "ProcDelayparameter", "HScroll1",
+          "Signal", "GExt", "Gshr", "GReset", "DIMScroll", "DIMLabel", "ReceiverType", "ComList", "TxDCheckBox",
+          "IrDACheckBox", "BeepCheckbox", "FirmAnswer", "ZoneNr", "Zone", "Label111", "Label112", "plen1", "plen0",
+          "StdDcdMenu", "IRMouseMenu", "IRManMenu", "CreativeInfraMenu", "FirmMenu", "UnavailableMenu",
+          "AutoDetectMenu", "InfraredInMenu", "InfraredOutMenu", "IRDimmerMenu", "X10ConfMenu", "WinampMenu",
+          "ApplicationMenu", "BluetoothConfigMenu", "MouseMenu", "KeyboardMenu", "FileNewMenu", "EditMenu",
+          "ProtoDeleteMenu", "CalibrationMenu", "MenuProcDelay", "AddApplicationMenu", "MonitoringStartMenu",
+          "MonitoringStopMenu", "AboutMenu", "HelpContentMenu", "WebPageMenu", "UpdateMenu", "AddPluginMenu",
+          "RemovePluginMenu", "mnuRestore", "mnuExit", "InterfaceMenu", "mnuSystray"})
         EXPECT_NE(rig.window->findChild<QObject*>(name), nullptr) << name;
-    for (auto [name, ms] : {std::pair{"IRMonTimer", 1}, {"BTMonTimer", 100}, {"BTAutoTimer", 2000}, {"SecondTimer", 200}})
-        EXPECT_EQ(rig.window->findChild<QTimer*>(name)->interval(), ms) << name;
+    for (auto [n, ms] : {std::pair{"IRMonTimer", 1}, {"BTMonTimer", 100}, {"BTAutoTimer", 2000}, {"SecondTimer", 200}})
+        EXPECT_EQ(rig.window->findChild<QTimer*>(n)->interval(), ms) << n;
     for (auto [name, tip] : {std::pair{"CodeStr", "Binary code , '1' means 38KHz carrier."},
                              {"SaveCmdButton", "Store the new command from Cmd field for the current protocol"},
                              {"DeleteCmdButton", "Delete the selected command from the configuration file"},
@@ -71,7 +69,7 @@ TEST(FrmMain, SharedNamesSpokenNamesAndAccelerators) {
     }
 
     // Alt and a letter reach one thing only: among the menu bar and the window's captions, and in each menu.
-    auto expectUnique = [](const QStringList& texts, const std::string& where) {
+    auto unique = [](const QStringList& texts, const std::string& where) {
         QMap<QChar, QString> seen;
         for (const QString& t : texts) {
             const int at = t.indexOf(QRegularExpression("&[^&]"));
@@ -86,10 +84,10 @@ TEST(FrmMain, SharedNamesSpokenNamesAndAccelerators) {
         for (const auto* o : objects) out << o->property("text").toString();
         return out;
     };
-    expectUnique(texts(rig.window->menuBar()->actions()) + texts(rig.window->findChildren<QAbstractButton*>()) +
+    unique(texts(rig.window->menuBar()->actions()) + texts(rig.window->findChildren<QAbstractButton*>()) +
                      texts(rig.window->findChildren<QLabel*>()),
                  "window");
-    for (QMenu* m : rig.window->findChildren<QMenu*>()) expectUnique(texts(m->actions()), m->objectName().toStdString());
+    for (QMenu* m : rig.window->findChildren<QMenu*>()) unique(texts(m->actions()), m->objectName().toStdString());
 }
 
 // No caption is cut: every visible button, label and check box is at least as wide as it needs.
@@ -116,7 +114,7 @@ TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
     EXPECT_EQ(rig.find<QStatusBar>("StatusBar")->currentMessage(), "Application started successfully.");
 
     rig.clickRow("Protocol", "X10");
-    EXPECT_EQ(Title(rig), "X10 Remote v" + rig.store.version());
+    EXPECT_EQ(rig.window->windowTitle().toStdString(), "X10 Remote v" + rig.store.version());
     EXPECT_EQ(Spoken(rig.window.get()), rig.window->windowTitle()); // a new title is announced
     EXPECT_EQ(rig.find<QListWidget>("SendCmd")->item(7)->text(), "Desk Lamp");
     EXPECT_NE(rig.dir.read("telvorin.cfg").find("PROTOCOL= 3\r\n"), std::string::npos);
@@ -134,7 +132,8 @@ TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
     EXPECT_FALSE(rig.window->action("MouseMenu")->isChecked());
     EXPECT_NE(rig.dir.read("telvorin.cfg").find("MOUSEENA= 0\r\n"), std::string::npos);
     auto* beep = rig.find<QCheckBox>("BeepCheckbox");
-    QAccessible::queryAccessibleInterface(beep)->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    QAccessibleActionInterface* reader = QAccessible::queryAccessibleInterface(beep)->actionInterface();
+    reader->doAction(reader->toggleAction());
     EXPECT_TRUE(beep->isChecked());
     EXPECT_NE(rig.dir.read("telvorin.cfg").find("BEEPON= 1\r\n"), std::string::npos);
     Click(beep);
@@ -153,13 +152,13 @@ TEST(FrmMain, ClicksOnDevicesMenusAndButtons) {
 
     // The compact send window and back.
     Click(rig.find("MinButton"));
-    EXPECT_EQ(Title(rig), "KPL Send Mgr v" + rig.store.version());
+    EXPECT_EQ(rig.window->windowTitle().toStdString(), "KPL Send Mgr v" + rig.store.version());
     EXPECT_FALSE(rig.find("RecordPanel")->isVisible());
     EXPECT_FALSE(rig.find("RecButton")->isVisible());
     EXPECT_LT(rig.window->width(), 500);
     ExpectNothingClipped(rig.window.get(), "compact");
     Click(rig.find("MinButton"));
-    EXPECT_EQ(Title(rig), "Orvel's Quenix Remote Manager v" + rig.store.version());
+    EXPECT_EQ(rig.window->windowTitle().toStdString(), "Orvel's Quenix Remote Manager v" + rig.store.version());
     EXPECT_TRUE(rig.find("RecordPanel")->isVisible());
 }
 

@@ -1,6 +1,5 @@
-// Runs the window tests inside one QApplication. By default Qt draws offscreen; with
-// QUENIX_UI_XVFB=<WxHxD> the tests get a private X server of that size with a tray host, so that
-// screenshots show what a user sees.
+// Runs the window tests inside one QApplication, offscreen; with QUENIX_UI_XVFB=<WxHxD> on a private
+// X server of that size with a tray host, so that screenshots show what a user sees.
 
 #include <QApplication>
 #include <QTest>
@@ -15,8 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Qt and fontconfig keep caches until exit that LeakSanitizer reports; the core tests keep
-// leak checking.
+// Qt and fontconfig keep caches until exit that LeakSanitizer reports; the core tests keep it.
 extern "C" const char* __asan_default_options() { return "detect_leaks=0"; }
 
 namespace {
