@@ -17,6 +17,8 @@ constexpr int kBeepChannel = 0; // reserved: sounds never take it
 class SdlAudio final : public AudioOutput {
 public:
     SdlAudio() {
+        // The program ends on SIGTERM through its own handler; SDL must not take the signal.
+        SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
         if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) return;
         if (Mix_OpenAudio(kRate, AUDIO_S16SYS, 2, 1024) != 0) {
             SDL_QuitSubSystem(SDL_INIT_AUDIO);

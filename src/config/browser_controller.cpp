@@ -1,19 +1,13 @@
 #include "config/browser_controller.h"
 
+#include "config/command_lists.h"
+
 #include "core/text.h"
 
 #include <algorithm>
 
 namespace quenix {
 namespace {
-
-constexpr const char* kX10Functions = "All-U-Off,All-L-On,On,Off,Dim,Bri,All-L-Off,";
-constexpr const char* kWinampCommands =
-    "POWER ON,POWER OFF,PLAY,PREV,NEXT,PAUSE,STOP,FFW,REW,NEXT in PL,PREV in PL,NEXT 10 in PL,PREV 10 in PL,"
-    "VOLUP,VOLDOWN,GETNAME,EQON,REPEAT,SHUFFLE,PLAYLIST,DOUBLE,VISUAL,TIME ELAPSED,TIME REMAINING,";
-constexpr const char* kMouseCommands =
-    "LEFT CLICK,RIGHT CLICK,DOUBLECLICK,LEFT,LEFTUP,UP,RIGHTUP,RIGHT,RIGHTDOWN,DOWN,LEFTDOWN,";
-constexpr const char* kDimmerCommands = "ON/OFF,DIM/BRI,";
 
 // Devices that exist without a section of their own, in the order the list shows them.
 const std::vector<std::string> kVirtualDevices = {"Recorded", "Winamp", "IR Dimmer", "Mouse", "Keyboard", "Bluetooth"};
@@ -101,7 +95,7 @@ std::vector<std::string> BrowserController::CommandsOf(const std::string& device
     switch (KindOfDevice(device)) {
     case DeviceKind::None: return list;
     case DeviceKind::X10:
-        list = SplitCommaList(kX10Functions);
+        list = SplitCommaList(kX10Commands);
         for (auto& unit : SectionEntries("X10")) list.push_back(unit);
         return list;
     case DeviceKind::Winamp: return SplitCommaList(kWinampCommands);

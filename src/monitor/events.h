@@ -5,6 +5,7 @@
 // command no longer exists. It works on the configuration text in memory and saves after
 // every change.
 
+#include "config/command_lists.h"
 #include "config/context.h"
 #include "core/view.h"
 
@@ -14,17 +15,6 @@
 #include <vector>
 
 namespace quenix {
-
-// The fixed command lists, comma lists with a trailing comma.
-inline constexpr const char* kBtCommands =
-    "CONNECTED,DISCONNECTED,YES,C,NO,LEFT,RIGHT,1,2,3,4,5,6,7,8,9,0,#,UP,DOWN,FLIP OPEN,FLIP CLOSED,";
-inline constexpr const char* kX10Commands = "All-U-Off,All-L-On,On,Off,Dim,Bri,All-L-Off,";
-inline constexpr const char* kWinampCommands =
-    "POWER ON,POWER OFF,PLAY,PREV,NEXT,PAUSE,STOP,FFW,REW,NEXT in PL,PREV in PL,NEXT 10 in PL,PREV 10 in PL,"
-    "VOLUP,VOLDOWN,GETNAME,EQON,REPEAT,SHUFFLE,PLAYLIST,DOUBLE,VISUAL,TIME ELAPSED,TIME REMAINING,";
-inline constexpr const char* kDimmerCommands = "ON/OFF,DIM/BRI,";
-inline constexpr const char* kMouseCommands =
-    "LEFT CLICK,RIGHT CLICK,DOUBLECLICK,LEFT,LEFTUP,UP,RIGHTUP,RIGHT,RIGHTDOWN,DOWN,LEFTDOWN,";
 
 // The command names of a device's own section, in file order.
 std::vector<std::string> SectionCommands(std::string_view configText, std::string_view device);

@@ -78,7 +78,8 @@ void ShowBluetoothForm(Context& ctx, SerialPort& serial, QWidget* parent, std::f
     BtConfig controller(ctx, view, serial, std::move(phoneChanged));
     controller.Open();
 
-    QObject::connect(enable, &QCheckBox::clicked, &dialog, [&](bool on) { controller.OnBTCheckbox(on); });
+    // The state change, not the click: a screen reader toggles without clicking.
+    QObject::connect(enable, &QCheckBox::toggled, &dialog, [&](bool on) { controller.OnBTCheckbox(on); });
     QObject::connect(ports, &QListWidget::itemClicked, &dialog, [&] { controller.OnBtComListbox(); });
     QObject::connect(modes, &QButtonGroup::idClicked, &dialog, [&](int id) { controller.OnBTModeOption(id); });
     QObject::connect(index, &QComboBox::currentIndexChanged, &dialog, [&] { controller.OnBTDevNrCombo(); });
