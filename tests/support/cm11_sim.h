@@ -5,11 +5,10 @@
 // Tests link its slave as com<n> in a program folder.
 
 #include "core/clock.h"
+#include "io/pty_pair.h"
+#include "support/fakes.h"
 
-#include <cstdint>
 #include <deque>
-#include <string>
-#include <vector>
 
 namespace quenix::testing {
 
@@ -26,12 +25,8 @@ public:
         bool operator==(const Event&) const = default;
     };
 
-    Cm11Sim();
-    ~Cm11Sim();
-    Cm11Sim(const Cm11Sim&) = delete;
-    Cm11Sim& operator=(const Cm11Sim&) = delete;
-
-    const std::string& slavePath() const { return slavePath_; }
+    Cm11Sim() { pty_.linkAs(links_.path(), 0); }
+    std::string slavePath() const { return links_.file("com0").string(); }
 
     // Handles what arrived, sends the answers due at virtual time now.
     void service(std::int64_t now);
@@ -46,37 +41,28 @@ public:
 
 private:
     void onByte(std::uint8_t b, std::int64_t now);
-    void answer(std::string bytes, std::int64_t at);
-    bool spoil();
+    void answer(std::string bytes, std::int64_t at) { out_.push_back({at, std::move(bytes)}); }
+    bool spoil() { return fault != Fault::None && faultyAnswers-- > 0; }
 
     enum class State { Header, Second, AwaitGo, ClockRecord } state_ = State::Header;
     std::uint8_t header_ = 0, second_ = 0;
     std::string clockRecord_;
     int lastHouse_ = -1;
-    struct Pending {
-        std::int64_t at;
-        std::string bytes;
-    };
-    std::deque<Pending> out_;
-    int master_ = -1, slave_ = -1;
-    std::string slavePath_;
+    std::deque<std::pair<std::int64_t, std::string>> out_; // answers and when they go out
+    PtyPair pty_;
+    TempDir links_;
 };
 
 // Virtual time that lets the simulator run at each sleep.
 class Cm11Clock final : public Clock {
 public:
     explicit Cm11Clock(Cm11Sim& sim) : sim_(sim) {}
-    void sleep(int ms) override {
-        now_ += ms;
-        slept += ms;
-        sim_.service(now_);
-    }
-    std::int64_t nowMs() override { return now_; }
+    void sleep(int ms) override { sim_.service(slept += ms); }
+    std::int64_t nowMs() override { return slept; }
     std::int64_t slept = 0;
 
 private:
     Cm11Sim& sim_;
-    std::int64_t now_ = 0;
 };
 
 } // namespace quenix::testing

@@ -1,7 +1,7 @@
 #pragma once
 
 // Test doubles for the seams of the core: a virtual clock, scripted dialogs, a recording
-// view and beeper, and a temporary program folder.
+// view and beeper, and a temporary program folder. Header-only, so the benchmarks use them too.
 
 #include "core/beeper.h"
 #include "core/clock.h"
@@ -10,16 +10,16 @@
 
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <map>
-#include <optional>
-#include <set>
-#include <string>
+#include <random>
+#include <sstream>
+#include <stdexcept>
 #include <utility>
-#include <vector>
 
 namespace quenix::testing {
 
-// Time advances only through sleep() and advance().
+// Time advances only through sleep().
 class FakeClock final : public Clock {
 public:
     void sleep(int ms) override {
@@ -27,7 +27,6 @@ public:
         now_ += ms;
     }
     std::int64_t nowMs() override { return now_; }
-    void advance(std::int64_t ms) { now_ += ms; }
 
     std::vector<int> sleeps;
 
@@ -55,12 +54,32 @@ public:
     };
 
     MsgAnswer messageBox(const std::string& text, const std::string& caption, MsgIcon icon,
-                         MsgButtons buttons) override;
+                         MsgButtons buttons) override {
+        messages.push_back({text, caption, icon, buttons});
+        const MsgAnswer dflt = buttons == MsgButtons::YesNo      ? MsgAnswer::No
+                               : buttons == MsgButtons::OkCancel ? MsgAnswer::Cancel
+                                                                 : MsgAnswer::Ok;
+        return Next(answers, dflt);
+    }
     std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
-                                        const std::string& initial) override;
-    std::optional<std::string> openFile(const std::string& title, const std::vector<std::string>& filters) override;
+                                        const std::string&) override {
+        prompts.push_back({prompt, title});
+        return Next(inputs, std::optional<std::string>());
+    }
+    std::optional<std::string> openFile(const std::string& title, const std::vector<std::string>& filters) override {
+        fileDialogs.emplace_back(title, filters);
+        return Next(files, std::optional<std::string>());
+    }
     std::optional<std::string> saveFile(const std::string& title, const std::vector<std::string>& filters,
-                                        const std::string& defaultExtension) override;
+                                        const std::string&) override {
+        return openFile(title, filters);
+    }
+
+    std::vector<std::string> texts() const {
+        std::vector<std::string> r;
+        for (const auto& m : messages) r.push_back(m.text);
+        return r;
+    }
 
     std::deque<MsgAnswer> answers;
     std::deque<std::optional<std::string>> inputs;
@@ -70,7 +89,14 @@ public:
     std::vector<Input> prompts;
     std::vector<std::pair<std::string, std::vector<std::string>>> fileDialogs;
 
-    std::vector<std::string> texts() const;
+private:
+    template <class T>
+    static T Next(std::deque<T>& queue, T dflt) {
+        if (queue.empty()) return dflt;
+        T a = queue.front();
+        queue.pop_front();
+        return a;
+    }
 };
 
 // Keeps every control's state in maps and records the history of texts set.
@@ -97,23 +123,24 @@ public:
     void setCurrentIndex(const std::string& c, int i) override { index_[c] = i; }
     int currentIndex(const std::string& c) const override { return get(index_, c, -1); }
     void setColor(const std::string& c, ColorRole r, std::uint32_t rgb) override { colors_[{c, r}] = rgb; }
-    std::uint32_t color(const std::string& c, ColorRole r) const override {
-        auto it = colors_.find({c, r});
-        return it == colors_.end() ? 0u : it->second;
-    }
+    std::uint32_t color(const std::string& c, ColorRole r) const override { return get(colors_, std::pair{c, r}, 0u); }
     void setTimerEnabled(const std::string& t, bool v) override { timers_[t] = v; }
     bool isTimerEnabled(const std::string& t) const override { return get(timers_, t, false); }
-    void processEvents() override { ++processEventsCalls; }
+    void processEvents() override {}
 
     // Every text set on a control, in order.
-    std::vector<std::string> textsOf(const std::string& control) const;
+    std::vector<std::string> textsOf(const std::string& control) const {
+        std::vector<std::string> r;
+        for (const auto& [c, t] : history)
+            if (c == control) r.push_back(t);
+        return r;
+    }
 
     std::vector<std::pair<std::string, std::string>> history;
-    int processEventsCalls = 0;
 
 private:
-    template <class M, class V>
-    static V get(const M& m, const std::string& k, V dflt) {
+    template <class M, class K, class V>
+    static V get(const M& m, const K& k, V dflt) {
         auto it = m.find(k);
         return it == m.end() ? dflt : it->second;
     }
@@ -127,16 +154,36 @@ private:
 // A fresh folder under the system's temporary directory, removed at the end of the test.
 class TempDir {
 public:
-    TempDir();
-    ~TempDir();
+    TempDir() {
+        std::random_device rd;
+        for (int i = 0; i < 100 && path_.empty(); ++i) {
+            auto p = std::filesystem::temp_directory_path() / ("quenix-test-" + std::to_string(rd()));
+            if (std::filesystem::create_directory(p)) path_ = p;
+        }
+        if (path_.empty()) throw std::runtime_error("cannot create a temporary folder");
+    }
+    ~TempDir() {
+        std::error_code ec;
+        std::filesystem::permissions(path_, std::filesystem::perms::owner_all, std::filesystem::perm_options::add, ec);
+        std::filesystem::remove_all(path_, ec);
+    }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
     std::string str() const { return path_.string(); }
     std::filesystem::path file(const std::string& name) const { return path_ / name; }
-    void write(const std::string& name, const std::string& bytes) const;
-    std::string read(const std::string& name) const;
+    void write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(path_ / name, std::ios::binary | std::ios::trunc) << bytes;
+    }
+    std::string read(const std::string& name) const { return ReadFile(path_ / name); }
+
+    static std::string ReadFile(const std::filesystem::path& file) {
+        std::ifstream f(file, std::ios::binary);
+        std::stringstream ss;
+        ss << f.rdbuf();
+        return ss.str();
+    }
 
 private:
     std::filesystem::path path_;

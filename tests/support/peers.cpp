@@ -7,7 +7,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 
@@ -37,55 +36,38 @@ ChildProcess::ChildProcess(std::vector<std::string> argv) {
 }
 
 ChildProcess::~ChildProcess() {
-    if (pid_ > 0) {
-        kill(-pid_, SIGTERM);
-        int i = 0;
-        while (waitpid(pid_, nullptr, WNOHANG) == 0 && ++i < 200) usleep(10000);
-        if (i == 200) {
-            kill(-pid_, SIGKILL);
-            waitpid(pid_, nullptr, 0);
-        }
-    }
+    if (pid_ > 0 && kill(-pid_, SIGTERM) == 0) waitpid(pid_, nullptr, 0);
     if (out_ >= 0) close(out_);
 }
 
 std::string ChildProcess::readLine(int timeoutMs) {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (out_ >= 0) {
-        std::size_t nl = pending_.find('\n');
-        if (nl != std::string::npos) {
-            std::string line = pending_.substr(0, nl);
-            pending_.erase(0, nl + 1);
-            return line;
-        }
-        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    std::size_t nl;
+    while ((nl = pending_.find('\n')) == std::string::npos) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         pollfd p{out_, POLLIN, 0};
         char buf[512];
         ssize_t n = 0;
-        if (left.count() <= 0 || poll(&p, 1, static_cast<int>(left.count())) <= 0 ||
+        if (out_ < 0 || left.count() <= 0 || poll(&p, 1, static_cast<int>(left.count())) <= 0 ||
             (n = read(out_, buf, sizeof buf)) <= 0)
-            break;
+            return {};
         pending_.append(buf, static_cast<std::size_t>(n));
     }
-    return {};
+    std::string line = pending_.substr(0, nl);
+    pending_.erase(0, nl + 1);
+    return line;
 }
 
 bool HaveProgram(const std::string& name) {
-    const char* env = std::getenv("PATH");
-    const std::string path = env ? env : "/usr/bin:/bin";
-    for (std::size_t start = 0; start < path.size();) {
-        std::size_t colon = std::min(path.find(':', start), path.size());
-        if (colon > start && access((path.substr(start, colon - start) + "/" + name).c_str(), X_OK) == 0) return true;
-        start = colon + 1;
-    }
-    return false;
+    return std::system(("command -v '" + name + "' >/dev/null 2>&1").c_str()) == 0;
 }
 
 // -displayfd: the server picks a free display and tells us its number.
-XvfbServer::XvfbServer()
-    : process_(HaveProgram("Xvfb") ? std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", "640x480x24",
-                                                              "-nolisten", "tcp", "-noreset"}
-                                   : std::vector<std::string>{"true"}) {
+XvfbServer::XvfbServer(const std::string& screen)
+    : process_(HaveProgram("Xvfb")
+                   ? std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp",
+                                              "-noreset"}
+                   : std::vector<std::string>{"true"}) {
     std::string number = process_.readLine(10000);
     if (!number.empty()) display_ = ":" + number;
 }

@@ -32,7 +32,7 @@ bool HaveProgram(const std::string& name);
 // An X server of its own on a free display; display() is ":<n>", empty when it did not start.
 class XvfbServer {
 public:
-    XvfbServer();
+    explicit XvfbServer(const std::string& screen = "640x480x24");
     const std::string& display() const { return display_; }
 
 private:

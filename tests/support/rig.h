@@ -23,7 +23,9 @@ struct BasicRig {
     std::string OnDisk() const { return dir.read(ConfigStore::kFileName); }
     // Makes every later save fail the way a full disk or a locked folder does (permission bits
     // do not stop root): the temporary file the atomic writer needs is a directory.
-    void BlockSaves() { std::filesystem::create_directories(dir.path() / (std::string(ConfigStore::kFileName) + ".tmp")); }
+    void BlockSaves() {
+        std::filesystem::create_directories(dir.path() / (std::string(ConfigStore::kFileName) + ".tmp"));
+    }
 
     TempDir dir;
     ConfigStore store{dir.str()};
@@ -38,12 +40,6 @@ using Rig = BasicRig<FakeClock>;
 } // namespace quenix::testing
 
 namespace quenix {
-using testing::DefaultConfiguration;
-using testing::FakeBeeper;
-using testing::FakeClock;
-using testing::FakeDialogs;
-using testing::FakeView;
-using testing::BasicRig;
-using testing::Rig;
-using testing::TempDir;
+using testing::BasicRig, testing::DefaultConfiguration, testing::FakeBeeper, testing::FakeClock, testing::FakeDialogs,
+    testing::FakeView, testing::Rig, testing::TempDir;
 } // namespace quenix

@@ -19,11 +19,11 @@ namespace quenix::testing {
 // A program folder in a temporary directory with the shipped configuration and icons, and the
 // main window on it.
 struct WindowRig {
-    explicit WindowRig(Dialogs* dialogs = nullptr, MainWindowIo io = {}) : dlg(dialogs ? *dialogs : fakeDialogs) {
+    explicit WindowRig(Dialogs* dialogs = nullptr, MainWindowIo io = {}) {
         dir.write("telvorin.cfg", DefaultConfiguration());
         for (const char* icon : {"zvkmon.ico", "zvknomon.ico", "zvkbtmon.ico"})
             std::filesystem::copy_file(std::filesystem::path(QUENIX_SOURCE_DIR) / "data/icons" / icon, dir.file(icon));
-        ctx = std::make_unique<Context>(store, clock, dlg, beeper);
+        ctx = std::make_unique<Context>(store, clock, dialogs ? *dialogs : fakeDialogs, beeper);
         window = std::make_unique<FrmMain>(*ctx, io);
     }
 
@@ -44,7 +44,6 @@ struct WindowRig {
     FakeClock clock;
     FakeDialogs fakeDialogs;
     FakeBeeper beeper;
-    Dialogs& dlg;
     std::unique_ptr<Context> ctx;
     std::unique_ptr<FrmMain> window;
 };
