@@ -4,21 +4,21 @@
 //  3. time from a frame's end to the capture call's return, against a full buffer.
 
 #include "io/capture_library.h"
+#include "io/pty_pair.h"
 #include "ir/analysis.h"
 #include "ir/codec.h"
 #include "ir/protocols.h"
 #include "serpulse/pulse_engine.h"
 #include "serpulse/system_line.h"
+#include "support/fakes.h"
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdio>
 #include <fcntl.h>
-#include <pty.h>
 #include <string>
 #include <sys/resource.h>
-#include <termios.h>
 #include <unistd.h>
 #include <vector>
 
@@ -109,16 +109,19 @@ void SamplePeriod() {
 
 void IdleCpu() {
     std::printf("\n2. CPU time while waiting for a first edge (the real library, an idle pseudo-terminal)\n");
-    int master = -1, slave = -1;
-    if (::openpty(&master, &slave, nullptr, nullptr, nullptr) != 0) {
+    testing::TempDir folder;
+    testing::PtyPair pty;
+    pty.linkAs(folder.path(), 1);
+    const int slave = ::open(folder.file("com1").c_str(), O_RDWR | O_NOCTTY);
+    if (slave < 0) {
         std::printf("   no pseudo-terminal\n");
         return;
     }
     char exe[PATH_MAX] = {};
     ssize_t len = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
-    std::string folder = std::string(exe, static_cast<std::size_t>(std::max<ssize_t>(len, 0)));
-    folder = folder.substr(0, folder.rfind('/')) + "/../bin";
-    auto library = MakeCaptureLibrary(folder);
+    std::string bin = std::string(exe, static_cast<std::size_t>(std::max<ssize_t>(len, 0)));
+    bin = bin.substr(0, bin.rfind('/')) + "/../bin";
+    auto library = MakeCaptureLibrary(bin);
     if (!library->SetHandle(slave)) {
         std::printf("   %s\n", library->error().c_str());
         return;
@@ -151,7 +154,6 @@ void IdleCpu() {
     std::printf("   bare 1 ms sleeps:        2000 in %.3f s, CPU %.3f s (%.2f %% of one core)\n", wall, cpu,
                 100 * cpu / wall);
     library->SetHandle(0);
-    ::close(master);
     ::close(slave);
 }
 
