@@ -6,7 +6,9 @@
 #include "ui/frm_main.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QListWidget>
+#include <QScreen>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -47,5 +49,16 @@ struct WindowRig {
     std::unique_ptr<Context> ctx;
     std::unique_ptr<FrmMain> window;
 };
+
+// Saves a picture of a widget, or of the whole screen without one, for a person to look at; only
+// on the X server of QUENIX_UI_XVFB (see ui_main.cpp).
+inline void Shot(QWidget* w, const QString& name) {
+    const QString folder = qEnvironmentVariable("QUENIX_SCREENSHOT_DIR");
+    if (folder.isEmpty() || qgetenv("QT_QPA_PLATFORM") != "xcb") return;
+    QTest::qWait(200);
+    const QString path = folder + "/" + name + qEnvironmentVariable("QUENIX_SCREENSHOT_SUFFIX") + ".png";
+    QDir().mkpath(folder);
+    EXPECT_TRUE((w ? w->grab() : QApplication::primaryScreen()->grabWindow(0)).save(path)) << path.toStdString();
+}
 
 } // namespace quenix::testing
