@@ -35,9 +35,9 @@ public:
     int faultyAnswers = 1 << 30; // how many answers the fault spoils before it heals
     int readyDelayMs = 0;        // LateReady, LateFunctionReady: the ready byte comes this late
 
-    std::vector<Event> events;            // what went out on the power line
-    std::vector<std::string> complaints;  // bytes the interface would not accept
-    std::string received;                 // every byte from the computer
+    std::vector<Event> events;           // what went out on the power line
+    std::vector<std::string> complaints; // bytes the interface would not accept
+    std::string received;                // every byte from the computer
 
 private:
     void onByte(std::uint8_t b, std::int64_t now);

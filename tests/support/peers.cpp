@@ -64,10 +64,9 @@ bool HaveProgram(const std::string& name) {
 
 // -displayfd: the server picks a free display and tells us its number.
 XvfbServer::XvfbServer(const std::string& screen)
-    : process_(HaveProgram("Xvfb")
-                   ? std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp",
-                                              "-noreset"}
-                   : std::vector<std::string>{"true"}) {
+    : process_(HaveProgram("Xvfb") ? std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", screen,
+                                                              "-nolisten", "tcp", "-noreset"}
+                                   : std::vector<std::string>{"true"}) {
     std::string number = process_.readLine(10000);
     if (!number.empty()) display_ = ":" + number;
 }

@@ -19,9 +19,8 @@ def wait_for(probe, what, seconds=30):
 
 def tree(node):
     yield node
-    for child in (node.getChildAtIndex(i) for i in range(node.childCount)):
-        if child is not None:
-            yield from tree(child)
+    for child in filter(None, (node.getChildAtIndex(i) for i in range(node.childCount))):
+        yield from tree(child)
 
 
 def inner(program):
@@ -41,7 +40,8 @@ def inner(program):
         missing = [name for name in SHOWN if name not in {n.name for n in nodes}]
         assert not missing, "not spoken as shown: %s" % missing
 
-        action = next(n for n in nodes if n.getRole() == pyatspi.ROLE_CHECK_BOX and n.name == "Beep on keys").queryAction()
+        beep = next(n for n in nodes if n.getRole() == pyatspi.ROLE_CHECK_BOX and n.name == "Beep on keys")
+        action = beep.queryAction()
         names = [action.getName(i).lower() for i in range(action.nActions)]
         assert "toggle" in names, "Beep on keys offers %s" % names
         before = beep_on()
@@ -74,9 +74,8 @@ def on_own_display(command):
 
 def outer(program, config):
     missing = [t for t in ("Xvfb", "dbus-run-session", "/usr/libexec/at-spi-bus-launcher") if not shutil.which(t)]
-    missing += [] if importlib.util.find_spec("pyatspi") else ["pyatspi"]
-    if missing:
-        print("skipped: no " + ", ".join(missing))
+    if missing or not importlib.util.find_spec("pyatspi"):
+        print("skipped: no " + ", ".join(missing or ["pyatspi"]))
         return 77
     folder, source = tempfile.mkdtemp(prefix="quenix-atspi-"), os.path.dirname(program)
     try:

@@ -26,9 +26,10 @@ int main(int argc, char** argv) {
         if (xvfb->display().empty()) return std::fprintf(stderr, "Xvfb did not start\n"), 1;
         qputenv("DISPLAY", xvfb->display().c_str());
         qputenv("QT_QPA_PLATFORM", "xcb");
-        trayer = std::make_unique<ChildProcess>(std::vector<std::string>{
-            "trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request", "--height", "32",
-            "--SetDockType", "true", "--expand", "true", "--tint", "0xdddddd", "--transparent", "true", "--alpha", "0"});
+        trayer = std::make_unique<ChildProcess>(
+            std::vector<std::string>{"trayer", "--edge", "bottom", "--align", "right", "--widthtype", "request",
+                                     "--height", "32", "--SetDockType", "true", "--expand", "true", "--tint",
+                                     "0xdddddd", "--transparent", "true", "--alpha", "0"});
     } else {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }

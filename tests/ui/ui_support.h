@@ -1,8 +1,6 @@
 #pragma once
 
-#include "config/config_store.h"
-#include "config/context.h"
-#include "support/fakes.h"
+#include "support/rig.h"
 #include "ui/frm_main.h"
 
 #include <QApplication>
@@ -13,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
 
 namespace quenix::testing {
