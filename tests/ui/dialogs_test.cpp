@@ -5,7 +5,6 @@
 
 #include <QAbstractProxyModel>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QFileSystemModel>
 #include <QLineEdit>
@@ -15,8 +14,6 @@
 #include <QTreeWidget>
 
 #include <gmock/gmock.h>
-
-#include <filesystem>
 
 namespace quenix::testing {
 namespace {
@@ -31,25 +28,20 @@ struct Modals {
     explicit Modals(std::vector<Step> steps) : steps_(std::move(steps)) {
         QObject::connect(&timer_, &QTimer::timeout, [this] {
             auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!d) return;
-            if (const QVariant at = d->property("answeredAt"); at.isValid()) {
-                if (clock_.elapsed() - at.toLongLong() > 10000) d->reject();
-                return;
-            }
-            d->setProperty("answeredAt", clock_.elapsed());
+            if (!d || d->property("answered").toBool()) return;
+            d->setProperty("answered", true);
+            QTimer::singleShot(10000, d, &QDialog::reject);
             if (auto* box = qobject_cast<QMessageBox*>(d)) texts.push_back(box->text().toStdString());
             // Run outside this timer's slot: a step may open a nested modal loop of its own.
             auto step = next_ < steps_.size() ? steps_[next_++] : [](QDialog* w) { w->reject(); };
             QTimer::singleShot(0, d, [d, step] { step(d); });
         });
         timer_.start(20);
-        clock_.start();
     }
     std::vector<std::string> texts;
     std::vector<Step> steps_;
     std::size_t next_ = 0;
     QTimer timer_;
-    QElapsedTimer clock_;
 };
 
 // Ticks the row of ImportForm that names the section and presses its button.
