@@ -21,8 +21,8 @@ bool WriteFileAtomically(const std::string& path, const std::string& data, std::
         return false;
     }
     DWORD written = 0;
-    BOOL ok = WriteFile(h, data.data(), static_cast<DWORD>(data.size()), &written, nullptr) &&
-              written == data.size() && FlushFileBuffers(h);
+    BOOL ok = WriteFile(h, data.data(), static_cast<DWORD>(data.size()), &written, nullptr) && written == data.size() &&
+              FlushFileBuffers(h);
     if (!ok) error = "Cannot write " + tmp + ": " + LastErrorText();
     CloseHandle(h);
     if (!ok) {

@@ -13,9 +13,9 @@ namespace {
 const std::vector<std::string> kVirtualDevices = {"Recorded", "Winamp", "IR Dimmer", "Mouse", "Keyboard", "Bluetooth"};
 
 // Controls that sending and learning need.
-const std::vector<std::string> kDeviceControls = {"RecButton",      "SaveCmdButton",   "SendCmd",
-                                                  "FileNewMenu",    "EditMenu",        "ProtoDeleteMenu",
-                                                  "CalibrationMenu", "MenuProcDelay",  "SendButton"};
+const std::vector<std::string> kDeviceControls = {"RecButton",       "SaveCmdButton", "SendCmd",
+                                                  "FileNewMenu",     "EditMenu",      "ProtoDeleteMenu",
+                                                  "CalibrationMenu", "MenuProcDelay", "SendButton"};
 
 } // namespace
 
@@ -58,7 +58,8 @@ std::vector<std::string> BrowserController::DeviceNames() const {
         while (int open = ctx_.config.Find("[", p)) {
             auto close = text.find(']', static_cast<std::size_t>(open - 1));
             if (close == std::string::npos) break;
-            std::string name = text.substr(static_cast<std::size_t>(open - 1), close - static_cast<std::size_t>(open - 1));
+            std::string name =
+                text.substr(static_cast<std::size_t>(open - 1), close - static_cast<std::size_t>(open - 1));
             std::string lower = ToLower(name);
             if (lower == "monitoring" || lower == "end") break;
             names.push_back(name);
@@ -66,8 +67,8 @@ std::vector<std::string> BrowserController::DeviceNames() const {
         }
     }
     for (const auto& v : kVirtualDevices) {
-        bool present = std::any_of(names.begin(), names.end(),
-                                   [&](const std::string& n) { return ToLower(n) == ToLower(v); });
+        bool present =
+            std::any_of(names.begin(), names.end(), [&](const std::string& n) { return ToLower(n) == ToLower(v); });
         if (!present) names.push_back(v);
     }
     return names;
@@ -213,7 +214,8 @@ void BrowserController::SelectDevice(int index) {
 
 void BrowserController::SelectCommand(int index) {
     auto list = view_.items("SendCmd");
-    if (index >= 0 && index < static_cast<int>(list.size())) ctx_.config.currentCommand = list[static_cast<std::size_t>(index)];
+    if (index >= 0 && index < static_cast<int>(list.size()))
+        ctx_.config.currentCommand = list[static_cast<std::size_t>(index)];
 }
 
 void BrowserController::LoadProtocolParameters(const std::string& device) {
@@ -307,9 +309,9 @@ void BrowserController::ProtoDelete() {
         ctx_.dialogs.message("This is a read-only device!");
         return;
     }
-    auto answer = ctx_.dialogs.messageBox("Do you want to delete the device " + name +
-                                              " from the current configuration file?",
-                                          "ZVK", MsgIcon::Question, MsgButtons::YesNo);
+    auto answer =
+        ctx_.dialogs.messageBox("Do you want to delete the device " + name + " from the current configuration file?",
+                                "ZVK", MsgIcon::Question, MsgButtons::YesNo);
     if (answer != MsgAnswer::Yes) return;
     if (!ctx_.Written(ctx_.config.DeleteDevice())) return;
     // The list shrinks; keep the index inside it.

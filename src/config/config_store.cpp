@@ -48,8 +48,8 @@ int Len(const std::string& s) { return static_cast<int>(s.size()); }
 } // namespace
 
 ConfigStore::ConfigStore(std::string folder) : folder_(std::move(folder)) {
-    version_ = std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." +
-               std::to_string(kVersionRevision);
+    version_ =
+        std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." + std::to_string(kVersionRevision);
 }
 
 std::string ConfigStore::path() const {
@@ -225,8 +225,8 @@ std::string ConfigStore::BuildMonitorDeviceList() const {
             if (open == 0 || open - 1 >= stopBracket) break;
             int close = Find("]", open);
             if (close == 0) break;
-            std::string name = text_.substr(static_cast<std::size_t>(open - 1),
-                                            static_cast<std::size_t>(close - 1 - open));
+            std::string name =
+                text_.substr(static_cast<std::size_t>(open - 1), static_cast<std::size_t>(close - 1 - open));
             std::string lower = ToLower(name);
             if (lower == "x10") {
                 // One entry per unit line: "X10&" and the unit's name behind the comma.

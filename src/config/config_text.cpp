@@ -34,7 +34,8 @@ int FindText(std::string_view needle, std::string_view text, int start) {
     for (int s = start; s <= lastStart; ++s) {
         if (Lower(text[static_cast<std::size_t>(s - 1)]) != first) continue;
         int k = 1;
-        while (k < n && Lower(text[static_cast<std::size_t>(s - 1 + k)]) == Lower(needle[static_cast<std::size_t>(k)])) ++k;
+        while (k < n && Lower(text[static_cast<std::size_t>(s - 1 + k)]) == Lower(needle[static_cast<std::size_t>(k)]))
+            ++k;
         if (k == n) return s + n;
     }
     return 0;

@@ -107,8 +107,7 @@ bool ImportExport::ImportGeneral(std::vector<std::string>& updated) {
         // Only keys standing at the start of a line of our [General]: a key of a device
         // section or the tail of a longer key must not be touched.
         // Saved once with the rest of the import, not once per key.
-        if (key.empty() || FindText(kCrLf + key + "=", ours, 1) == 0 ||
-            !ctx_.config.SetGeneralKey(key, value, false)) {
+        if (key.empty() || FindText(kCrLf + key + "=", ours, 1) == 0 || !ctx_.config.SetGeneralKey(key, value, false)) {
             ctx_.dialogs.messageBox("The parameter " + key + " is invalid." + kCrLf + "It will not be loaded.", "ZVK",
                                     MsgIcon::Information, MsgButtons::Ok);
             continue;
@@ -236,15 +235,16 @@ bool ImportExport::Export(const std::vector<std::string>& sections, const std::s
     if (name.size() < 4 || ToLower(name.substr(name.size() - 4)) != ".cfg") name += ".cfg";
     std::error_code ec;
     if (std::filesystem::exists(name, ec)) {
-        const MsgAnswer a = ctx_.dialogs.messageBox("The file " + name + " exist." + kCrLf + "Do you want to replace it?",
-                                                    "File exist", MsgIcon::Question, MsgButtons::YesNo);
+        const MsgAnswer a =
+            ctx_.dialogs.messageBox("The file " + name + " exist." + kCrLf + "Do you want to replace it?", "File exist",
+                                    MsgIcon::Question, MsgButtons::YesNo);
         if (a != MsgAnswer::Yes) return false;
     }
     const std::string& text = ctx_.config.text();
     std::string out = "#Configuration file exported from Quenix Remote Manager v." + ctx_.config.version() + kCrLf +
                       "#Made by Orvel's Quenix Remote Manager; the sections below can be imported into any" + kCrLf +
-                      "#configuration with File, Import. Questions and reports: support@quenix-remote.org" + kCrLf + "# " +
-                      kCrLf;
+                      "#configuration with File, Import. Questions and reports: support@quenix-remote.org" + kCrLf +
+                      "# " + kCrLf;
     bool general = false;
     for (const auto& s : sections) general = general || ToLower(s) == "[general]";
     // An unticked [General] still gets its header, so the file passes the import check.

@@ -139,8 +139,10 @@ void MainController::Imported(const std::string& shownDevice, int shownIndex) {
     ShowSettings();
     // Imported sections move the devices behind them; the device shown stays shown unless the
     // import brought a PROTOCOL= of its own.
-    if (ctx_.settings().protocol != shownIndex) browser_.Refresh();
-    else browser_.Reselect(shownDevice);
+    if (ctx_.settings().protocol != shownIndex)
+        browser_.Refresh();
+    else
+        browser_.Reselect(shownDevice);
 }
 
 bool MainController::Toggle(const std::string& control) {
@@ -150,8 +152,10 @@ bool MainController::Toggle(const std::string& control) {
         // flipped here. Either way the stored flag decides the new value.
         bool on = !(ctx_.settings().*row.flag);
         // The mark shows what is on disk: a write that failed leaves the old state.
-        if (ctx_.Written(ctx_.config.SetGeneralKey(row.key, on ? "1" : "0"))) ctx_.settings().*row.flag = on;
-        else on = !on;
+        if (ctx_.Written(ctx_.config.SetGeneralKey(row.key, on ? "1" : "0")))
+            ctx_.settings().*row.flag = on;
+        else
+            on = !on;
         view_.setChecked(control, on);
         if (control == std::string("InfraredInMenu")) view_.setEnabled("InterfaceMenu", on);
         return true;
@@ -162,7 +166,8 @@ bool MainController::Toggle(const std::string& control) {
 void MainController::About() {
     ctx_.dialogs.messageBox("Quenix Remote Manager v" + ctx_.config.version() +
                                 "\n\nInfrared remote-control manager: learn, send and monitor remote keys."
-                                "\n\nWeb: " + std::string(kWebPage) + "\nMail: " + kSupportMail,
+                                "\n\nWeb: " +
+                                std::string(kWebPage) + "\nMail: " + kSupportMail,
                             "ZVK", MsgIcon::Information, MsgButtons::Ok);
 }
 
