@@ -27,22 +27,7 @@ public:
 std::string Config(const std::string& applicationLines) {
     std::string cfg = DefaultConfiguration();
     std::size_t from = cfg.find("[Application]\r\n") + 15, to = cfg.find("[Monitoring]");
-    cfg.replace(from, to - from, applicationLines);
-    return cfg.insert(cfg.find("[Monitoring]\r\n") + 14, "TV&Play,application&Chime\r\n");
-}
-
-TEST(Application, FindsTheLineByItsName) {
-    std::string cfg = Config("@/usr/bin/xterm -e top,Top\r\n/music/a,b.mp3,Song\r\nplain,Chime\r\n");
-    struct Row {
-        const char* name;
-        std::optional<std::string> line;
-    } rows[] = {
-        {"TOP", "@/usr/bin/xterm -e top"}, {"song", "/music/a,b.mp3"}, {"Chime", "plain"},
-        {"Play", std::nullopt}, // in [Monitoring], not here
-        {"xterm", std::nullopt},
-    };
-    for (const Row& r : rows) EXPECT_EQ(FindApplicationLine(cfg, r.name), r.line) << r.name;
-    EXPECT_EQ(FindApplicationLine("[General]\r\n[End]\r\n", "Top"), std::nullopt);
+    return cfg.replace(from, to - from, applicationLines);
 }
 
 std::string WaitForFile(const std::filesystem::path& p) {
@@ -58,7 +43,7 @@ TEST(Application, ResultsBeepsAndWhatRuns) {
     Rig rig;
     auto& [dir, store, clock, dialogs, beeper, ctx] = rig;
     dir.write("tone.wav", "RIFF");
-    dir.write("song.MP3", "ID3");
+    dir.write("a,song.MP3", "ID3"); // the last comma parts the name
     std::string d = dir.str();
     // A program under a folder with blanks, and one beside the program: each writes a marker.
     std::filesystem::create_directories(dir.file("My Scripts"));
@@ -70,7 +55,7 @@ TEST(Application, ResultsBeepsAndWhatRuns) {
     // Each sh tells where its standard error went: a hidden one has no terminal.
     std::string lines = "sh -c \"readlink /proc/$$/fd/2 > " + d + "/hidden\",Hidden\r\n" +
                         "@sh -c \"readlink /proc/$$/fd/2 > " + d + "/shown\",Shown\r\n" +
-                        "no-such-program-here,Broken\r\n" + d + "/tone.wav,Tone\r\n" + d + "/song.MP3,Song\r\n" +
+                        "no-such-program-here,Broken\r\n" + d + "/tone.wav,Tone\r\n" + d + "/a,song.MP3,Song\r\n" +
                         d + "/missing.wav,Gone\r\n" + d + "/My Scripts/run.sh unquoted,Unquoted\r\n\"" + d +
                         "/My Scripts/run.sh\" quoted,Quoted\r\nbeside.sh relative,Beside\r\n";
     ASSERT_TRUE(store.LoadFromText(Config(lines)));
@@ -96,7 +81,7 @@ TEST(Application, ResultsBeepsAndWhatRuns) {
         if (r.result != kApplicationError) beeps.emplace_back(2000, 50); // no second beep on failure
         EXPECT_EQ(beeper.beeps, beeps);
     }
-    EXPECT_EQ(sound.played, (std::vector<std::string>{"wav " + d + "/tone.wav", "mp3 " + d + "/song.MP3"}));
+    EXPECT_EQ(sound.played, (std::vector<std::string>{"wav " + d + "/tone.wav", "mp3 " + d + "/a,song.MP3"}));
     EXPECT_EQ(WaitForFile(dir.file("hidden")), "/dev/null");
     std::string shown = WaitForFile(dir.file("shown"));
     EXPECT_FALSE(shown.empty());
