@@ -130,24 +130,21 @@ TEST(Encode, FourRepetitionCases) {
     ProtocolHeader h{kProtoSony, 550, 0, 0, "11", "01", "011"};
     const std::string body = "01011"; // "01" for 0, "011" for 1; SONY has no stop cell
     const std::string burst = std::string(16, '1') + "0000" + "1";
-    struct Case {
-        int repeat, grepeat;
-        std::string gapThenSequence; // what follows the first sequence, four times
-    };
-    const Case cases[] = {
+    // REPEAT, GREPEAT, and what follows the first sequence, four times
+    const std::tuple<int, int, std::string> cases[] = {
         {0, 1, ""}, {0, 0, ""}, {0, -3, ""},
         {0, 20, std::string(20, '0') + burst},
         {30, 1, std::string(30, '0') + body}, {30, 0, std::string(30, '0') + body},
         {30, 40, std::string(30, '0') + "11" + body},
         {-5, 20, std::string(20, '0') + burst}, // a hand-edited negative REPEAT reads as 0
     };
-    for (const Case& c : cases) {
-        h.repeat = c.repeat;
-        h.grepeat = c.grepeat;
+    for (const auto& [repeat, grepeat, gapThenSequence] : cases) {
+        h.repeat = repeat;
+        h.grepeat = grepeat;
         std::string code = "G01", expected = "11" + body;
         bool toggle = false;
-        for (int i = 0; i < 4; ++i) expected += c.gapThenSequence;
-        EXPECT_EQ(EncodeCommand(code, h, toggle), expected) << c.repeat << "/" << c.grepeat;
+        for (int i = 0; i < 4; ++i) expected += gapThenSequence;
+        EXPECT_EQ(EncodeCommand(code, h, toggle), expected) << repeat << "/" << grepeat;
     }
 }
 
@@ -166,12 +163,7 @@ TEST(Encode, Rc5ToggleAlternatesFromOne) {
 }
 
 TEST(RecordedToCode, ByProtocol) {
-    struct Case {
-        int protocol;
-        std::string cells;
-        std::string code;
-    };
-    const Case cases[] = {
+    const std::tuple<int, std::string, std::string> cases[] = { // protocol, cells, code
         // Pulse distance: one gap cell is a 0, more a 1; the mark after each gap is skipped.
         {kProtoNec, "10100010001", "G011"}, // the first mark opens no bit
         {kProtoNec, "g1010001", "GG01"},
@@ -194,7 +186,7 @@ TEST(RecordedToCode, ByProtocol) {
         {kProtoNec, "10x0010", "G010"},
         {kProtoSony, "g01x011", "G01"},
     };
-    for (const Case& c : cases) EXPECT_EQ(RecordedToCode(c.cells, c.protocol), c.code) << c.protocol << " " << c.cells;
+    for (const auto& [protocol, cells, code] : cases) EXPECT_EQ(RecordedToCode(cells, protocol), code) << cells;
 }
 
 const char* kConfig = "[General]\r\nCOMPORT= 1\r\nG101,InGeneral\r\n\r\n"
@@ -202,12 +194,7 @@ const char* kConfig = "[General]\r\nCOMPORT= 1\r\nG101,InGeneral\r\n\r\n"
                       "[ Amp ]\r\nGPROTO=2\r\nG11010000001100,Standby\r\n\r\n[X10]\r\n[End]\r\n";
 
 TEST(FindLearnedCommand, LooksUpCodeLinesOutsideGeneral) {
-    struct Case {
-        std::string code;
-        int protocol;
-        std::string found; // device&command
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, int, std::string> cases[] = { // code, protocol, device&command
         {"101010010000", kProtoSony, "TV Set&Power"},
         {"G101010010000", kProtoSony, "TV Set&Power"}, // the recorder's marker is dropped
         {"g0101", kProtoNec, "TV Set&Mute"},
@@ -216,9 +203,9 @@ TEST(FindLearnedCommand, LooksUpCodeLinesOutsideGeneral) {
         {"101", kProtoNec, ""},                       // inside [General]
         {"0000", kProtoNec, ""},
     };
-    for (const Case& c : cases) {
-        LearnedCommand r = FindLearnedCommand(kConfig, c.code, c.protocol);
-        EXPECT_EQ(r.found ? r.device + "&" + r.command : "", c.found) << c.code;
+    for (const auto& [code, protocol, found] : cases) {
+        LearnedCommand r = FindLearnedCommand(kConfig, code, protocol);
+        EXPECT_EQ(r.found ? r.device + "&" + r.command : "", found) << code;
     }
 }
 

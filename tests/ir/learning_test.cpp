@@ -38,31 +38,30 @@ TEST_F(LearningTest, StatusAndPanelByCapture) {
         int interfaceType;
         std::optional<Bytes> capture;
         std::string status;
-        std::string protocol; // ProtocolName afterwards, and its colour
-        std::uint32_t color;
-        std::string fields; // BitNr/AddrVal/CmdVal/SendPulse
+        std::string protocol; // ProtocolName afterwards: red when unknown, green when known
+        std::string fields;   // BitNr/AddrVal/CmdVal/SendPulse
     };
     // 55 us samples: a 550 us cell measures 9 of them, the RC5 850 us cell 15.
     const Case cases[] = {
-        {"creative", 3, Bytes(600, 0xFF), "Creative Infra record is not yet implemented!", "", 0xFFFFFF, "///"},
-        {"no interface", 9, Bytes(600, 0xFF), "No Rec interface selected!", "", 0xFFFFFF, "///"},
-        {"time-out", 0, std::nullopt, "No signal received for 5 seconds!", "", 0xFFFFFF, "///"},
-        {"39 bytes", 0, Blip(39), "Recorded signal to short!", "", 0xFFFFFF, "///"},
-        {"no dominant run", 0, Blip(40, 0xFF), "Recorded signal is invalid or unknown!", "", 0xFFFFFF, "///"},
-        {"four on, four off: nothing long", 0, Blip(60), "Unknown protocol!", "UNK", kRed, "///220"},
+        {"creative", 3, Bytes(600, 0xFF), "Creative Infra record is not yet implemented!", "", "///"},
+        {"no interface", 9, Bytes(600, 0xFF), "No Rec interface selected!", "", "///"},
+        {"time-out", 0, std::nullopt, "No signal received for 5 seconds!", "", "///"},
+        {"39 bytes", 0, Blip(39), "Recorded signal to short!", "", "///"},
+        {"no dominant run", 0, Blip(40, 0xFF), "Recorded signal is invalid or unknown!", "", "///"},
+        {"four on, four off: nothing long", 0, Blip(60), "Unknown protocol!", "UNK", "///220"},
         {"sony 12", 1, Press(kProtoSony, "G101010010000"), "A valid SONY type command has been received.", "SONY",
-         kGreen, "12/21/16/495"},
+         "12/21/16/495"},
         {"sony 15", 0, Press(kProtoSony, "G101010011000001"), "A valid 15 bits SONY type command has been received.",
-         "SONY", kGreen, "15/169/65/495"},
+         "SONY", "15/169/65/495"},
         {"sony 13", 4, Press(kProtoSony, "G1010100100001"), "A possible invalid SONY type command has been received.",
-         "SONY", kGreen, "13///495"},
+         "SONY", "13///495"},
         {"nec 32", 0, Press(kProtoNec, "G00100000110111110001000011101111"),
-         "A valid NEC type command has been received.", "NEC", kGreen, "32///495"},
+         "A valid NEC type command has been received.", "NEC", "32///495"},
         {"rc5 14", 0, Press(kProtoRc5, "G11000010000001"), "A valid RC5 type command has been received.", "RC5",
-         kGreen, "14/2/1/825"},
+         "14/2/1/825"},
         // A quick tap: one frame, with nothing before it but the silence before the capture.
         {"rc5 tap", 0, Press(kProtoRc5, "G11000010000001", kSampleUs, kRecordBytes, false, true),
-         "A valid RC5 type command has been received.", "RC5", kGreen, "14/2/1/825"},
+         "A valid RC5 type command has been received.", "RC5", "14/2/1/825"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -70,7 +69,8 @@ TEST_F(LearningTest, StatusAndPanelByCapture) {
         Record(c.capture);
         EXPECT_EQ(view.text("StatusBar"), c.status);
         EXPECT_EQ(view.text("ProtocolName"), c.protocol);
-        EXPECT_EQ(view.color("ProtocolName", View::ColorRole::Background), c.color);
+        const std::uint32_t color = c.protocol.empty() ? 0xFFFFFF : c.protocol == "UNK" ? kRed : kGreen;
+        EXPECT_EQ(view.color("ProtocolName", View::ColorRole::Background), color);
         EXPECT_EQ(view.text("BitNr") + "/" + view.text("AddrVal") + "/" + view.text("CmdVal") + "/" +
                       view.text("SendPulse"),
                   c.fields);
@@ -92,12 +92,8 @@ TEST_F(LearningTest, TwoPressRule) {
     const Bytes r1 = Press(kProtoRc5, "G11000010000001", kSampleUs, kRecordBytes, false);
     const Bytes r0 = Press(kProtoRc5, "G11000010000001", kSampleUs, kRecordBytes, true);
     const Bytes other = Press(kProtoRc5, "G11000010000011", kSampleUs, kRecordBytes, true);
-    struct Case {
-        std::string name;
-        std::vector<std::optional<Bytes>> presses; // nullopt: nothing received
-        std::vector<bool> validated;               // after each press
-    };
-    const Case cases[] = {
+    // The presses (nullopt: nothing received) and whether the code is validated after each.
+    const std::tuple<std::string, std::vector<std::optional<Bytes>>, std::vector<bool>> cases[] = {
         {"same twice", {a, a}, {false, true}},
         {"a b b", {a, b, b}, {false, false, true}},
         {"a b a", {a, b, a}, {false, false, false}},
@@ -107,18 +103,18 @@ TEST_F(LearningTest, TwoPressRule) {
         {"rc5 toggles", {r1, r0}, {false, true}},
         {"rc5 other key", {r1, other}, {false, false}},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, presses, validated] : cases) {
+        SCOPED_TRACE(name);
         Recorder fresh{ctx, view, source, waveform};
-        for (std::size_t i = 0; i < c.presses.size(); ++i) {
-            source.captures = {c.presses[i]};
+        for (std::size_t i = 0; i < presses.size(); ++i) {
+            source.captures = {presses[i]};
             beeper.beeps.clear();
             fresh.onRecButton();
-            EXPECT_EQ(ctx.validated, c.validated[i]) << "press " << i + 1;
-            if (!c.presses[i]) continue;
+            EXPECT_EQ(ctx.validated, validated[i]) << "press " << i + 1;
+            if (!presses[i]) continue;
             EXPECT_EQ(view.text("IRCommand"), "?");
-            EXPECT_EQ(view.color("CodeStr", View::ColorRole::Background), c.validated[i] ? kGreen : kRed);
-            const std::pair<int, int> after = c.validated[i] ? std::pair{5000, 50} : std::pair{2000, 300};
+            EXPECT_EQ(view.color("CodeStr", View::ColorRole::Background), validated[i] ? kGreen : kRed);
+            const std::pair<int, int> after = validated[i] ? std::pair{5000, 50} : std::pair{2000, 300};
             EXPECT_EQ(beeper.beeps, (std::vector<std::pair<int, int>>{{5000, 50}, after}));
         }
     }
@@ -286,23 +282,19 @@ TEST_F(LearningTest, WriteFailuresReachTheUser) {
 }
 
 TEST_F(LearningTest, ProcDelayByHand) {
-    struct Case {
-        std::vector<std::optional<std::string>> answers;
-        int value;
-        std::size_t refusals;
-    };
-    const Case cases[] = {
+    // The answers given, the value kept, and how many were refused.
+    const std::tuple<std::vector<std::optional<std::string>>, int, std::size_t> cases[] = {
         {{""}, 20, 0}, {{std::nullopt}, 20, 0}, {{"101", ""}, 20, 1}, // the shipped 20 stays
         {{"100"}, 100, 0}, {{"101", "-1", "0"}, 0, 2}, {{" 42abc"}, 42, 0},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.value);
+    for (const auto& [answers, value, refusals] : cases) {
+        SCOPED_TRACE(value);
         dialogs.messages.clear();
-        dialogs.inputs.assign(c.answers.begin(), c.answers.end());
+        dialogs.inputs.assign(answers.begin(), answers.end());
         learning.onMenuProcDelay();
-        EXPECT_EQ(store.settings().procDelay, c.value);
-        EXPECT_NE(FindText("PROCDELAY= " + std::to_string(c.value) + "\r", OnDisk(), 1), 0);
-        EXPECT_EQ(dialogs.texts(), std::vector<std::string>(c.refusals, "The value must be between 0 and 100"));
+        EXPECT_EQ(store.settings().procDelay, value);
+        EXPECT_NE(FindText("PROCDELAY= " + std::to_string(value) + "\r", OnDisk(), 1), 0);
+        EXPECT_EQ(dialogs.texts(), std::vector<std::string>(refusals, "The value must be between 0 and 100"));
     }
     EXPECT_EQ(dialogs.prompts.back().title + ": " + dialogs.prompts.back().prompt,
               "Procdelay value: Enter the new ProcDelay value");
