@@ -180,20 +180,16 @@ TEST(Executor, RecordedCommandComesFromTheRecordPanel) {
 }
 
 TEST(Executor, DimmerBurstsAndPauses) {
-    struct Row {
-        const char* command;
-        std::size_t second;
-        int pause;
-    } rows[] = {{"g1", 20, 500}, {"G1", 20, 500}, {"ON/OFF", 200, 1000}};
-    for (const Row& r : rows) {
-        SCOPED_TRACE(r.command);
+    // The command, the length of its second burst and the pause behind it.
+    for (auto [command, second, pause] : {std::tuple{"g1", 20, 500}, {"G1", 20, 500}, {"ON/OFF", 200, 1000}}) {
+        SCOPED_TRACE(command);
         SendRig rig;
         rig.ctx.settings().beepOn = rig.ctx.settings().irDimEna = true;
-        EXPECT_EQ(rig.exec.Execute("IR Dimmer", r.command), "IR Dimmer command executed OK.");
+        EXPECT_EQ(rig.exec.Execute("IR Dimmer", command), "IR Dimmer command executed OK.");
         EXPECT_EQ(rig.sentBytes(), (std::vector<std::vector<std::uint8_t>>{std::vector<std::uint8_t>(150, 0x55),
-                                                                         std::vector<std::uint8_t>(r.second, 0x55)}));
+                                                                         std::vector<std::uint8_t>(second, 0x55)}));
         EXPECT_EQ(rig.library.sends[1].pulseLength, 2000);
-        EXPECT_EQ(rig.clock.sleeps, std::vector<int>{r.pause});
+        EXPECT_EQ(rig.clock.sleeps, std::vector<int>{pause});
         EXPECT_EQ(rig.beeper.beeps, kFramed);
     }
 }
@@ -241,20 +237,17 @@ TEST(SendButton, RefusalsAndFailuresSendNothing) {
 // As at start-up, with nothing clicked, or after a click: the command shown is sent from the
 // file, and a fresh recording in the code field, not yet saved, stays there.
 TEST(SendButton, SendsTheShownCommandAndKeepsTheRecording) {
-    struct Row {
-        int interfaceType;
-        bool monitoring; // and the command clicked first
-        std::vector<bool> dtr;
-    } rows[] = {{2, true, {false, true}}, {0, false, {false}}};
-    for (const Row& r : rows) {
-        SCOPED_TRACE(r.interfaceType);
+    // The interface, whether monitoring runs (and the command was clicked first), and DTR's changes.
+    using Row = std::tuple<int, bool, std::vector<bool>>;
+    for (const auto& [interfaceType, monitoring, dtr] : {Row{2, true, {false, true}}, Row{0, false, {false}}}) {
+        SCOPED_TRACE(interfaceType);
         SendRig rig;
-        rig.ctx.interfaceType = r.interfaceType;
-        rig.ctx.monitoring = r.monitoring;
+        rig.ctx.interfaceType = interfaceType;
+        rig.ctx.monitoring = monitoring;
         rig.pick("Raw", "Six");
         rig.view.setText("CodeStr", "G111000111000");
         rig.view.setColor("CodeStr", View::ColorRole::Background, 0x00FF00);
-        if (r.monitoring) rig.send.onCommandSelected();
+        if (monitoring) rig.send.onCommandSelected();
         rig.send.onSendButton();
         EXPECT_EQ(rig.view.text("StatusBar"), "Raw Six executed.");
         EXPECT_EQ(rig.sentBytes(), (std::vector<std::vector<std::uint8_t>>{{0xB0}}));
@@ -266,9 +259,9 @@ TEST(SendButton, SendsTheShownCommandAndKeepsTheRecording) {
         std::string samples;
         for (char c : std::string("101100000")) samples.append(8, c);
         EXPECT_EQ(rig.drawn, std::vector<std::string>{samples});
-        EXPECT_EQ(rig.dtr(), r.dtr);
+        EXPECT_EQ(rig.dtr(), dtr);
         EXPECT_TRUE(rig.view.isEnabled("SendButton"));
-        EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), r.monitoring);
+        EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), monitoring);
     }
     // Special devices skip the code checks and draw nothing.
     SendRig rig;
