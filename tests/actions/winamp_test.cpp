@@ -113,34 +113,28 @@ TEST(Winamp, WordsButtonsAndTexts) {
 }
 
 TEST(Winamp, CursorStepsAndItsSingleStepClamp) {
-    {
-        WinampRig rig(5, 4); // at the last song
-        EXPECT_EQ(rig.run("next in pl"), "Song5");
-        EXPECT_EQ(rig.winamp.cursor, 0); // +1, then one step back
-    }
-    {
-        WinampRig rig(5, 2); // the third song
-        EXPECT_EQ(rig.run("prev 10 in pl"), "Song1");
-        EXPECT_EQ(rig.winamp.cursor, -9); // only one step back towards the list
-        EXPECT_EQ(rig.run("next in pl"), "Song1");
-        EXPECT_EQ(rig.winamp.cursor, -7);
-        rig.run("stop"); // transport words reset the cursor
-        EXPECT_EQ(rig.winamp.cursor, 0);
-    }
-    {
-        WinampRig rig(20, 3);
-        rig.run("next 10 in pl");
-        EXPECT_EQ(rig.run("prev in pl"), "Song13");
-        // "play" walks the player to the cursor's song and forgets the cursor.
-        EXPECT_EQ(rig.run("play"), "(>)  Song13");
-        EXPECT_EQ(rig.link.buttons, std::vector<int>(9, kWinampNext));
-        EXPECT_EQ(rig.winamp.cursor, 0);
-        rig.run("prev in pl");
-        rig.run("prev in pl");
-        rig.link.buttons.clear();
-        EXPECT_EQ(rig.run("play"), "(>)  Song11");
-        EXPECT_EQ(rig.link.buttons, std::vector<int>(2, kWinampPrev));
-    }
+    WinampRig last(5, 4); // at the last song
+    EXPECT_EQ(last.run("next in pl"), "Song5");
+    EXPECT_EQ(last.winamp.cursor, 0); // +1, then one step back
+    WinampRig third(5, 2);
+    EXPECT_EQ(third.run("prev 10 in pl"), "Song1");
+    EXPECT_EQ(third.winamp.cursor, -9); // only one step back towards the list
+    EXPECT_EQ(third.run("next in pl"), "Song1");
+    EXPECT_EQ(third.winamp.cursor, -7);
+    third.run("stop"); // transport words reset the cursor
+    EXPECT_EQ(third.winamp.cursor, 0);
+    WinampRig rig(20, 3);
+    rig.run("next 10 in pl");
+    EXPECT_EQ(rig.run("prev in pl"), "Song13");
+    // "play" walks the player to the cursor's song and forgets the cursor.
+    EXPECT_EQ(rig.run("play"), "(>)  Song13");
+    EXPECT_EQ(rig.link.buttons, std::vector<int>(9, kWinampNext));
+    EXPECT_EQ(rig.winamp.cursor, 0);
+    rig.run("prev in pl");
+    rig.run("prev in pl");
+    rig.link.buttons.clear();
+    EXPECT_EQ(rig.run("play"), "(>)  Song11");
+    EXPECT_EQ(rig.link.buttons, std::vector<int>(2, kWinampPrev));
 }
 
 TEST(Winamp, APlayerNotRunningIsStartedFirst) {
