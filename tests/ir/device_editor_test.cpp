@@ -30,8 +30,7 @@ protected:
         return *editor;
     }
 
-    FakeView form;
-    FakeView mainView;
+    FakeView form, mainView;
     std::unique_ptr<DeviceEditor> editor;
 };
 

@@ -149,36 +149,30 @@ TEST_F(LearningTest, IRManHasNoGraph) {
 }
 
 TEST_F(LearningTest, ReadOnlyDevices) {
-    struct Case {
-        std::string device, save, del;
-    };
     const std::string ro = "This is a read-only device!";
     const std::string notValidated = "The command is not yet validated! Pres again Record button to validate.";
     const std::string empty = "There are no more commands to delete for the current device!";
-    const Case cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = { // device, Save's status, Delete's
         {"x10lamps", ro, ro},        {"X10lamps", notValidated, empty}, {"Winamp", ro, empty},
         {"IR Dimmer", ro, empty},    {"ir dimmer", ro, ro},             {"Recorded", ro, empty},
         {"recorded", ro, "This is a virtual read-only device!"},        {"Sony TV", notValidated, empty},
     };
     view.setItems("SendCmd", {"EMPTY"}); // what the browser lists for a device without commands
     view.setCurrentIndex("SendCmd", 0);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.device);
-        store.currentDevice = c.device;
+    for (const auto& [device, save, del] : cases) {
+        SCOPED_TRACE(device);
+        store.currentDevice = device;
         learning.onSaveCmdButton();
-        EXPECT_EQ(view.text("StatusBar"), c.save);
+        EXPECT_EQ(view.text("StatusBar"), save);
         learning.onDeleteCmdButton();
-        EXPECT_EQ(view.text("StatusBar"), c.del);
+        EXPECT_EQ(view.text("StatusBar"), del);
     }
     EXPECT_TRUE(dialogs.messages.empty());
     EXPECT_EQ(OnDisk(), DefaultConfiguration());
 }
 
 TEST_F(LearningTest, SaveRefusesBadOrKnownCodes) {
-    struct Case {
-        std::string code, protocol, status;
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = { // code, protocol, status
         {"G10a1", "NEC", "The code you want to save is invalid."},
         {"  G010010010000 ", "SONY", "This command exist as Vol+"},
         {"G00100000110111110001000011101111", "NEC", "This command exist as Power"},
@@ -190,11 +184,11 @@ TEST_F(LearningTest, SaveRefusesBadOrKnownCodes) {
     ASSERT_TRUE(Load(text.insert(text.find("[X10]"), "[Old RC5]\r\nG11110000011111,Old\r\n\r\n")));
     store.currentDevice = "Philips Amp";
     ctx.validated = true;
-    for (const Case& c : cases) {
-        view.setText("CodeStr", c.code);
-        view.setText("ProtocolName", c.protocol); // the panel of the recording
+    for (const auto& [code, protocol, status] : cases) {
+        view.setText("CodeStr", code);
+        view.setText("ProtocolName", protocol); // the panel of the recording
         learning.onSaveCmdButton();
-        EXPECT_EQ(view.text("StatusBar"), c.status) << c.code;
+        EXPECT_EQ(view.text("StatusBar"), status) << code;
     }
     EXPECT_TRUE(dialogs.prompts.empty());
 }
