@@ -210,7 +210,6 @@ TEST(SendButton, RefusalsAndFailuresSendNothing) {
         {"Recorded", "Recorded", "G1011001101", 0xFF0000, " The received command is not yet validated!"},
         {"Recorded", "Recorded", "   ", 0x00FF00, "Nothing to be send!"},
         {"TV", "Mute", "G1011001101", 0x00FF00, "Nothing to be send!"}, // the field's code is not Mute's
-        {"X10", "All-U-Off", "", 0xFFFFFF, "Select the X10 unit in the list first."},
         {"Raw", "Six", "", 0xFFFFFF, noLibrary},
         {"IR Dimmer", "ON/OFF", "", 0xFFFFFF, noLibrary},
     };
