@@ -44,21 +44,6 @@ double Frequency(const std::vector<int>& s, std::size_t first, std::size_t last)
     return crossings / 2.0 / ((last - first) / static_cast<double>(kRate));
 }
 
-// One disk-driver session: audio is opened on construction and flushed to the file at close().
-struct DiskAudio {
-    DiskAudio() {
-        setenv("SDL_AUDIODRIVER", "disk", 1);
-        setenv("SDL_DISKAUDIOFILE", dir.file("out.raw").c_str(), 1);
-        audio = MakeSystemAudio();
-    }
-    std::vector<int> close() {
-        audio.reset();
-        return Recorded(dir.file("out.raw"));
-    }
-    TempDir dir;
-    std::unique_ptr<AudioOutput> audio;
-};
-
 void Pause(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
 // A tone file made by sox: "wav" or "mp3".
@@ -70,46 +55,43 @@ std::string Tone(TempDir& dir, const std::string& name, double hz, double second
     return file;
 }
 
-// The beep blocks for its length; a wav starts and returns at once, a missing one fails.
-TEST(Audio, BeepBlocksAndWavPlays) {
+// The beep blocks for its length; a wav starts and returns at once, a missing one fails; a new
+// mp3 cuts the one playing.
+TEST(Audio, BeepWavAndMp3) {
     ASSERT_TRUE(HaveProgram("sox"));
-    DiskAudio disk;
-    std::string wav = Tone(disk.dir, "tone.wav", 1000, 0.2);
+    TempDir dir;
+    setenv("SDL_AUDIODRIVER", "disk", 1);
+    setenv("SDL_DISKAUDIOFILE", dir.file("out.raw").c_str(), 1);
+    std::unique_ptr<AudioOutput> audio = MakeSystemAudio();
+    std::string wav = Tone(dir, "tone.wav", 1000, 0.2);
+    std::string a = Tone(dir, "long.mp3", 700, 3), b = Tone(dir, "short.mp3", 3000, 0.3);
     auto start = std::chrono::steady_clock::now();
-    disk.audio->beep(5000, 50);
+    audio->beep(5000, 50);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
     Pause(100);
-    EXPECT_TRUE(disk.audio->playWav(wav));
-    EXPECT_FALSE(disk.audio->playWav(disk.dir.file("none.wav").string()));
+    EXPECT_TRUE(audio->playWav(wav));
+    EXPECT_FALSE(audio->playWav(dir.file("none.wav").string()));
     Pause(450);
-    std::vector<int> s = disk.close();
+    EXPECT_TRUE(audio->playMp3(a));
+    Pause(400);
+    EXPECT_TRUE(audio->playMp3(b));
+    Pause(700);
+    audio.reset(); // flushes the file
+    std::vector<int> s = Recorded(dir.file("out.raw"));
     const Span all = LoudSpan(s);
     ASSERT_TRUE(all.any) << "no beep in " << s.size() << " frames";
-    const std::size_t split = all.first + kRate * 8 / 100; // inside the 100 ms between the two
-    const Span beep = LoudSpan(s, 0, split), tone = LoudSpan(s, split);
+    // The wav starts 150 ms after the beep, the first mp3 450 ms after the wav.
+    const std::size_t wavFrom = all.first + kRate * 8 / 100, mp3From = all.first + kRate * 45 / 100;
+    const Span beep = LoudSpan(s, 0, wavFrom), tone = LoudSpan(s, wavFrom, mp3From), mp3 = LoudSpan(s, mp3From);
     EXPECT_NEAR(beep.ms(), 50, 3);
     EXPECT_NEAR(Frequency(s, beep.first, beep.last), 5000, 100);
-    ASSERT_TRUE(tone.any);
+    ASSERT_TRUE(tone.any && mp3.any);
     EXPECT_NEAR(tone.ms(), 200, 5);
     EXPECT_NEAR(Frequency(s, tone.first, tone.last), 1000, 30);
-}
-
-TEST(Audio, NewMp3CutsThePrevious) {
-    ASSERT_TRUE(HaveProgram("sox"));
-    DiskAudio disk;
-    std::string a = Tone(disk.dir, "long.mp3", 700, 3), b = Tone(disk.dir, "short.mp3", 3000, 0.3);
-    EXPECT_TRUE(disk.audio->playMp3(a));
-    Pause(400);
-    EXPECT_TRUE(disk.audio->playMp3(b));
-    Pause(700);
-    std::vector<int> s = disk.close();
-
-    // The long tone stops where the short one starts, and the short one plays out.
-    const Span all = LoudSpan(s);
-    ASSERT_TRUE(all.any);
-    EXPECT_LT(all.ms(), 2500); // three seconds long, cut short; the bound allows a busy machine
-    EXPECT_NEAR(Frequency(s, all.last - kRate / 10, all.last), 3000, 150);
-    EXPECT_NEAR(Frequency(s, all.first, all.first + kRate / 10), 700, 60);
+    // The long mp3 stops where the short one starts, and the short one plays out.
+    EXPECT_LT(mp3.ms(), 2500); // three seconds long, cut short; the bound allows a busy machine
+    EXPECT_NEAR(Frequency(s, mp3.last - kRate / 10, mp3.last), 3000, 150);
+    EXPECT_NEAR(Frequency(s, mp3.first, mp3.first + kRate / 10), 700, 60);
 }
 
 } // namespace
