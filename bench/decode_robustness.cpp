@@ -4,7 +4,7 @@
 // samples, and decoded as the monitoring path decodes it. Random codes, fixed seed.
 //
 //   build/<dir>/bench/decode_robustness [codes-per-cell]
-#include "ir/round_trip.h"
+#include "round_trip.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,5 +1,5 @@
 #pragma once
-// Shared by the round-trip tests and bench/decode_robustness: encode a code with its
+// Encode a code with its
 // protocol's preset, play it through a jittery sampler, decode it as the monitor would.
 
 #include "ir/analysis.h"
