@@ -1,6 +1,6 @@
 #pragma once
-// Encode a code with its
-// protocol's preset, play it through a jittery sampler, decode it as the monitor would.
+// Encode a code with its protocol's preset, play it through a jittery sampler, decode it as the
+// monitor would.
 
 #include "ir/analysis.h"
 #include "ir/codec.h"
