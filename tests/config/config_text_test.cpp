@@ -39,15 +39,6 @@ TEST(ReadLine, ReadsToTheCarriageReturnAndTrimsBlanks) {
     EXPECT_EQ(ReadLine(t, 400), "");
 }
 
-TEST(Splices, InsertAndDeleteUseOneBasedPositions) {
-    EXPECT_EQ(InsertText("abcdef", "XY", 1), "XYabcdef");
-    EXPECT_EQ(InsertText("abcdef", "XY", 3), "abXYcdef");
-    EXPECT_EQ(InsertText("abcdef", "XY", 7), "abcdefXY");
-    EXPECT_EQ(DeleteText("abcdef", 2, 3), "adef");
-    EXPECT_EQ(DeleteText("abcdef", 1, 6), "");
-    EXPECT_EQ(DeleteText("abcdef", 4, 3), "abcdef"); // an empty range deletes nothing
-}
-
 TEST(SectionLookups, HeaderAndDescription) {
     const std::string t = "#top\r\n[General]\r\nA= 1\r\n[TV]\r\n# Living room TV\r\nGPROTO=0\r\nG101,Power\r\n"
                           "[Bare]\r\nGPROTO=1\r\n[End]\r\n";

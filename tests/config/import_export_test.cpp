@@ -201,6 +201,13 @@ TEST_F(ImportExportTest, ExportRoundTripsThroughImport) {
     EXPECT_EQ(out.substr(out.size() - 7), "[End]\r\n");
     EXPECT_EQ(dialogs.texts().back(), "The following devices has been exported successfully:\r\nSony TV\r\nMonitoring");
 
+    // Asked before replacing; No keeps the file.
+    const std::string file = dir.file("living.cfg").string();
+    EXPECT_FALSE(io.Export({"[Philips Amp]"}, file));
+    EXPECT_EQ(dialogs.messages.back().caption, "File exist");
+    EXPECT_EQ(dialogs.messages.back().text, "The file " + file + " exist.\r\nDo you want to replace it?");
+    EXPECT_EQ(dir.read("living.cfg"), out);
+
     // Read back into a configuration that lacks the device.
     store.currentDevice = "Sony TV";
     store.DeleteDevice();
@@ -210,18 +217,6 @@ TEST_F(ImportExportTest, ExportRoundTripsThroughImport) {
     EXPECT_EQ(shownMode, ImportExport::Mode::Import);
     EXPECT_NE(At("[Sony TV]\r\n# SONY 12-bit remote of the living-room TV\r\nGPROTO=1\r\n"), std::string::npos);
     EXPECT_LT(At("[Sony TV]"), At("[X10]"));
-}
-
-TEST_F(ImportExportTest, ExportAsksBeforeReplacing) {
-    dir.write("old.cfg", "keep");
-    const std::string file = dir.file("old.cfg").string();
-    EXPECT_FALSE(io.Export({"[Sony TV]"}, file)); // default answer No
-    EXPECT_EQ(dialogs.messages[0].caption, "File exist");
-    EXPECT_EQ(dialogs.messages[0].text, "The file " + file + " exist.\r\nDo you want to replace it?");
-    EXPECT_EQ(dir.read("old.cfg"), "keep");
-    dialogs.answers.push_back(MsgAnswer::Yes);
-    EXPECT_TRUE(io.Export({"[Sony TV]"}, file));
-    EXPECT_NE(dir.read("old.cfg").find("[Sony TV]"), std::string::npos);
 }
 
 } // namespace
