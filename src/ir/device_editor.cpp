@@ -52,8 +52,12 @@ bool DeviceEditor::LoadForEdit() {
     const char* keys[] = {"#", "GPROTO=", "SENDPLS=", "REPEAT=", "BITG=", "BIT0=", "BIT1=", "GREPEAT="};
     std::string values[8];
     int pos = ctx_.config.Find("[" + device_ + "]");
+    // A header that misses a key must not borrow the next device's: saving would then cut from
+    // this header to that key and merge the two devices.
+    const int next = pos != 0 ? ctx_.config.Find("[", pos) : 0;
     for (int i = 0; i < 8 && pos != 0; ++i) {
         pos = ctx_.config.Find(keys[i], pos);
+        if (next != 0 && pos > next) pos = 0;
         if (pos != 0) values[i] = ctx_.config.Line(pos);
     }
     if (pos == 0) {

@@ -140,11 +140,10 @@ TEST_F(DeviceEditorTest, EditKeepsAGprotoTheListDoesNotShow) {
 }
 
 TEST_F(DeviceEditorTest, EditOfABrokenHeaderRefusesToOpen) {
-    // The keys are searched onward from the header, so only the last device's header can
-    // really miss one; an earlier device would borrow the next device's key.
+    // Sony TV lacks BIT1=: it must not borrow the one of the device behind it.
     std::string text = DefaultConfiguration();
-    ASSERT_TRUE(store.LoadFromText(text.replace(text.find("BIT1=", text.find("[Philips Amp]")), 5, "BITX=")));
-    EXPECT_FALSE(Edit("Philips Amp").Open());
+    ASSERT_TRUE(store.LoadFromText(text.replace(text.find("BIT1=", text.find("[Sony TV]")), 5, "BITX=")));
+    EXPECT_FALSE(Edit("Sony TV").Open());
     ASSERT_EQ(dialogs.messages.size(), 1u);
     const auto& m = dialogs.messages[0];
     EXPECT_EQ(m.text, "Error in the configuration file\r\nThe Device Form can not be opened");
