@@ -135,11 +135,19 @@ void MainController::ShowSettings() {
     view_.setTimerEnabled("BTAutoTimer", s.btMode != 0);
 }
 
-void MainController::Imported(const std::string& shownDevice, int shownIndex) {
+void MainController::Imported(const std::string& shownDevice, const Settings& before) {
+    const Settings& s = ctx_.settings();
+    // An imported port or receiver takes effect now, not at the next start.
+    if (s.comPort != before.comPort || s.itypeLow != before.itypeLow || s.itypeHigh != before.itypeHigh) {
+        ctx_.interfaceType = s.itypeLow;
+        ctx_.txdOutput = s.itypeHigh;
+        Call(hooks_.applyInterface);
+        view_.setText("ReceiverType", ReceiverName(s.itypeLow));
+    }
     ShowSettings();
     // Imported sections move the devices behind them; the device shown stays shown unless the
     // import brought a PROTOCOL= of its own.
-    if (ctx_.settings().protocol != shownIndex)
+    if (s.protocol != before.protocol)
         browser_.Refresh();
     else
         browser_.Reselect(shownDevice);

@@ -51,8 +51,8 @@ public:
     // Sets every check mark, the beep box and the capture delay from the settings, so the
     // window shows what the file holds (at start-up and after an import).
     void ShowSettings();
-    // After File > Import, given the device and index shown before it.
-    void Imported(const std::string& shownDevice, int shownIndex);
+    // After File > Import, given the device shown and the settings before it.
+    void Imported(const std::string& shownDevice, const Settings& before);
 
     // A checkable enable toggle, by object name (InfraredInMenu ... KeyboardMenu, BeepCheckbox).
     // False for a name that is not a toggle.

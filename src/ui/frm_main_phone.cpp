@@ -21,9 +21,9 @@ void FrmMain::wirePhone(Io io) {
     };
     on("FileImportMenu", [this] {
         const std::string shown = ctx_.config.currentDevice;
-        const int index = ctx_.settings().protocol;
+        const Settings before = ctx_.settings();
         importExport_->FileImport();
-        main_->Imported(shown, index);
+        main_->Imported(shown, before);
     });
     on("FileSaveMenu", [this] { importExport_->FileExport(); });
 

@@ -245,11 +245,16 @@ TEST_F(MainTest, WriteFailuresAreReportedAndNothingClaimsSuccess) {
 TEST_F(MainTest, AfterAnImportTheWindowShowsTheFile) {
     ASSERT_TRUE(Start());
     browser.SelectDevice(6); // Winamp
+    const Settings before = store.settings();
     ImportExport io(ctx);
-    store.importText() = "Remote Manager\r\n[General]\r\nBEEPON= 1\r\nMOUSEENA= 0\r\nPROCDELAY= 33\r\n"
-                         "[Radio]\r\n# kitchen\r\nG0101,On\r\n[End]\r\n";
+    store.importText() = "Remote Manager\r\n[General]\r\nCOMPORT= 2\r\nITYPE= 1\r\nBEEPON= 1\r\nMOUSEENA= 0\r\n"
+                         "PROCDELAY= 33\r\n[Radio]\r\n# kitchen\r\nG0101,On\r\n[End]\r\n";
     io.Import({"[General]", "[Radio]"});
-    main->Imported("Winamp", 6);
+    log.clear();
+    main->Imported("Winamp", before);
+    // The imported port and receiver are in use at once.
+    EXPECT_EQ(log.front(), "hook:applyInterface");
+    EXPECT_EQ(view.text("ReceiverType"), "IR Mouse");
     // The new section moved Winamp one row down; it is still the device shown and stored.
     EXPECT_EQ(view.currentText("Protocol"), "Winamp");
     EXPECT_NE(OnDisk().find("PROTOCOL= 7\r\n"), std::string::npos);
