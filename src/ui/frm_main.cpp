@@ -32,6 +32,7 @@
 #include "ui/signal_widget.h"
 
 #include <QDialog>
+#include <QFile>
 #include <QProcess>
 
 namespace quenix {
@@ -115,10 +116,11 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
         QDesktopServices::openUrl(t.contains("://") ? QUrl(t) : QUrl::fromLocalFile(t));
     };
 #ifdef Q_OS_WIN
-    // Windows users get the compiled help in the system's own viewer.
-    hooks.openHelp = [this] {
-        QProcess::startDetached("hh.exe", {"zvk.chm"}, Q(ctx_.config.folder()));
-    };
+    // Windows users get the compiled help in the system's own viewer when it is installed; the
+    // HTML pages otherwise.
+    if (QFile::exists(Q(ctx_.config.folder() + "/zvk.chm"))) {
+        hooks.openHelp = [this] { QProcess::startDetached("hh.exe", {"zvk.chm"}, Q(ctx_.config.folder())); };
+    }
 #endif
     hooks.iconChanged = [this](const std::string& file) {
         QIcon icon(Q(ctx_.config.folder() + "/" + file));
