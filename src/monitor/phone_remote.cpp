@@ -4,6 +4,7 @@
 #include "core/text.h"
 #include "monitor/bt_config.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quenix {
@@ -109,6 +110,15 @@ void PhoneRemote::ShowOnPhone(const std::string& text) {
     Drain();
 }
 
+void PhoneRemote::Pause(int ms) {
+    // The window keeps answering while the phone shows a text; busy_ keeps the port ours.
+    constexpr int kStepMs = 50;
+    for (int waited = 0; waited < ms; waited += kStepMs) {
+        ctx_.clock.sleep(std::min(kStepMs, ms - waited));
+        view_.processEvents();
+    }
+}
+
 bool PhoneRemote::Initialise() {
     if (!ctx_.settings().btEna) return false;
     Busy busy(busy_);
@@ -146,7 +156,7 @@ bool PhoneRemote::Initialise() {
     if (AtExchange("AT*EAM=\"" + kMenuName + "\"").empty()) return Fail();
     if (AtExchange("AT+CMER=0,0,0,0").empty()) return Fail();
     ShowOnPhone("Welcome to Orvel's Quenix Manager");
-    ctx_.clock.sleep(2000);
+    Pause(2000);
     ShowOnPhone("Current device is " + DeviceName(ctx_.settings().btCurrent));
     if (AtExchange("AT+CMER=3,2,0,0").empty()) return Fail();
     view_.setTimerEnabled("BTMonTimer", true);
@@ -272,7 +282,7 @@ bool PhoneRemote::Report(const std::string& report) {
         AtExchange("AT+CMER =0,0,0,0");
         shift_.clear();
         pending_.clear(); // key reporting is off: what is left is not for us
-        ctx_.clock.sleep(1000);
+        Pause(1000);
         return false;
     }
     if (report == "*,1") {

@@ -54,6 +54,8 @@ public:
     static constexpr const char* kProgress = "Initialize bluetooth...";
 
 private:
+    // Waits while the window goes on answering.
+    void Pause(int ms);
     std::string ReplyWait(const std::string& expected, bool keepKeys = true);
     std::string DeviceName(int index) const;
     void RunEvent(const std::string& key);
