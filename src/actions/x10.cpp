@@ -51,8 +51,8 @@ bool EnsureX10Port(Context& ctx, SerialPort& serial, bool irTimeouts) {
     if (h == kNoPort) return false;
     ctx.x10PortHandle = h;
     // The reset prepares the time-outs on the infrared handle, and only the reset minds a
-    // failure there; the system has always done so.
-    if (irTimeouts) return serial.SetComTimeouts(ctx.irPortHandle);
+    // failure there; the system has always done so. Reads return at once, writes never time out.
+    if (irTimeouts) return serial.SetComTimeouts(ctx.irPortHandle, CommTimeouts{0xFFFFFFFFu, 0, 0, 0, 0});
     serial.SetComTimeouts(h);
     return true;
 }

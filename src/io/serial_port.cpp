@@ -8,7 +8,6 @@ namespace quenix {
 
 namespace {
 // A read returns at once with whatever is buffered; a write may take 1 ms a byte plus 10 ms.
-constexpr CommTimeouts kPortTimeouts{0xFFFFFFFFu, 0, 0, 1, 10};
 } // namespace
 
 std::string ComDeviceName(int port) { return "COM" + std::to_string(port); }
@@ -46,10 +45,10 @@ bool SerialPort::ConfigureComPort(std::uint32_t baud, int dataBits, PortHandle h
     return SetComTimeouts(h);
 }
 
-bool SerialPort::SetComTimeouts(PortHandle h) {
+bool SerialPort::SetComTimeouts(PortHandle h, const CommTimeouts& values) {
     if (h == kNoPort) return false;
     if (!driver_.getTimeouts(h, timeouts_)) return false;
-    timeouts_ = kPortTimeouts;
+    timeouts_ = values;
     return driver_.setTimeouts(h, timeouts_);
 }
 

@@ -41,6 +41,9 @@ struct CommTimeouts {
     std::uint32_t writeTotalTimeoutConstant = 0;
 };
 
+// Reads return at once with what is there; writes wait a little per byte.
+inline constexpr CommTimeouts kPortTimeouts{0xFFFFFFFFu, 0, 0, 1, 10};
+
 // The escape functions, numbered as the Windows call numbers them.
 enum class CommEscape : std::uint32_t { SetRTS = 3, ClrRTS = 4, SetDTR = 5, ClrDTR = 6, SetBreak = 8, ClrBreak = 9 };
 
@@ -84,7 +87,7 @@ public:
     PortHandle OpenComPort(int port);                       // -1 when missing or busy
     std::string OpenError() const { return driver_.openError(); }
     bool ConfigureComPort(std::uint32_t baud, int dataBits, PortHandle h);
-    bool SetComTimeouts(PortHandle h);
+    bool SetComTimeouts(PortHandle h, const CommTimeouts& values = kPortTimeouts);
     bool WriteComPort(std::string_view text, PortHandle h); // at most 100 bytes
     std::string ReadComPort(PortHandle h);                  // never waits; at most 100 bytes
     void SetDTR(PortHandle h, bool on);
