@@ -3,7 +3,6 @@
 // A pseudo-terminal pair whose slave a program folder links as com<n>, as a serial port
 // with a device on the far end would appear.
 
-#include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
@@ -18,33 +17,27 @@ namespace quenix::testing {
 class PtyPair {
 public:
     PtyPair() {
-        int slave = -1;
-        if (::openpty(&master_, &slave, nullptr, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
-        name_ = ::ttyname(slave);
-        // The far end reads raw bytes; the slave stays closed until the program opens it, but
-        // keeping one descriptor open holds the pair alive.
+        if (::openpty(&master_, &keep_, nullptr, nullptr, nullptr) != 0) throw std::runtime_error("openpty");
+        // The far end reads raw bytes; the open slave descriptor keeps the pair alive until the
+        // program opens it.
         termios t{};
         ::tcgetattr(master_, &t);
         ::cfmakeraw(&t);
         ::tcsetattr(master_, TCSANOW, &t);
-        keep_ = slave;
         ::fcntl(master_, F_SETFL, ::fcntl(master_, F_GETFL) | O_NONBLOCK);
     }
-    ~PtyPair() {
-        ::close(master_);
-        ::close(keep_);
-    }
+    ~PtyPair() { ::close(master_), ::close(keep_); }
     PtyPair(const PtyPair&) = delete;
     PtyPair& operator=(const PtyPair&) = delete;
 
     void linkAs(const std::filesystem::path& folder, int n) const {
-        std::filesystem::create_symlink(name_, folder / ("com" + std::to_string(n)));
+        std::filesystem::create_symlink(::ttyname(keep_), folder / ("com" + std::to_string(n)));
     }
 
     // Writes to the program and waits until the bytes can be read on the slave side.
     void send(const std::string& bytes) const {
         for (std::size_t done = 0; done < bytes.size();) {
-            ssize_t n = ::write(master_, bytes.data() + done, bytes.size() - done);
+            const ssize_t n = ::write(master_, bytes.data() + done, bytes.size() - done);
             if (n > 0) done += static_cast<std::size_t>(n);
             else waitFor(master_, POLLOUT);
         }
@@ -70,7 +63,6 @@ private:
 
     int master_ = -1;
     int keep_ = -1;
-    std::string name_;
 };
 
 } // namespace quenix::testing

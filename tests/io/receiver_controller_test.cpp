@@ -109,7 +109,6 @@ TEST_F(ReceiverTest, IRManHandshakeAcceptsOkWithinTwoSecondsOnce) {
                   c.accepted ? "IRMan interface initialized OK" : "IRMan interface cannot be initialized!");
         EXPECT_EQ(dialogs.messages[0].icon, c.accepted ? MsgIcon::Information : MsgIcon::Exclamation);
         EXPECT_EQ(ctx.irmanInitialised, c.accepted);
-        EXPECT_EQ(view.text("ReceiverType"), "IRMan");
         // Chosen again on a port that answered, IRMan does not repeat the handshake.
         clock.sleeps.clear();
         controller.onIRManMenu();
@@ -185,8 +184,10 @@ TEST_F(ReceiverTest, ThePortListShowsExistingPortsAndOnlyAnOpenOneAsChosen) {
     EXPECT_EQ(view.text("ReceiverType"), "IRMouse");
 }
 
-TEST_F(ReceiverTest, ChangingToTheX10PortTakesItFromX10AndReappliesTheInterface) {
+TEST_F(ReceiverTest, ChoosingAPortTakesItFromX10OrTurnsTheListRedAndSaysWhy) {
     driver.port(5);
+    driver.port(6).busy = true;
+    driver.port(7).denied = true;
     store.settings().x10Com = 5;
     store.settings().itypeLow = 1; // IRMouse: RTS and DTR power it
     start();
@@ -196,7 +197,6 @@ TEST_F(ReceiverTest, ChangingToTheX10PortTakesItFromX10AndReappliesTheInterface)
 
     view.setCurrentIndex("ComList", 1); // COM5
     controller.onComListClick();
-
     ASSERT_NE(ctx.irPortHandle, kNoPort);
     EXPECT_FALSE(com2().open || ctx.irmanInitialised);
     EXPECT_EQ(library.handles, (std::vector<PortHandle>{old, kNoPort, ctx.irPortHandle}));
@@ -204,17 +204,10 @@ TEST_F(ReceiverTest, ChangingToTheX10PortTakesItFromX10AndReappliesTheInterface)
     EXPECT_TRUE(saved().comPort == 5 && saved().x10Com == 0);
     EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kGreen);
     EXPECT_TRUE(driver.port(5).rts && driver.port(5).dtr); // the IRMouse is powered again
-
-    // Clicking the port already in use changes nothing.
-    controller.onComListClick();
+    controller.onComListClick(); // the port already in use: nothing changes
     EXPECT_EQ(library.handles.size(), 3u);
-}
 
-TEST_F(ReceiverTest, APortThatWillNotOpenTurnsTheListRedAndSaysWhy) {
-    driver.port(5).busy = true;
-    driver.port(6).denied = true;
-    start();
-    for (int index : {1, 2}) {
+    for (int index : {2, 3}) {
         ctx.irmanInitialised = true;
         view.setCurrentIndex("ComList", index);
         controller.onComListClick();
@@ -223,7 +216,7 @@ TEST_F(ReceiverTest, APortThatWillNotOpenTurnsTheListRedAndSaysWhy) {
         EXPECT_FALSE(ctx.irmanInitialised);
         EXPECT_EQ(saved().comPort, index + 4);
     }
-    EXPECT_EQ(view.text("StatusBar"), "COM6: Permission denied");
+    EXPECT_EQ(view.text("StatusBar"), "COM7: Permission denied");
     EXPECT_TRUE(dialogs.messages.empty());
 }
 
@@ -264,7 +257,7 @@ TEST_F(ReceiverTest, StoredItypeRestoresModeAndInterface) {
         std::string caption;
     };
     const Case cases[] = {
-        {16, true, false, 115200, "DCDStd"}, {1, false, false, 9600, "IRMouse"}, {9, false, false, 9600, ""},
+        {16, true, false, 115200, "DCDStd"}, {9, false, false, 9600, ""},
         {18, true, false, 9600, "IRMan"}, // the handshake talks at 9600 baud
         {34, false, true, 9600, "IRMan"}, // IrDA shown checked, without its message
     };

@@ -31,11 +31,9 @@ public:
         return receiver.air.back();
     }
 
-    int capture(std::vector<std::uint8_t>& buffer, Polarity polarity, bool monitor, int procDelay = 20,
-                Sampler* other = nullptr) {
-        return (other ? *other : sampler)
-            .capture({buffer.data(), static_cast<int>(buffer.size()), procDelay, polarity,
-                      monitor ? serpulse::kMonitorEdgeWaitNs : serpulse::kRecordEdgeWaitNs, monitor});
+    int capture(std::vector<std::uint8_t>& buffer, Polarity polarity, bool monitor) {
+        return sampler.capture({buffer.data(), static_cast<int>(buffer.size()), 20, polarity,
+                                monitor ? serpulse::kMonitorEdgeWaitNs : serpulse::kRecordEdgeWaitNs, monitor});
     }
 
     SimClock clock;
@@ -163,53 +161,6 @@ TEST(Sampler, CallsWithoutAnEdgeGiveUpInTheirTime) {
     rig.capture(buffer, Polarity::MarkWhenDcdOn, true);
     rig.driver.port(1).inputs = kModemCtsOn | kModemDsrOn;
     EXPECT_TRUE(rig.sampler.stuck() && rig.capture(buffer, Polarity::MarkWhenDcdOn, true) == 0 && !rig.sampler.stuck());
-}
-
-// A time base that, once, keeps the sampler away for a while, as a descheduled process is.
-class StallingTime final : public serpulse::Timebase {
-public:
-    StallingTime(SimClock& clock, std::int64_t at, std::int64_t length) : clock_(clock), at_(at), length_(length) {}
-    std::int64_t nowNs() override { return clock_.nowNs(); }
-    void sleepNs(std::int64_t ns) override { clock_.sleepNs(ns); }
-    void waitUntilNs(std::int64_t t) override { clock_.waitUntilNs(t >= at_ ? t + std::exchange(length_, 0) : t); }
-
-private:
-    SimClock& clock_;
-    std::int64_t at_, length_;
-};
-
-TEST(Sampler, AnEdgeMissedWhileAwayLandsInTheMiddleOfTheGap) {
-    Rig rig(StandardReceiver());
-    // 11 ms of carrier, then silence; the sampler is away from 10 to 12 ms.
-    Waveform& w = rig.transmit(std::string(20, '1') + std::string(20, '0') + "1", 550, 0);
-    rig.clock.sleepNs(1);
-    StallingTime away(rig.clock, w.startNs + 10'000'000, 2'000'000);
-    Sampler sampler(rig.line, away);
-    std::vector<std::uint8_t> buffer(600, 0);
-    ASSERT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOff, true, 20, &sampler), 1);
-    const std::string samples = UnpackSamples(buffer);
-    const auto firstSpace = samples.find('0');
-    EXPECT_NEAR(static_cast<double>(firstSpace), 11000.0 / 55, 2.0); // not 12 ms, where it was seen
-}
-
-// Calibration (learning) raises PROCDELAY from 0 while a SONY key is held and settles in the
-// middle between the first delay that measures the unit as 10 samples and the first that
-// measures 9. On this sampler that must land near 55 us a sample.
-TEST(Sampler, CalibrationSettlesNearFiftyFiveMicroseconds) {
-    Rig rig(StandardReceiver());
-    ProtocolHeader h = HeaderFromPreset(kProtoSony);
-    const std::string cells = Encode("100000010000", h);
-    int first10 = 0, delay = 0;
-    for (int unit = 0; delay <= 70 && !(unit == 9 && first10 != 0); ++delay) {
-        rig.receiver.air = {{cells, static_cast<double>(h.sendpls), rig.clock.nowNs() + 1'500'000, 10}};
-        std::vector<std::uint8_t> buffer(100, 0);
-        ASSERT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOff, false, delay), 1);
-        unit = AnalyseRuns(UnpackSamples(buffer)).unit;
-        rig.clock.advanceMs(100);
-        if (unit == 10 && first10 == 0) first10 = delay;
-    }
-    const int settled = first10 + (delay - 1 - first10) / 2;
-    EXPECT_NEAR(static_cast<double>(serpulse::SamplePeriodNs(settled)) / 1000.0, 55.0, 3.0) << "PROCDELAY " << settled;
 }
 
 // DTR goes on at every 0->1 cell boundary and off at every 1->0 one, and is off when the send

@@ -1,7 +1,9 @@
-// The serial port layer on real pseudo-terminals, through the POSIX driver.
+// The serial port layer on real pseudo-terminals through the POSIX driver, and its own rules
+// over the simulated one.
 
 #include "io/serial_port.h"
 #include "support/fakes.h"
+#include "support/sim_serial.h"
 #include "pty_pair.h"
 
 #include <gtest/gtest.h>
@@ -59,15 +61,11 @@ TEST_F(SerialPtyTest, PortsOpenOnlyWhenTheyExistAndAreFree) {
 
     folder.write("notatty", "x");
     std::filesystem::create_symlink(folder.file("notatty"), folder.file("com5"));
-    struct Case {
-        int port;
-        bool exists;
-    };
-    for (Case c : {Case{0, false}, Case{3, true}, Case{5, false}, Case{29, false}, Case{31, false}}) {
-        SCOPED_TRACE(c.port);
-        EXPECT_EQ(port.ComPortExists(c.port), c.exists);
-        const PortHandle o = port.OpenComPort(c.port);
-        EXPECT_EQ(o != kNoPort, c.exists);
+    for (int n : {0, 3, 5, 29, 31}) {
+        SCOPED_TRACE(n);
+        EXPECT_EQ(port.ComPortExists(n), n == 3);
+        const PortHandle o = port.OpenComPort(n);
+        EXPECT_EQ(o != kNoPort, n == 3);
         port.CloseHandle(o);
     }
     // Started without stdin, the port must not become descriptor 0: the capture library
@@ -80,7 +78,7 @@ TEST_F(SerialPtyTest, PortsOpenOnlyWhenTheyExistAndAreFree) {
     EXPECT_GE(h, 3);
 }
 
-TEST_F(SerialPtyTest, ConfiguringSetsSpeedRawBytesAndTheTimeoutsAndLinesReadOn) {
+TEST_F(SerialPtyTest, ConfiguringSetsSpeedAndRawBytesAndLinesReadOn) {
     ASSERT_TRUE(port.ConfigureComPort(115200, 6, h));
     termios t{};
     ASSERT_EQ(::tcgetattr(static_cast<int>(h), &t), 0);
@@ -90,17 +88,36 @@ TEST_F(SerialPtyTest, ConfiguringSetsSpeedRawBytesAndTheTimeoutsAndLinesReadOn) 
     EXPECT_FALSE(t.c_oflag & OPOST);
     EXPECT_FALSE(t.c_cflag & CRTSCTS);
 
-    CommTimeouts timeouts;
-    ASSERT_TRUE(driver->getTimeouts(h, timeouts));
-    EXPECT_EQ(timeouts.readIntervalTimeout, 0xFFFFFFFFu);
-    EXPECT_EQ(timeouts.readTotalTimeoutMultiplier + timeouts.readTotalTimeoutConstant, 0u);
-    EXPECT_EQ(timeouts.writeTotalTimeoutMultiplier, 1u);
-    EXPECT_EQ(timeouts.writeTotalTimeoutConstant, 10u);
-
     // A pseudo-terminal has no modem control: line writes do nothing, its lines read on.
     port.SetRTS(h, false);
     port.SetTxDBreak(h, false);
     EXPECT_TRUE(port.IsCTSOn(h) && port.IsDSROn(h) && port.IsDCDOn(h));
+}
+
+// Speed, bits and binary-only go to the driver, parity and stop bits stay as it had them, the
+// time-outs are the layer's own. DTR and RTS drop when their control is first switched to
+// "disable"; configured again (TxD sending does it before every send), the lines stay as set,
+// so the receiver they power keeps hearing.
+TEST(SerialPort, ConfiguringWritesSpeedBitsAndBinaryOnlyAndDropsTheLinesOnce) {
+    SimClock clock;
+    SimSerialDriver driver{clock};
+    SerialPort port{driver};
+    SimPort& com1 = driver.port(1);
+    com1.state = CommState{4800, 7, 1, 2, kCommFlagBinary | kCommFlagOutxCtsFlow | 0x10 | 0x1000};
+    const PortHandle h = port.OpenComPort(1);
+    for (bool linesStay : {false, true}) {
+        port.SetDTR(h, true);
+        port.SetRTS(h, true);
+        ASSERT_TRUE(port.ConfigureComPort(115200, 6, h));
+        EXPECT_TRUE(com1.state.baudRate == 115200 && com1.state.byteSize == 6 && com1.state.flags == 1);
+        EXPECT_TRUE(com1.state.parity == 1 && com1.state.stopBits == 2);
+        EXPECT_TRUE(com1.dtr == linesStay && com1.rts == linesStay);
+        const CommTimeouts& t = com1.timeouts;
+        EXPECT_TRUE(t.readIntervalTimeout == 0xFFFFFFFFu && t.writeTotalTimeoutMultiplier == 1 &&
+                    t.writeTotalTimeoutConstant == 10);
+    }
+    port.CloseHandle(h);
+    EXPECT_FALSE(port.ConfigureComPort(9600, 8, h)); // the driver refuses a closed handle
 }
 
 TEST(ComNames, NumberAndNameRoundTrip) {

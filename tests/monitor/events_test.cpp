@@ -35,18 +35,6 @@ struct EventsRig : Rig {
     }
 };
 
-// The fixed lists by the device's kind, any other device its own section's names in file order.
-TEST(MonitorEvents, CommandListsByDevice) {
-    EventsRig rig;
-    const std::string& t = rig.store.text();
-    using Names = std::vector<std::string>;
-    EXPECT_EQ(InputCommands(t, "Philips Amp"), (Names{"Standby", "Vol+", "Vol-", "Mute"}));
-    for (const char* device : {"X10&Desk Lamp", "MOUSE", "winamp"}) EXPECT_GT(OutputCommands(t, device).size(), 6u);
-    EXPECT_EQ(OutputCommands(t, "Application"), (Names{"Terminal", "Chime"}));
-    EXPECT_EQ(OutputCommands(t, "IR Dimmer"), (Names{"ON/OFF", "DIM/BRI"}));
-    EXPECT_TRUE(OutputCommands(t, "Gone").empty());
-}
-
 TEST(MonitorEvents, AddEvent) {
     struct Case {
         const char* name;

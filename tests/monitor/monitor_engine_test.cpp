@@ -1,7 +1,6 @@
 #include "monitor/monitor_engine.h"
 
 #include "actions/executor.h"
-#include "io/port_line.h"
 #include "ir/codec.h"
 #include "ir/pulse_text.h"
 #include "support/rig.h"
@@ -9,12 +8,8 @@
 
 #include <gtest/gtest.h>
 
-namespace quenix {
+namespace quenix::testing {
 namespace {
-
-using testing::FakeCaptureLibrary;
-using testing::SimClock;
-using testing::SimSerialDriver;
 
 const std::string kNoLibrary =
     "The capture library cannot be used: libserpulse.so: cannot open shared object file: No such file or directory";
@@ -36,7 +31,7 @@ struct EngineRig : BasicRig<SimClock> {
             return d + " " + c + " executed.";
         };
     }
-    testing::SimPort& com1() { return driver.port(1); }
+    SimPort& com1() { return driver.port(1); }
 };
 
 // A key as the receiver would capture it: the device's own header, our encoder, a sampler.
@@ -182,42 +177,6 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
     }
 }
 
-// TxD sending configures the port before every send; the standard receiver, powered from RTS,
-// must still hear the next key.
-TEST(MonitorEngine, KeysStillArriveAfterTxDSends) {
-    EngineRig rig;
-    testing::DcdReceiver receiver = testing::StandardReceiver();
-    rig.com1().peer = &receiver;
-    PortLine line(rig.port, rig.ctx.irPortHandle);
-    serpulse::Sampler sampler(line, rig.clock);
-    rig.library.sampler = &sampler;
-    rig.store.settings().winampEna = true;
-    rig.ctx.txdOutput = 1;
-    rig.port.ConfigureComPort(9600, 8, rig.ctx.irPortHandle); // as opened at start-up
-    ActionBackends backends;
-    backends.winamp = [](const std::string& c) { return "winamp " + c + " executed."; };
-    CommandExecutor executor(rig.ctx, rig.port, rig.library, rig.view, backends);
-    rig.engine.hooks().execute = [&](const std::string& d, const std::string& c) { return executor.Execute(d, c); };
-    rig.engine.Start();
-
-    const ProtocolHeader h = DeviceHeader(rig.store.text(), "Sony TV");
-    std::string code = "G000010010000";
-    bool toggle = false;
-    const std::string cells = EncodeCommand(code, h, toggle);
-    for (int press = 0; press < 3; ++press) {
-        SCOPED_TRACE(press);
-        receiver.air.push_back({cells, static_cast<double>(h.sendpls), rig.clock.nowNs() + 2'000'000});
-        rig.view.setText("ExecCmd", "");
-        for (int tick = 0; tick < 10 && rig.view.text("ExecCmd").empty(); ++tick) {
-            rig.clock.advanceMs(1);
-            rig.engine.OnIRMonTimer();
-        }
-        EXPECT_EQ(rig.view.text("RecCmd"), "Sony TV&Ch+");
-        EXPECT_EQ(rig.view.text("ExecCmd"), "winamp NEXT executed.");
-        EXPECT_EQ(rig.com1().state.baudRate, 115200u);
-    }
-}
-
 TEST(MonitorEngine, HandleEventRunsEveryLineOfTheKey) {
     std::string config = DefaultConfiguration();
     config.insert(config.find("[End]"), "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n");
@@ -239,4 +198,4 @@ TEST(MonitorEngine, HandleEventRunsEveryLineOfTheKey) {
 }
 
 } // namespace
-} // namespace quenix
+} // namespace quenix::testing

@@ -5,11 +5,8 @@
 
 #include <gtest/gtest.h>
 
-namespace quenix {
+namespace quenix::testing {
 namespace {
-
-using testing::SimClock;
-using testing::SimSerialDriver;
 
 class BtConfigTest : public ::testing::Test, protected BasicRig<SimClock> {
 protected:
@@ -88,4 +85,4 @@ TEST_F(BtConfigTest, PortsAndModes) {
 }
 
 } // namespace
-} // namespace quenix
+} // namespace quenix::testing
