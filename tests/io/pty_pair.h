@@ -27,8 +27,6 @@ public:
         ::fcntl(master_, F_SETFL, ::fcntl(master_, F_GETFL) | O_NONBLOCK);
     }
     ~PtyPair() { ::close(master_), ::close(keep_); }
-    PtyPair(const PtyPair&) = delete;
-    PtyPair& operator=(const PtyPair&) = delete;
 
     void linkAs(const std::filesystem::path& folder, int n) const {
         std::filesystem::create_symlink(::ttyname(keep_), folder / ("com" + std::to_string(n)));

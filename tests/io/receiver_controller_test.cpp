@@ -204,7 +204,8 @@ TEST_F(ReceiverTest, ChoosingAPortTakesItFromX10OrTurnsTheListRedAndSaysWhy) {
     EXPECT_TRUE(saved().comPort == 5 && saved().x10Com == 0);
     EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), kGreen);
     EXPECT_TRUE(driver.port(5).rts && driver.port(5).dtr); // the IRMouse is powered again
-    controller.onComListClick(); // the port already in use: nothing changes
+    // The port already in use: nothing changes.
+    controller.onComListClick();
     EXPECT_EQ(library.handles.size(), 3u);
 
     for (int index : {2, 3}) {
@@ -250,36 +251,22 @@ TEST_F(ReceiverTest, TheTxDBoxSwitchesTheTransmitterAndTheIrDABoxNeverStays) {
 }
 
 TEST_F(ReceiverTest, StoredItypeRestoresModeAndInterface) {
-    struct Case {
-        int itype;
-        bool txd, irda;
-        std::uint32_t baud;
-        std::string caption;
-    };
-    const Case cases[] = {
-        {16, true, false, 115200, "DCDStd"}, {9, false, false, 9600, ""},
-        {18, true, false, 9600, "IRMan"}, // the handshake talks at 9600 baud
-        {34, false, true, 9600, "IRMan"}, // IrDA shown checked, without its message
-    };
     IRManPeer irman;
     com2().peer = &irman;
     start();
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.itype);
-        dialogs.messages.clear();
-        ctx.irmanInitialised = false;
-        port.ConfigureComPort(9600, 8, ctx.irPortHandle);
-        store.settings().itypeHigh = c.itype / 16;
-        store.settings().itypeLow = c.itype % 16;
-        controller.applyStoredInterface();
-        EXPECT_EQ(view.isChecked("TxDCheckBox"), c.txd);
-        EXPECT_EQ(view.isChecked("IrDACheckBox"), c.irda);
-        EXPECT_EQ(com2().state.baudRate, c.baud);
-        EXPECT_EQ(view.text("ReceiverType"), c.caption);
-        EXPECT_EQ(ctx.interfaceType, c.itype % 16);
-        EXPECT_EQ(dialogs.texts(), c.caption == "IRMan" ? std::vector<std::string>{"IRMan interface initialized OK"}
-                                                        : std::vector<std::string>{});
-    }
+    port.ConfigureComPort(9600, 8, ctx.irPortHandle);
+    store.settings().itypeHigh = 1; // TxD with a standard receiver
+    controller.applyStoredInterface();
+    EXPECT_TRUE(view.isChecked("TxDCheckBox") && !view.isChecked("IrDACheckBox"));
+    EXPECT_TRUE(com2().state.baudRate == 115200 && view.text("ReceiverType") == "DCDStd");
+
+    // IrDA with an IRMan: the box shows checked without its message, the handshake talks at 9600 baud.
+    store.settings().itypeHigh = 2;
+    store.settings().itypeLow = 2;
+    controller.applyStoredInterface();
+    EXPECT_TRUE(!view.isChecked("TxDCheckBox") && view.isChecked("IrDACheckBox"));
+    EXPECT_TRUE(com2().state.baudRate == 9600 && ctx.interfaceType == 2 && view.text("ReceiverType") == "IRMan");
+    EXPECT_EQ(dialogs.texts(), std::vector<std::string>{"IRMan interface initialized OK"});
 }
 
 } // namespace

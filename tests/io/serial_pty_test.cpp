@@ -120,12 +120,5 @@ TEST(SerialPort, ConfiguringWritesSpeedBitsAndBinaryOnlyAndDropsTheLinesOnce) {
     EXPECT_FALSE(port.ConfigureComPort(9600, 8, h)); // the driver refuses a closed handle
 }
 
-TEST(ComNames, NumberAndNameRoundTrip) {
-    EXPECT_EQ(ComDeviceName(7), "COM7");
-    const std::pair<const char*, int> names[] = {{"COM1", 1}, {"COM30", 30}, {"com12", 12}, {"COM", 0},
-                                                 {"COM0", 0}, {"COM3x", 0},  {"LPT1", 0},   {"COM-2", 0}};
-    for (auto [name, n] : names) EXPECT_EQ(ComPortNumber(name), n) << name;
-}
-
 } // namespace
 } // namespace quenix::testing
