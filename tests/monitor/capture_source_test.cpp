@@ -27,9 +27,10 @@ TEST_F(CaptureSourceTest, LinesAndEntryByInterface) {
         std::string entry; // empty: no capture call
         bool dtr, rts, brk;
     };
-    const Case cases[] = {{0, "IRRecord", false, true, true}, {1, "IRRecordN", true, true, false},
-                          {4, "IRRecord", false, false, true}, {2, "", false, false, true},
-                          {3, "", false, false, true},         {9, "", false, false, true}};
+    const Case cases[] = {{0, "IRRecord", false, true, true},
+                          {1, "IRRecordN", true, true, false},
+                          {4, "IRRecord", false, false, true},
+                          {2, "", false, false, true}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.type);
         line().dtr = line().rts = false;

@@ -41,7 +41,7 @@ std::vector<std::uint8_t> Capture(const EngineRig& rig, const std::string& devic
     return SampleRuns(CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls), 55);
 }
 
-TEST(MonitorEngine, StartByInputsAndInterface) {
+TEST(MonitorEngine, StartByInputsAndInterfaceAndStop) {
     struct Case {
         const char* name;
         bool irIn, btIn;
@@ -92,28 +92,25 @@ TEST(MonitorEngine, StartByInputsAndInterface) {
                     !rig.view.isEnabled("SendButton"));
         // Whichever menu started monitoring, the tray offers Stop.
         EXPECT_TRUE(!rig.view.isEnabled("mnuStartMonitor") && rig.view.isEnabled("mnuStopMonitor"));
+
+        // Stopped from the main menu: the sender (FirM's zone box too) and the tray's Start come back,
+        // the phone's port closes.
+        rig.driver.port(5);
+        rig.ctx.btPortHandle = c.btIn ? rig.port.OpenComPort(5) : kNoPort;
+        int icons = 0;
+        rig.engine.hooks().refreshIcon = [&] { ++icons; };
+        rig.engine.Stop();
+        EXPECT_TRUE(!rig.ctx.monitoring && rig.OnDisk().find("MONITOR= 0\r\n") != std::string::npos);
+        EXPECT_EQ(rig.view.text("StatusBar"), "Monitoring is stopped.");
+        EXPECT_FALSE(rig.driver.port(5).open || rig.ctx.btPortHandle != kNoPort);
+        EXPECT_FALSE(rig.view.isTimerEnabled("IRMonTimer") || rig.view.isTimerEnabled("BTAutoTimer"));
+        EXPECT_TRUE(rig.view.isEnabled("SendButton") && (c.type != 4 || rig.view.isVisible("Zone")));
+        EXPECT_TRUE(rig.view.isEnabled("mnuStartMonitor") && !rig.view.isEnabled("mnuStopMonitor") && icons == 1);
     }
 }
 
-TEST(MonitorEngine, StopRestoresTheSenderAndClosesThePhoneAndConfigureNeedsAnInput) {
+TEST(MonitorEngine, ConfigureNeedsAnInput) {
     EngineRig rig;
-    rig.ctx.interfaceType = 4; // FirM shows its zone box again
-    rig.store.settings().btEna = true;
-    rig.engine.Start();
-    rig.driver.port(5);
-    rig.ctx.btPortHandle = rig.port.OpenComPort(5);
-    int icons = 0;
-    rig.engine.hooks().refreshIcon = [&] { ++icons; };
-    rig.engine.Stop();
-    EXPECT_TRUE(!rig.ctx.monitoring && rig.OnDisk().find("MONITOR= 0\r\n") != std::string::npos);
-    EXPECT_EQ(rig.view.text("StatusBar"), "Monitoring is stopped.");
-    EXPECT_FALSE(rig.driver.port(5).open || rig.ctx.btPortHandle != kNoPort);
-    EXPECT_FALSE(rig.view.isTimerEnabled("IRMonTimer") || rig.view.isTimerEnabled("BTAutoTimer"));
-    EXPECT_TRUE(rig.view.isVisible("Zone") && rig.view.isEnabled("SendButton"));
-    // Stopped from the main menu, the tray offers Start again.
-    EXPECT_TRUE(rig.view.isEnabled("mnuStartMonitor") && !rig.view.isEnabled("mnuStopMonitor"));
-    EXPECT_EQ(icons, 1);
-
     int shown = 0;
     rig.engine.hooks().showEditor = [&] { ++shown; };
     rig.engine.Configure();
