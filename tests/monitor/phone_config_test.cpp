@@ -50,7 +50,6 @@ TEST_F(BtConfigTest, Rename) {
         EXPECT_EQ(dialogs.messages[0].text, message);
         const bool changed = message == "Current device name was changed.";
         EXPECT_EQ(dialogs.messages[0].icon, changed ? MsgIcon::Information : MsgIcon::Critical);
-        EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
         EXPECT_EQ(ctx.settings().bt[2], changed ? "Cellar" : before[2]);
     }
     EXPECT_NE(OnDisk().find("BT2= Cellar\r\n"), std::string::npos);
