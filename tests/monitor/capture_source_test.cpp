@@ -21,7 +21,7 @@ protected:
     PortCaptureSource source{ctx, port, library};
 };
 
-TEST_F(CaptureSourceTest, LinesAndEntryByInterface) {
+TEST_F(CaptureSourceTest, LinesAndEntryByInterfaceAndTheIRManCode) {
     struct Case {
         int type;
         std::string entry; // empty: no capture call
@@ -48,15 +48,13 @@ TEST_F(CaptureSourceTest, LinesAndEntryByInterface) {
     std::vector<std::uint8_t> buffer(600, 0);
     library.captures.clear(); // the library's time-out
     EXPECT_FALSE(source.record(0, buffer, 20, 600));
-}
 
-TEST_F(CaptureSourceTest, IRManReadsOneCodeAt9600) {
+    // An IRMan sends its six-byte code at 9600 baud, or nothing within 5 s.
     line().state.baudRate = 4800;
     line().state.byteSize = 7;
     line().rx = std::string("\x11\x22\x33\x44\x55\x66\x77", 7);
     EXPECT_EQ(source.readIRMan(), std::string("\x11\x22\x33\x44\x55\x66", 6));
     EXPECT_TRUE(line().state.baudRate == 9600 && line().state.byteSize == 8);
-
     line().rx.clear();
     const std::int64_t before = clock.nowMs();
     EXPECT_EQ(source.readIRMan(), "");

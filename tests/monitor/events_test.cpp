@@ -71,12 +71,6 @@ TEST(MonitorEvents, AddEvent) {
         EXPECT_EQ(rig.OnDisk().find(line + "\r\n[End]") != std::string::npos, c.added);
         EXPECT_EQ(rig.view.items("MonEvent").size(), before + (c.added ? 1 : 0));
     }
-    // Without a section after [Monitoring] nothing is added, and nothing asked.
-    EventsRig rig;
-    rig.store.SetText(config.substr(0, config.find("[End]")));
-    rig.pick("Sony TV", "Power", "Mouse", "UP");
-    rig.events.OnAdMonButton();
-    EXPECT_TRUE(rig.dialogs.messages.empty());
 }
 
 TEST(MonitorEvents, DeleteAsksAndTakesOnlyTheWholeLine) {
