@@ -62,9 +62,12 @@ TEST(MonitorEngine, ConfigureStartAndStopByInputsAndInterface) {
         {"phone only", false, true, 2, true, "Monitoring started OK.", true},
         {"no capture library", true, true, 1, false, kNoLibrary.c_str(), true, true},
     };
+    // A key runs every line it starts, matched in any case, and no line it only begins.
+    std::string config = DefaultConfiguration();
+    config.insert(config.find("[End]"), "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n");
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        EngineRig rig;
+        EngineRig rig(config);
         rig.store.settings().irInEna = c.irIn;
         rig.store.settings().btEna = c.btIn;
         rig.ctx.interfaceType = c.type;
@@ -125,7 +128,8 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
     const std::vector<std::uint8_t> noise(600, 0xA5);
     const char* received = "Command received";
     const Case cases[] = {
-        {"SONY key with an event", "Sony TV", "G000010010000", 0, "Sony TV&Ch+", "winamp NEXT executed.", received},
+        {"SONY key with two events", "Sony TV", "G000010010000", 0, "Sony TV&Ch+",
+         "winamp NEXT executed.; X10&Desk Lamp On executed.", received},
         {"NEC key on the IRMouse", "Set-top Box", "G00100000110111111001000001101111", 1, "Set-top Box&Mute",
          "winamp PAUSE executed.", received},
         {"key without an event", "Sony TV", "G101010010000", 0, "Sony TV&Power", "none", received},
@@ -141,9 +145,12 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
         // A library that cannot be called says so once and is not asked every millisecond.
         {"library gone", nullptr, nullptr, 0, "", "", kNoLibrary.c_str(), {}, true, true},
     };
+    // A key runs every line it starts, matched in any case, and no line it only begins.
+    std::string config = DefaultConfiguration();
+    config.insert(config.find("[End]"), "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n");
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        EngineRig rig;
+        EngineRig rig(config);
         rig.store.settings().irInEna = c.irIn;
         rig.ctx.interfaceType = c.type;
         rig.com1().inputs = (c.type == 1) != c.idle ? kModemDcdOn : 0; // the line is active, or idles
@@ -164,21 +171,6 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
         EXPECT_EQ(rig.clock.sleeps, c.code ? std::vector<int>{MonitorEngine::kKeyPauseMs} : std::vector<int>{});
         EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), !c.missing);
     }
-}
-
-TEST(MonitorEngine, HandleEventRunsEveryLineOfTheKey) {
-    std::string config = DefaultConfiguration();
-    config.insert(config.find("[End]"), "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n");
-    EngineRig rig(config);
-    std::vector<std::string> shown;
-    rig.engine.hooks().showOnPhone = [&](const std::string& r) { shown.push_back(r); };
-
-    EXPECT_EQ(rig.engine.HandleEvent("Sony TV&Ch+"), "winamp NEXT executed.; X10&Desk Lamp On executed.");
-    using Runs = std::vector<std::pair<std::string, std::string>>;
-    EXPECT_EQ(rig.executed, (Runs{{"winamp", "NEXT"}, {"X10&Desk Lamp", "On"}}));
-    EXPECT_EQ(rig.store.currentDevice, "X10&Desk Lamp");
-    EXPECT_TRUE(shown.empty()); // the phone is off
-    EXPECT_EQ(rig.engine.HandleEvent("Nobody&Nothing"), "");
 }
 
 } // namespace
