@@ -10,7 +10,8 @@ bash scripts/install-deps.sh
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 work=build/fuzz/corpus-work
-rm -rf "$work" && mkdir -p "$work" && cp tests/fuzz/corpus/* "$work"/
+# The shipped configuration is the main seed; the corpus folder adds the odd cases.
+rm -rf "$work" && mkdir -p "$work" && cp tests/fuzz/corpus/* "$work"/ && cp data/telvorin.cfg "$work"/shipped.cfg
 build/fuzz/bin/config_fuzz -max_total_time="${QUENIX_FUZZ_SECONDS:-60}" -max_len=4096 -print_final_stats=1 \
     "$work" 2>&1 | tail -n 12
 
