@@ -101,8 +101,7 @@ TEST(MonitorEngine, ConfigureStartAndStopByInputsAndInterface) {
         // Whichever menu started monitoring, the tray offers Stop.
         EXPECT_TRUE(!rig.view.isEnabled("mnuStartMonitor") && rig.view.isEnabled("mnuStopMonitor"));
 
-        // Stopped from the main menu: the sender (FirM's zone box too) and the tray's Start come back,
-        // the phone's port closes.
+        // Stopped: the sender (FirM's zone box too) and the tray's Start come back, the phone's port closes.
         rig.driver.port(5);
         rig.ctx.btPortHandle = c.btIn ? rig.port.OpenComPort(5) : kNoPort;
         int icons = 0;

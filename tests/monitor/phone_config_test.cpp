@@ -30,7 +30,7 @@ protected:
     BtConfig bt{ctx, view, port, [this] { ++phoneChanges; }};
 };
 
-TEST_F(BtConfigTest, Rename) {
+TEST_F(BtConfigTest, RenameThenPortsAndModes) {
     const char* invalid = "Invalid device name!";
     const std::pair<std::string, std::string> cases[] = {
         {"PORCH", "This name is in use for device 5 !"},
@@ -53,9 +53,7 @@ TEST_F(BtConfigTest, Rename) {
         EXPECT_EQ(ctx.settings().bt[2], changed ? "Cellar" : before[2]);
     }
     EXPECT_NE(OnDisk().find("BT2= Cellar\r\n"), std::string::npos);
-}
 
-TEST_F(BtConfigTest, PortsAndModes) {
     bt.OnBTCheckbox(true);
     // The receiver's port is not the phone's; a port held elsewhere says so.
     choosePort(0);
