@@ -125,6 +125,7 @@ TEST_F(StoreTest, SetGeneralKeyRefusesWithoutWriting) {
     std::filesystem::remove(dir.file("telvorin.cfg"));
     EXPECT_FALSE(store.SetGeneralKey("", "1"));
     EXPECT_FALSE(store.SetGeneralKey("NOSUCHKEY", "1"));
+    EXPECT_EQ(store.lastError(), "The key NOSUCHKEY= is missing in [General]; the change was not saved.");
     EXPECT_FALSE(std::filesystem::exists(dir.file("telvorin.cfg")));
     // A key that stands only outside [General] ahead of it is not found there.
     ConfigStore s2(dir.str());

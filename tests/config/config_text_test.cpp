@@ -30,15 +30,6 @@ TEST(FindText, FollowsTheSystemsSearchRules) {
     }
 }
 
-TEST(ReadLine, ReadsToTheCarriageReturnAndTrimsBlanks) {
-    const std::string t = "KEY=  value x  \r\nNEXT=1\r\n";
-    EXPECT_EQ(ReadLine(t, 5), "value x");
-    EXPECT_EQ(ReadLine(t, 23), "1");
-    EXPECT_EQ(ReadLine("tail without cr", 6), "without cr");
-    EXPECT_EQ(ReadLine(t, 0), "");
-    EXPECT_EQ(ReadLine(t, 400), "");
-}
-
 TEST(SectionLookups, HeaderAndDescription) {
     const std::string t = "#top\r\n[General]\r\nA= 1\r\n[TV]\r\n# Living room TV\r\nGPROTO=0\r\nG101,Power\r\n"
                           "[Bare]\r\nGPROTO=1\r\n[End]\r\n";
