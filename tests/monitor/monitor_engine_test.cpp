@@ -1,6 +1,7 @@
 #include "monitor/monitor_engine.h"
 
 #include "actions/executor.h"
+#include "io/port_line.h"
 #include "ir/codec.h"
 #include "ir/pulse_text.h"
 #include "support/rig.h"
@@ -169,6 +170,41 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
         EXPECT_EQ(rig.executed.empty(), std::string(c.execCmd).find("executed") == std::string::npos);
         EXPECT_EQ(rig.clock.sleeps, c.code ? std::vector<int>{MonitorEngine::kKeyPauseMs} : std::vector<int>{});
         EXPECT_EQ(rig.view.isTimerEnabled("IRMonTimer"), !c.missing);
+    }
+}
+
+// TxD sending reconfigures the port before every action: the receiver it powers must stay on.
+TEST(MonitorEngine, KeysStillArriveAfterTxDSends) {
+    EngineRig rig;
+    DcdReceiver receiver = StandardReceiver();
+    rig.com1().peer = &receiver;
+    PortLine line(rig.port, rig.ctx.irPortHandle);
+    serpulse::Sampler sampler(line, rig.clock);
+    rig.library.sampler = &sampler;
+    rig.store.settings().winampEna = true;
+    rig.ctx.txdOutput = 1;
+    rig.port.ConfigureComPort(9600, 8, rig.ctx.irPortHandle); // as opened at start-up
+    ActionBackends backends;
+    backends.winamp = [](const std::string& c) { return "winamp " + c + " executed."; };
+    CommandExecutor executor(rig.ctx, rig.port, rig.library, rig.view, backends);
+    rig.engine.hooks().execute = [&](const std::string& d, const std::string& c) { return executor.Execute(d, c); };
+    rig.engine.Start();
+
+    const ProtocolHeader h = DeviceHeader(rig.store.text(), "Sony TV");
+    std::string code = "G000010010000";
+    bool toggle = false;
+    const std::string cells = EncodeCommand(code, h, toggle);
+    for (int press = 0; press < 3; ++press) {
+        SCOPED_TRACE(press);
+        receiver.air.push_back({cells, static_cast<double>(h.sendpls), rig.clock.nowNs() + 2'000'000});
+        rig.view.setText("ExecCmd", "");
+        for (int tick = 0; tick < 10 && rig.view.text("ExecCmd").empty(); ++tick) {
+            rig.clock.advanceMs(1);
+            rig.engine.OnIRMonTimer();
+        }
+        EXPECT_EQ(rig.view.text("RecCmd"), "Sony TV&Ch+");
+        EXPECT_EQ(rig.view.text("ExecCmd"), "winamp NEXT executed.");
+        EXPECT_EQ(rig.com1().state.baudRate, 115200u);
     }
 }
 
