@@ -40,16 +40,6 @@ protected:
                                           }}};
 };
 
-TEST(DeviceKind, DecidedFromTheNameInAnyCase) {
-    const std::pair<const char*, DeviceKind> rows[] = {
-        {"none", DeviceKind::None},           {"X10", DeviceKind::X10},           {"x10", DeviceKind::X10},
-        {"Winamp", DeviceKind::Winamp},       {"MOUSE", DeviceKind::Mouse},       {"IR Dimmer", DeviceKind::IrDimmer},
-        {"application", DeviceKind::Application}, {"Bluetooth", DeviceKind::Bluetooth},
-        {"keyboard", DeviceKind::Keyboard},   {"RECORDED", DeviceKind::Recorded}, {"Sony TV", DeviceKind::Infrared},
-        {"x10 lamp", DeviceKind::Infrared},   {"irdimmer", DeviceKind::Infrared}};
-    for (auto [name, kind] : rows) EXPECT_EQ(KindOfDevice(name), kind) << name;
-}
-
 TEST_F(BrowserTest, EachKindShowsItsTitleAndCommands) {
     // Sections in file order, then the virtual devices.
     EXPECT_EQ(view.items("Protocol"),

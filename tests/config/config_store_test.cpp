@@ -205,7 +205,6 @@ TEST_F(StoreTest, DeleteCommandRemovesOneWholeLine) {
         {"tv", "MUTE", "G1100,Mute\r\n"},
         {"Amp", "Power", "G0111,Power\r\n"},
         {"TV", "Vol+", "G0110,Vol+\r\n"}, // the search runs past the device's section
-        {"TV", "Nothing", ""},
         {"Radio", "Power", ""},
     };
     for (const auto& c : cases) {
