@@ -133,8 +133,8 @@ void MonitorEngine::Start() {
     view_.setVisible("Protocol", false);
     view_.setEnabled("SendButton", false);
 
+    // X10 unit names are read from the text on every action, so there is nothing to reload.
     ctx_.monitoring = true;
-    if (ctx_.config.settings().x10Ena) Call(hooks_.reloadX10);
     ctx_.config.settings().monitor = true;
     ctx_.Written(ctx_.config.SetGeneralKey("MONITOR", " 1"));
     TrayItems();

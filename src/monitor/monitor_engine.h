@@ -32,7 +32,6 @@ public:
         std::function<bool()> minimised;
         std::function<bool()> compact;
         std::function<void()> minButton;
-        std::function<void()> reloadX10;
         std::function<void()> refreshIcon;
         std::function<void()> refreshProtocol;
         // Opens the monitored-events editor.
