@@ -91,12 +91,9 @@ TEST(Winamp, WordsButtonsAndTexts) {
         {"time elapsed", "Winamp TIME ELAPSED OK.", {kWinampTimeElapsed}},
         {"time remaining", "Winamp TIME REMAINING OK.", {kWinampTimeRemaining}},
         {"getname", "Song2", {}},
-        {"next in pl", "Song3", {}},
-        {"prev in pl", "Song1", {}},
         {"power on", "Winamp STARTED.", {}},
         {"louder", invalid, {}},
         {"eqon", invalid, {}, kWinampEqualizer},
-        {"power off", invalid, {}, kWinampClose},
     };
     for (const Row& r : rows) {
         SCOPED_TRACE(r.word);
@@ -182,8 +179,6 @@ bool Eventually(const std::function<bool()>& condition) {
     return condition();
 }
 
-bool Contains(const std::string& s, const std::string& part) { return s.find(part) != std::string::npos; }
-
 // The player started from the shipped WINAMPPATH= through the link, on a session bus of the
 // test's own; it loads a playlist of three generated songs. A config folder of the test's own
 // keeps it silent.
@@ -224,8 +219,11 @@ TEST(MprisPlayer, TheShippedPlayerStartsStaysUpAndAnswers) {
     auto link = MakeSystemWinampLink(path);
     clsWinamp winamp(*link, FolderOf(path));
     auto run = [&](const char* word) { return WinampAction(rig.ctx, winamp, word); };
-    auto status = [](const char* s) { return Eventually([&] { return Contains(Property("PlaybackStatus"), s); }); };
-    auto playing = [](const char* file) { return Eventually([&] { return Contains(Property("Metadata"), file); }); };
+    auto has = [](const char* property, const std::string& part) {
+        return Eventually([&] { return Property(property).find(part) != std::string::npos; });
+    };
+    auto status = [&](const char* s) { return has("PlaybackStatus", s); };
+    auto playing = [&](const char* file) { return has("Metadata", file); };
 
     ASSERT_EQ(winamp.Version(), 0);
     ASSERT_EQ(run("POWER ON"), "Winamp STARTED.") << path;
@@ -244,15 +242,13 @@ TEST(MprisPlayer, TheShippedPlayerStartsStaysUpAndAnswers) {
     EXPECT_EQ(run("NEXT").substr(0, 6), "(>>)  ");
     EXPECT_TRUE(playing("two.wav"));
     EXPECT_EQ(run("GETNAME"), "two");
-    EXPECT_EQ(run("PREV").substr(0, 6), "(<<)  ");
-    EXPECT_TRUE(playing("one.wav"));
 
     Shell("dbus-send --print-reply --dest=org.mpris.MediaPlayer2.mpv /org/mpris/MediaPlayer2 "
           "org.freedesktop.DBus.Properties.Set string:org.mpris.MediaPlayer2.Player string:Volume variant:double:0.5");
     EXPECT_EQ(run("VOLUP"), "VOLUME UP 10% OK.");
-    EXPECT_TRUE(Eventually([] { return Contains(Property("Volume"), "double 0.6"); })) << Property("Volume");
+    EXPECT_TRUE(has("Volume", "double 0.6")) << Property("Volume");
     EXPECT_EQ(run("SHUFFLE"), "Winamp toggle SUFFLE OK.");
-    EXPECT_TRUE(Eventually([] { return Contains(Property("Shuffle"), "boolean true"); })) << Property("Shuffle");
+    EXPECT_TRUE(has("Shuffle", "boolean true")) << Property("Shuffle");
     EXPECT_EQ(run("EQON"), "Invalid Winamp command!"); // MPRIS has no equalizer
     EXPECT_TRUE(status("Playing"));
 
