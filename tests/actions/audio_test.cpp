@@ -36,7 +36,6 @@ Span LoudSpan(const std::vector<int>& s, std::size_t from = 0, std::size_t to = 
     return sp;
 }
 
-// Frequency from the sign changes between two frames.
 double Frequency(const std::vector<int>& s, std::size_t first, std::size_t last) {
     int crossings = 0;
     for (std::size_t i = first + 1; i <= last && i < s.size(); ++i)
@@ -46,7 +45,6 @@ double Frequency(const std::vector<int>& s, std::size_t first, std::size_t last)
 
 void Pause(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
 
-// A tone file made by sox: "wav" or "mp3".
 std::string Tone(TempDir& dir, const std::string& name, double hz, double seconds) {
     std::string file = dir.file(name).string();
     std::string cmd = "sox -n -r 44100 -c 1 " + file + " synth " + std::to_string(seconds) + " sine " +

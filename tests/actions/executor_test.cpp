@@ -126,7 +126,6 @@ TEST(Executor, ChecksPadsPacksAndBeeps) {
         int pulse;
     } rows[] = {
         {"Raw", "Missing", "No code to be send!", {}, 0},
-        {"Nowhere", "Power", "No code to be send!", {}, 0},
         {"Raw", "five", "Invalid code to be send!", {}, 0}, // names match in any case
         {"Raw", "Two", "Please use only 1's and 0's for the code.", {}, 0},
         // 17 cells padded to 24: the 17th lands in the last byte's top bit.
@@ -159,7 +158,6 @@ TEST(Executor, RecordedCommandComesFromTheRecordPanel) {
         std::vector<std::uint8_t> head;
     } rows[] = {
         {"", "G10110", "Information about received command is not complete!", {}},
-        {"SONY", "  ", "Information about received command is not complete!", {}},
         {"UNK", "G10110", "You must first manually define a new device if UNKNOWN.", {}},
         // SONY: "1111" lead-in, "011" for 1, "01" for 0, repeats behind 40-cell gaps.
         {"SONY", "G10110", "Recorded recorded executed.", {0xF6, 0xB6, 0x80}},
