@@ -181,7 +181,6 @@ TEST(RecordedToCode, ByProtocol) {
         {kProtoRc5, "g101101g1011", "G1100G110G1"}, // "1g" swallows the next start mark, the guard too
         {kProtoRc5, "g101G110", "G11G10"},      // "G" and "g" are the same pause
         {kProtoRc5, "g11000", ""},                // "00" violates bi-phase
-        {kProtoRc5, "g1011110", ""},              // so does "11"
         // A stray character is stepped over, never read forever.
         {kProtoNec, "10x0010", "G010"},
         {kProtoSony, "g01x011", "G01"},
@@ -196,7 +195,6 @@ const char* kConfig = "[General]\r\nCOMPORT= 1\r\nG101,InGeneral\r\n\r\n"
 TEST(FindLearnedCommand, LooksUpCodeLinesOutsideGeneral) {
     const std::tuple<std::string, int, std::string> cases[] = { // code, protocol, device&command
         {"101010010000", kProtoSony, "TV Set&Power"},
-        {"G101010010000", kProtoSony, "TV Set&Power"}, // the recorder's marker is dropped
         {"g0101", kProtoNec, "TV Set&Mute"},
         {"11110000001100", kProtoRc5, "Amp&Standby"}, // toggle 1 finds the toggle-0 line
         {"11110000001100", kProtoNec, ""},            // only RC5 ignores the toggle
