@@ -130,8 +130,6 @@ TEST(Executor, ChecksPadsPacksAndBeeps) {
         {"Raw", "Two", "Please use only 1's and 0's for the code.", {}, 0},
         // 17 cells padded to 24: the 17th lands in the last byte's top bit.
         {"Raw", "Long", "Raw Long executed.", {0xB3, 0x66, 0x80}, 420},
-        // NEC: 24 lead-in cells, eight 0 bits of two cells, the stop cell.
-        {"TV", "Power", "TV Power executed.", {0xFF, 0xFF, 0x00, 0xAA, 0xAA, 0x80}, 560},
     };
     for (const Row& r : rows) {
         SCOPED_TRACE(r.command);

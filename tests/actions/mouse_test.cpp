@@ -32,12 +32,10 @@ public:
     // until the expected number came; when none is expected, a short while for strays.
     std::vector<std::string> events(std::size_t expected) {
         std::vector<std::string> out;
-        auto wait = std::chrono::milliseconds(expected == 0 ? 200 : 2000);
-        auto deadline = std::chrono::steady_clock::now() + wait;
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(expected ? 2000 : 200);
         while (std::chrono::steady_clock::now() < deadline && (expected == 0 || out.size() < expected)) {
             XSync(dpy_, False);
-            while (XPending(dpy_)) {
-                XEvent e;
+            for (XEvent e; XPending(dpy_);) {
                 XNextEvent(dpy_, &e);
                 if (e.type == ButtonPress || e.type == ButtonRelease)
                     out.push_back((e.type == ButtonPress ? "+" : "-") + std::to_string(e.xbutton.button));
