@@ -33,11 +33,10 @@ void Cm11Sim::onByte(std::uint8_t b, std::int64_t now) {
             state_ = State::ClockRecord;
             return;
         }
-        if ((b & 0x04) == 0) {
+        if ((b & 0x04) == 0)
             complaints.push_back("header without the sync bit: " + std::to_string(b));
-            return;
-        }
-        state_ = State::Second;
+        else
+            state_ = State::Second;
         return;
     case State::Second: {
         second_ = b;

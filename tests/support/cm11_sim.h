@@ -1,8 +1,7 @@
 #pragma once
 
-// A CM11 interface on the far end of a pty. It checks every byte as the interface does and
-// answers as it does; its time is the test's virtual clock, which drives it on each sleep.
-// Tests link its slave as com<n> in a program folder.
+// A CM11 interface on the far end of a pty, checking and answering every byte as the interface does;
+// the test's clock drives it on each sleep. Tests link its slave as com<n> in a program folder.
 
 #include "core/clock.h"
 #include "io/pty_pair.h"

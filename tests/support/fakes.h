@@ -1,37 +1,44 @@
 #pragma once
 
-// Test doubles for the seams of the core: a virtual clock, scripted dialogs, a recording
-// view and beeper, and a temporary program folder. Header-only, so the benchmarks use them too.
+// Test doubles for the seams of the core: a virtual clock, scripted dialogs, a recording view and
+// beeper, and a temporary program folder. Header-only, so the benchmarks use them too.
 
 #include "core/beeper.h"
 #include "core/clock.h"
 #include "core/dialogs.h"
 #include "core/view.h"
+#include "serpulse/pulse_engine.h"
 
+#include <algorithm>
 #include <deque>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <random>
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 
 namespace quenix::testing {
 
-// Time advances only through sleep().
-class FakeClock final : public Clock {
+// Time advances only when the code under test sleeps or waits, in milliseconds for the program
+// and nanoseconds for the capture library.
+class FakeClock final : public Clock, public serpulse::Timebase {
 public:
     void sleep(int ms) override {
         sleeps.push_back(ms);
-        now_ += ms;
+        ns_ += static_cast<std::int64_t>(ms) * 1'000'000;
     }
-    std::int64_t nowMs() override { return now_; }
+    std::int64_t nowMs() override { return ns_ / 1'000'000; }
+    std::int64_t nowNs() override { return ns_; }
+    void sleepNs(std::int64_t ns) override { ns_ += std::max<std::int64_t>(ns, 0); }
+    void waitUntilNs(std::int64_t t) override { ns_ = std::max(ns_, t); }
+    void advanceMs(std::int64_t ms) { ns_ += ms * 1'000'000; }
 
     std::vector<int> sleeps;
 
 private:
-    std::int64_t now_ = 1'000'000;
+    std::int64_t ns_ = 1'000'000'000'000;
 };
 
 class FakeBeeper final : public Beeper {
@@ -128,7 +135,6 @@ public:
     bool isTimerEnabled(const std::string& t) const override { return get(timers_, t, false); }
     void processEvents() override {}
 
-    // Every text set on a control, in order.
     std::vector<std::string> textsOf(const std::string& control) const {
         std::vector<std::string> r;
         for (const auto& [c, t] : history)
@@ -154,13 +160,9 @@ private:
 // A fresh folder under the system's temporary directory, removed at the end of the test.
 class TempDir {
 public:
-    TempDir() {
-        std::random_device rd;
-        for (int i = 0; i < 100 && path_.empty(); ++i) {
-            auto p = std::filesystem::temp_directory_path() / ("quenix-test-" + std::to_string(rd()));
-            if (std::filesystem::create_directory(p)) path_ = p;
-        }
-        if (path_.empty()) throw std::runtime_error("cannot create a temporary folder");
+    TempDir()
+        : path_(std::filesystem::temp_directory_path() / ("quenix-test-" + std::to_string(std::random_device()()))) {
+        if (!std::filesystem::create_directory(path_)) throw std::runtime_error("cannot create a temporary folder");
     }
     ~TempDir() {
         std::error_code ec;
@@ -180,9 +182,7 @@ public:
 
     static std::string ReadFile(const std::filesystem::path& file) {
         std::ifstream f(file, std::ios::binary);
-        std::stringstream ss;
-        ss << f.rdbuf();
-        return ss.str();
+        return std::string(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
     }
 
 private:

@@ -1,7 +1,6 @@
 #pragma once
 
-// Real programs a test talks to (Xvfb, dbus-daemon, players), started by the test itself and
-// ended with it.
+// Real programs a test talks to (Xvfb, dbus-daemon, players), started and ended by the test.
 
 #include <string>
 #include <vector>
@@ -26,7 +25,6 @@ private:
     std::string pending_;
 };
 
-// Whether a program is on PATH.
 bool HaveProgram(const std::string& name);
 
 // An X server of its own on a free display; display() is ":<n>", empty when it did not start.

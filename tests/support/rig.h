@@ -1,8 +1,7 @@
 #pragma once
 
-// The fixture most controller tests share: a temporary program folder holding the default
-// configuration, a store that has loaded it, and a context on a test clock (the virtual FakeClock
-// unless a simulator needs its own), fake dialogs and beeper.
+// The fixture most controller tests share: a temporary program folder with the default configuration
+// loaded into a store, and a context on a test clock, fake dialogs and beeper.
 
 #include "config/config_store.h"
 #include "config/context.h"

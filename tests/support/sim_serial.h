@@ -1,13 +1,12 @@
 #pragma once
 
-// A simulated serial driver: ports whose modem lines and data are driven by scripted
-// devices on the far end, on a virtual clock that serves both the program (milliseconds)
-// and the capture library (nanoseconds).
+// A simulated serial driver: ports whose modem lines and data are driven by scripted devices on
+// the far end, on the virtual clock.
 
-#include "core/clock.h"
 #include "io/capture_library.h"
 #include "io/serial_port.h"
 #include "serpulse/pulse_engine.h"
+#include "support/fakes.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -20,23 +19,7 @@
 
 namespace quenix::testing {
 
-class SimClock final : public Clock, public serpulse::Timebase {
-public:
-    void sleep(int ms) override {
-        sleeps.push_back(ms);
-        ns_ += static_cast<std::int64_t>(ms) * 1'000'000;
-    }
-    std::int64_t nowMs() override { return ns_ / 1'000'000; }
-    std::int64_t nowNs() override { return ns_; }
-    void sleepNs(std::int64_t ns) override { ns_ += std::max<std::int64_t>(ns, 0); }
-    void waitUntilNs(std::int64_t t) override { ns_ = std::max(ns_, t); }
-    void advanceMs(std::int64_t ms) { ns_ += ms * 1'000'000; }
-
-    std::vector<int> sleeps;
-
-private:
-    std::int64_t ns_ = 1'000'000'000'000;
-};
+using SimClock = FakeClock;
 
 struct SimPort;
 
@@ -63,12 +46,10 @@ struct SimPort {
     bool present = true;
     bool busy = false;   // held by another program
     bool denied = false; // the user may not open it
-    bool open = false;
-    bool dtr = false, rts = false, brk = false;
+    bool open = false, dtr = false, rts = false, brk = false;
     CommState state{9600, 8, 2, 0, kCommFlagBinary | 0x10 | 0x1000}; // as a fresh port: even parity
     CommTimeouts timeouts{};
     std::string rx; // bytes waiting for the program
-    std::string tx; // bytes the program wrote
     std::vector<LineChange> changes;
     std::uint32_t inputs = kModemCtsOn | kModemDsrOn | kModemDcdOn; // when no peer drives them
     SimPeer* peer = nullptr;
@@ -80,16 +61,20 @@ public:
 
     // The port COMn, made present on first use.
     SimPort& port(int n) { return ports_[n]; }
-    // The port behind an open handle.
-    SimPort* portOf(PortHandle h);
     int lineReads = 0; // modem status reads, all an idle monitoring tick may cost
 
     PortHandle open(const std::string& deviceName) override;
     std::string openError() const override { return openError_; }
-    bool getState(PortHandle h, CommState& state) override;
+    bool getState(PortHandle h, CommState& s) override {
+        return with(h, [&](SimPort& p) { s = p.state; });
+    }
     bool setState(PortHandle h, const CommState& state) override;
-    bool getTimeouts(PortHandle h, CommTimeouts& timeouts) override;
-    bool setTimeouts(PortHandle h, const CommTimeouts& timeouts) override;
+    bool getTimeouts(PortHandle h, CommTimeouts& t) override {
+        return with(h, [&](SimPort& p) { t = p.timeouts; });
+    }
+    bool setTimeouts(PortHandle h, const CommTimeouts& t) override {
+        return with(h, [&](SimPort& p) { p.timeouts = t; });
+    }
     bool read(PortHandle h, char* buffer, std::size_t max, std::size_t& got) override;
     bool write(PortHandle h, const char* data, std::size_t size, std::size_t& written) override;
     bool escape(PortHandle h, CommEscape function) override;
@@ -98,6 +83,13 @@ public:
     void close(PortHandle h) override;
 
 private:
+    SimPort* portOf(PortHandle h);
+    template <class F>
+    bool with(PortHandle h, F f) {
+        SimPort* p = portOf(h);
+        if (p) f(*p);
+        return p != nullptr;
+    }
     void setLine(SimPort& p, bool& line, const char* name, bool on);
 
     SimClock& clock_;
@@ -160,22 +152,20 @@ class FakeCaptureLibrary final : public CaptureLibrary {
 public:
     struct Send {
         std::vector<std::uint8_t> bytes;
-        int pulseLength;
-        int txdMode;
+        int pulseLength, txdMode;
     };
     struct Capture {
         std::string entry; // "IRRecord", "IRRecordN", "IRMonitor", "IRMonitorN"
-        int procDelay;
-        int length;
+        int procDelay, length;
     };
 
-    std::optional<std::int32_t> SetHandle(PortHandle h) override;
-    std::optional<std::int32_t> IRRecord(std::uint8_t* buffer, int procDelay, int length) override;
-    std::optional<std::int32_t> IRRecordN(std::uint8_t* buffer, int procDelay, int length) override;
-    std::optional<std::int32_t> IRMonitor(std::uint8_t* buffer, int procDelay) override;
-    std::optional<std::int32_t> IRMonitorN(std::uint8_t* buffer, int procDelay) override;
-    std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
-                                       int txdMode) override;
+    using Result = std::optional<std::int32_t>;
+    Result SetHandle(PortHandle h) override;
+    Result IRRecord(std::uint8_t* b, int delay, int n) override { return capture("IRRecord", b, delay, n); }
+    Result IRRecordN(std::uint8_t* b, int delay, int n) override { return capture("IRRecordN", b, delay, n); }
+    Result IRMonitor(std::uint8_t* b, int delay) override { return capture("IRMonitor", b, delay, 600); }
+    Result IRMonitorN(std::uint8_t* b, int delay) override { return capture("IRMonitorN", b, delay, 600); }
+    Result IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength, int txdMode) override;
     std::string error() const override { return error_; }
     bool Ready() override { return reachable(); }
 
@@ -191,7 +181,7 @@ public:
     std::vector<Send> sends;
 
 private:
-    std::optional<std::int32_t> capture(const char* entry, std::uint8_t* buffer, int procDelay, int length);
+    Result capture(const char* entry, std::uint8_t* buffer, int procDelay, int length);
     bool reachable();
     std::string error_;
 };
