@@ -8,9 +8,7 @@
 #include <QFileDialog>
 #include <QFileSystemModel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QPushButton>
-#include <QTimer>
 #include <QTreeWidget>
 
 #include <gmock/gmock.h>
@@ -19,47 +17,22 @@ namespace quenix::testing {
 namespace {
 
 using namespace ::testing;
-using Step = std::function<void(QDialog*)>;
-
-// Answers each modal window as it comes up with the next step, and keeps the message texts. A
-// window beyond the steps, or one a step left open for 10 s, is cancelled: a surprise fails the
-// test instead of hanging it.
-struct Modals {
-    explicit Modals(std::vector<Step> steps) : steps_(std::move(steps)) {
-        QObject::connect(&timer_, &QTimer::timeout, [this] {
-            auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!d || d->property("answered").toBool()) return;
-            d->setProperty("answered", true);
-            QTimer::singleShot(10000, d, &QDialog::reject);
-            if (auto* box = qobject_cast<QMessageBox*>(d)) texts.push_back(box->text().toStdString());
-            // Run outside this timer's slot: a step may open a nested modal loop of its own.
-            auto step = next_ < steps_.size() ? steps_[next_++] : [](QDialog* w) { w->reject(); };
-            QTimer::singleShot(0, d, [d, step] { step(d); });
-        });
-        timer_.start(20);
-    }
-    std::vector<std::string> texts;
-    std::vector<Step> steps_;
-    std::size_t next_ = 0;
-    QTimer timer_;
-};
-
 // Ticks the row of ImportForm that names the section and presses its button.
 Step Tick(const char* title, const QString& section) {
-    return [=](QDialog* form) {
-        EXPECT_EQ(form->objectName(), "ImportForm");
-        EXPECT_EQ(form->windowTitle(), title);
-        auto* list = form->findChild<QTreeWidget*>("SectionList");
-        if (!list || list->headerItem()->text(1) != "Device Description") return form->reject();
+    return [=](QDialog& form) {
+        EXPECT_EQ(form.objectName(), "ImportForm");
+        EXPECT_EQ(form.windowTitle(), title);
+        auto* list = form.findChild<QTreeWidget*>("SectionList");
+        if (!list || list->headerItem()->text(1) != "Device Description") return form.reject();
         for (QTreeWidgetItem* row : list->findItems(section, Qt::MatchExactly)) row->setCheckState(0, Qt::Checked);
-        QTest::mouseClick(form->findChild<QPushButton*>("ImportButton"), Qt::LeftButton);
+        QTest::mouseClick(form.findChild<QPushButton*>("ImportButton"), Qt::LeftButton);
     };
 }
 
 // Types the whole path into the file name box and presses Enter, as a user may.
 Step Choose(const std::string& file) {
-    return [=](QDialog* d) {
-        auto* name = d->findChild<QLineEdit*>("fileNameEdit");
+    return [=](QDialog& d) {
+        auto* name = d.findChild<QLineEdit*>("fileNameEdit");
         ASSERT_NE(name, nullptr);
         name->setText(QString::fromStdString(file));
         QTest::keyClick(name, Qt::Key_Return);
@@ -67,7 +40,7 @@ Step Choose(const std::string& file) {
 }
 
 Step Press(QMessageBox::StandardButton button) {
-    return [=](QDialog* d) { qobject_cast<QMessageBox*>(d)->button(button)->click(); };
+    return [=](QDialog& d) { qobject_cast<QMessageBox*>(&d)->button(button)->click(); };
 }
 
 // Export to a file that exists, in a folder whose name is not ASCII, then import it back.
