@@ -154,20 +154,12 @@ TEST(Winamp, APlayerNotRunningIsStartedFirst) {
     }
 }
 
-std::string Shell(const std::string& command) {
-    std::string out;
-    if (FILE* f = popen(command.c_str(), "r")) {
-        for (int c; (c = std::fgetc(f)) != EOF;) out += static_cast<char>(c);
-        pclose(f);
-    }
-    return out;
-}
-
 // The player's own answer, read with dbus-send: independent of the code under test.
 std::string Property(const std::string& name) {
     std::string out = Shell("dbus-send --print-reply --dest=org.mpris.MediaPlayer2.mpv /org/mpris/MediaPlayer2 "
                           "org.freedesktop.DBus.Properties.Get string:org.mpris.MediaPlayer2.Player string:" +
-                          name + " 2>/dev/null");
+                          name + " 2>/dev/null")
+                          .out;
     std::size_t v = out.find("variant");
     return v == std::string::npos ? std::string() : out.substr(v);
 }
@@ -208,7 +200,8 @@ TEST(MprisPlayer, TheShippedPlayerStartsStaysUpAndAnswers) {
         ~EndPlayer() {
             std::string pid = Shell("dbus-send --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
                                     "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.mpris.MediaPlayer2.mpv"
-                                    " 2>/dev/null | sed -n 's/.*uint32 //p'");
+                                    " 2>/dev/null | sed -n 's/.*uint32 //p'")
+                                  .out;
             if (std::atoi(pid.c_str()) > 0) kill(std::atoi(pid.c_str()), SIGTERM);
             unsetenv("DBUS_SESSION_BUS_ADDRESS");
             unsetenv("XDG_CONFIG_HOME");

@@ -1,27 +1,15 @@
 // Runs the built quenix-ir the way a script would.
+#include "support/peers.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <string>
-#include <sys/wait.h>
 
 namespace {
 
-struct Output {
-    std::string out;
-    int status;
-};
-
-Output Shell(const std::string& command) {
-    std::string out;
-    FILE* p = popen(command.c_str(), "r");
-    std::array<char, 4096> buf{};
-    for (std::size_t n = 0; p && (n = fread(buf.data(), 1, buf.size(), p)) > 0;) out.append(buf.data(), n);
-    const int rc = p ? pclose(p) : -1;
-    return {out, WIFEXITED(rc) ? WEXITSTATUS(rc) : -1};
-}
+using quenix::testing::Shell;
+using quenix::testing::ShellOutput;
 
 const std::string kTool = QUENIX_PROGRAM_DIR "/quenix-ir";
 
@@ -41,7 +29,7 @@ TEST(QuenixIrTool, EncodeToPulseTextAndDecodeGivesTheCodeBack) {
         {"CUSTOM", "G0010000011011111", "G001000001101111", "NEC", "A possible invalid NEC"},
     };
     for (const Case& c : cases) {
-        Output o = Shell(kTool + " encode --protocol " + c.protocol + " --code " + c.code + " --format mode2 | " +
+        ShellOutput o = Shell(kTool + " encode --protocol " + c.protocol + " --code " + c.code + " --format mode2 | " +
                          kTool + " decode 2>&1");
         EXPECT_EQ(o.status, 0) << o.out;
         EXPECT_EQ(Field(o.out, "protocol") + " " + Field(o.out, "code") + " " + Field(o.out, "frame"),
@@ -51,7 +39,7 @@ TEST(QuenixIrTool, EncodeToPulseTextAndDecodeGivesTheCodeBack) {
 }
 
 TEST(QuenixIrTool, FormatsPeriodAndPackedCaptures) {
-    Output o = Shell(kTool + " encode --protocol sony --code G101 --repeat 0 --grepeat 0 --bitg 11 --format packed");
+    ShellOutput o = Shell(kTool + " encode --protocol sony --code G101 --repeat 0 --grepeat 0 --bitg 11 --format packed");
     EXPECT_EQ(o.out, "dac0\n"); // 11 011 01 011 -> 1101 1010 11, filled with 0 cells
     o = Shell(kTool + " encode --protocol NEC --code G0010000011011111 --format mode2 | " + kTool + " decode --period 50");
     EXPECT_EQ(Field(o.out, "unit_us"), "500"); // the sample period scales the unit
@@ -68,7 +56,7 @@ TEST(QuenixIrTool, BadInputIsOneLineOnStderrAndStatusTwo) {
         "decode --period x",                           "frobnicate",
     };
     for (const std::string& args : cases) {
-        Output o = Shell(kTool + " " + args + " 2>&1 >/dev/null");
+        ShellOutput o = Shell(kTool + " " + args + " 2>&1 >/dev/null");
         EXPECT_EQ(o.status, 2) << args;
         EXPECT_EQ(std::count(o.out.begin(), o.out.end(), '\n'), 1) << args << ": " << o.out;
     }

@@ -7,7 +7,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 
 extern char** environ;
@@ -67,6 +69,15 @@ XvfbServer::XvfbServer(const std::string& screen)
     : process_({"Xvfb", "-displayfd", "1", "-screen", "0", screen, "-nolisten", "tcp", "-noreset"}) {
     std::string number = process_.readLine(10000);
     if (!number.empty()) display_ = ":" + number;
+}
+
+ShellOutput Shell(const std::string& command) {
+    std::string out;
+    FILE* p = popen(command.c_str(), "r");
+    std::array<char, 4096> buf{};
+    for (std::size_t n = 0; p && (n = fread(buf.data(), 1, buf.size(), p)) > 0;) out.append(buf.data(), n);
+    const int rc = p ? pclose(p) : -1;
+    return {out, WIFEXITED(rc) ? WEXITSTATUS(rc) : -1};
 }
 
 } // namespace quenix::testing

@@ -27,6 +27,13 @@ private:
 
 bool HaveProgram(const std::string& name);
 
+// Runs a shell command line: its standard output and exit status (-1 when it did not exit).
+struct ShellOutput {
+    std::string out;
+    int status;
+};
+ShellOutput Shell(const std::string& command);
+
 // An X server of its own on a free display; display() is ":<n>", empty when it did not start.
 class XvfbServer {
 public:
