@@ -30,32 +30,5 @@ TEST(FindText, FollowsTheSystemsSearchRules) {
     }
 }
 
-TEST(SectionLookups, HeaderAndDescription) {
-    const std::string t = "#top\r\n[General]\r\nA= 1\r\n[TV]\r\n# Living room TV\r\nGPROTO=0\r\nG101,Power\r\n"
-                          "[Bare]\r\nGPROTO=1\r\n[End]\r\n";
-    EXPECT_EQ(FindSectionHeader("g101,power", t), "[TV]");
-    EXPECT_EQ(FindSectionHeader("A= 1", t), "[General]");
-    EXPECT_EQ(FindSectionHeader("#top", t), "");
-    EXPECT_EQ(FindSectionHeader("missing", t), "");
-    EXPECT_EQ(GetDeviceDescription("tv", t), " Living room TV"); // the blank after # is kept
-    EXPECT_EQ(GetDeviceDescription("Nope", t), "");
-    // A device without a comment line yields nothing of its own.
-    EXPECT_EQ(GetDeviceDescription("Bare", t), "");
-}
-
-TEST(IsValidName, TrimsInPlaceAndRefusesReservedCharacters) {
-    const std::pair<const char*, bool> cases[] = {
-        {"  Living TV ", true}, {"", true}, {"a[b", false}, {"a]b", false}, {"a,b", false},
-        {"a#b", false},         {"50%", false}, {"R&B", false}, {"x-y_z.1", true},
-    };
-    for (auto [name, valid] : cases) {
-        std::string n = name;
-        EXPECT_EQ(IsValidName(n), valid) << name;
-    }
-    std::string n = "  Living TV ";
-    IsValidName(n);
-    EXPECT_EQ(n, "Living TV");
-}
-
 } // namespace
 } // namespace quenix
