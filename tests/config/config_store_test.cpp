@@ -58,10 +58,6 @@ TEST_F(StoreTest, ValuesAreReadAsTheirLeadingNumber) {
     EXPECT_EQ(s.bt[3], "T68i phone");
     EXPECT_EQ(s.btCurrent, -3);
     EXPECT_TRUE(s.monitor);
-
-    Load(DefaultConfiguration());
-    EXPECT_EQ(s.comPort, 1);
-    EXPECT_TRUE(s.irInEna);
 }
 
 TEST_F(StoreTest, BrokenFilesFailTheLoad) {
@@ -240,8 +236,7 @@ TEST_F(StoreTest, DeleteDeviceTakesTheSectionUpToTheNextHeader) {
 }
 
 TEST_F(StoreTest, MonitorDeviceList) {
-    const std::string devices = std::string(kDevices);
-    std::string text = Config(General({{"WINAMPENA", "1"}, {"MOUSEENA", "1"}, {"BTENA", "1"}}), devices);
+    std::string text = Config(General({{"WINAMPENA", "1"}, {"MOUSEENA", "1"}, {"BTENA", "1"}}), kDevices);
     text.replace(text.find("[X10]\r\n"), 7, "[X10]\r\n/X10/*a1,Desk Lamp\r\n/X10/*b12, Fan \r\n");
     text.replace(text.find("[Application]\r\n"), 15, "[Application]\r\n@xterm,Term\r\n");
     Load(text);

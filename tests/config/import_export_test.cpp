@@ -132,17 +132,6 @@ TEST_F(ImportExportTest, ExistingDeviceOverrideOrRename) {
     }
 }
 
-TEST_F(ImportExportTest, OverrideTooLargeKeepsTheOldSection) {
-    std::string big = "[Sony TV]\r\n# huge\r\n";
-    while (big.size() < 33000) big += "G101010010000,Key" + std::to_string(big.size()) + "\r\n";
-    store.importText() = "Remote Manager\r\n[General]\r\n" + big + "[End]\r\n";
-    dialogs.answers.push_back(MsgAnswer::Ok);
-    const std::string before = store.text();
-    EXPECT_TRUE(io.Import({"[Sony TV]"}).empty());
-    EXPECT_EQ(dialogs.texts()[1], "The configuration file cannot grow beyond 32767 characters; the change was not made.");
-    EXPECT_EQ(store.text(), before);
-}
-
 TEST_F(ImportExportTest, ImportThatCannotBeSavedLeavesEverythingAsItWas) {
     const std::string before = store.text();
     BlockSaves();

@@ -51,7 +51,6 @@ protected:
         hooks.closePort = [this](PortHandle h) { log.push_back("hook:closePort " + std::to_string(h)); };
         hooks.setCaptureHandle = [this](PortHandle h) { log.push_back("hook:setCaptureHandle " + std::to_string(h)); };
         hooks.iconChanged = [this](const std::string& f) { log.push_back("icon:" + f); };
-        hooks.openUrl = [this](const std::string& u) { log.push_back("url:" + u); };
     }
 
     void Write(const std::string& text) { dir.write(ConfigStore::kFileName, text); }
@@ -223,7 +222,6 @@ TEST_F(MainTest, WriteFailuresAreReportedAndNothingClaimsSuccess) {
             << what;
         EXPECT_EQ(OnDisk(), onDisk) << what;
     }
-    // The window shows what the file holds.
     EXPECT_FALSE(view.isChecked("BeepCheckbox"));
     EXPECT_EQ(store.Find("xeyes"), 0);
     EXPECT_NE(view.text("StatusBar"), "Command Eyes added.");
