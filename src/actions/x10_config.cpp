@@ -134,11 +134,8 @@ bool X10ConfigController::onOK() {
     const std::string before = cfg.text();
     // The section is replaced in one splice: a refused one leaves the old names in place.
     const bool ok = cfg.SetText(textWithNames()) && cfg.SetGeneralKey("X10COM", std::to_string(port), false) &&
-                    cfg.SetGeneralKey("X10ENA", enabled ? "1" : "0", false) && cfg.SaveConfiguration();
-    if (!ctx_.Written(ok)) {
-        cfg.SetText(before); // what the disk holds; the window stays open with the edits
-        return false;
-    }
+                    cfg.SetGeneralKey("X10ENA", enabled ? "1" : "0", false);
+    if (!ctx_.Commit(before, ok)) return false; // the window stays open with the edits
     if (port != s.x10Com) {
         // Give the old port back, unless it was the shared infrared one; the next command opens the new.
         if (ctx_.x10PortHandle >= 1 && ctx_.x10PortHandle != ctx_.irPortHandle) serial_.CloseHandle(ctx_.x10PortHandle);

@@ -391,10 +391,7 @@ void BrowserController::AddApplication() {
         d.message(ctx_.config.lastError());
         return;
     }
-    if (!ctx_.Written(ctx_.config.SaveConfiguration())) {
-        ctx_.config.SetText(before);
-        return;
-    }
+    if (!ctx_.Commit(before)) return;
     if (selectedKind() == DeviceKind::Application) ShowCommands(CommandsOf(selectedDevice()));
     view_.setStatus("Command " + entry + " added.");
 }

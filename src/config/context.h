@@ -77,6 +77,14 @@ struct Context {
         return ok;
     }
 
+    // Saves a change made to the text since `before`. When the change was refused (ok false) or the
+    // save fails, tells the user why and puts back `before`, which is what the disk holds.
+    bool Commit(const std::string& before, bool ok = true) {
+        if (Written(ok && config.SaveConfiguration())) return true;
+        config.SetText(before);
+        return false;
+    }
+
     // Beeps, when the beep option is on.
     void beepIfOn(int hz, int ms) {
         if (config.settings().beepOn) beeper.beep(hz, ms);

@@ -196,10 +196,7 @@ bool DeviceEditor::Apply(const std::string& name, const std::string& header) {
         else at = static_cast<int>(cfg.text().size()) + 1;
         ok = cfg.Insert(header, at);
     }
-    if (!ctx_.Written(ok && cfg.SaveConfiguration())) {
-        cfg.SetText(before); // the form stays open on what the user typed
-        return false;
-    }
+    if (!ctx_.Commit(before, ok)) return false; // the form stays open on what the user typed
     cfg.currentDevice = name; // the browser selects it again when the form closes
     return true;
 }

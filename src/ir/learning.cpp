@@ -63,10 +63,7 @@ void Learning::onSaveCmdButton() {
     const std::string name = askCommandName();
     if (name.empty()) return;
     const std::string before = ctx_.config.text();
-    if (!ctx_.Written(insertCommandLine(code + "," + name + "\r\n") && ctx_.config.SaveConfiguration())) {
-        ctx_.config.SetText(before);
-        return;
-    }
+    if (!ctx_.Commit(before, insertCommandLine(code + "," + name + "\r\n"))) return;
     if (refresh_) refresh_(name);
 }
 
@@ -130,10 +127,7 @@ void Learning::onDeleteCmdButton() {
     const std::string before = ctx_.config.text();
     ctx_.config.currentCommand = name;
     ctx_.config.DeleteCommand();
-    if (!ctx_.Written(ctx_.config.SaveConfiguration())) {
-        ctx_.config.SetText(before);
-        return;
-    }
+    if (!ctx_.Commit(before)) return;
     // After the refresh, which shows the device's description in the status bar.
     if (refresh_) refresh_("");
     view_.setStatus("Command " + name + " deleted successfully.");

@@ -149,12 +149,6 @@ std::string MonitorEvents::BuildLine() const {
            view_.currentText("OutCmd");
 }
 
-bool MonitorEvents::Save(const std::string& before) {
-    if (ctx_.Written(ctx_.config.SaveConfiguration())) return true;
-    ctx_.config.SetText(before); // the list keeps showing what the file holds
-    return false;
-}
-
 void MonitorEvents::OnAdMonButton() {
     // A device without commands leaves its list empty; "Lamp&" would never match a key.
     if (view_.currentText("IRCmd").empty() || view_.currentText("OutCmd").empty()) {
@@ -181,7 +175,7 @@ void MonitorEvents::OnAdMonButton() {
         ctx_.dialogs.message(ctx_.config.lastError());
         return;
     }
-    Save(before);
+    ctx_.Commit(before); // the list shows what the file holds either way
     RefreshEvents();
 }
 
@@ -214,7 +208,7 @@ bool MonitorEvents::DeleteEvent(const std::string& line, bool ask) {
     if (last < t.size() && t[last] == '\n') ++last;
     const std::string before = t;
     ctx_.config.Delete(static_cast<int>(first) + 1, static_cast<int>(last));
-    const bool saved = Save(before);
+    const bool saved = ctx_.Commit(before);
     RefreshEvents();
     return saved;
 }

@@ -49,7 +49,6 @@ public:
 
 private:
     void RefreshEvents();
-    bool Save(const std::string& before);
 
     Context& ctx_;
     View& view_;
