@@ -13,6 +13,8 @@ PKGS=(
   xvfb xauth x11-utils xdotool imagemagick trayer
   dbus dbus-x11 mpv mpv-mpris sox libsox-fmt-mp3
   at-spi2-core python3-pyatspi
+  lirc lirc-compat-remotes
+  wine wine64
 )
 SUDO=""
 if [ "$(id -u)" != 0 ]; then SUDO="sudo"; fi
