@@ -30,9 +30,10 @@ bool WriteFileAtomically(const std::string& linkOrPath, const std::string& data,
     std::size_t left = data.size();
     while (left > 0) {
         ssize_t w = ::write(fd, p, left);
-        if (w < 0) {
-            if (errno == EINTR) continue;
-            error = "Cannot write " + tmp + ": " + std::strerror(errno);
+        if (w < 0 && errno == EINTR) continue;
+        if (w <= 0) {
+            // A full disk may take nothing without saying why; do not wait for room forever.
+            error = "Cannot write " + tmp + ": " + std::strerror(w == 0 ? ENOSPC : errno);
             ::close(fd);
             ::unlink(tmp.c_str());
             return false;

@@ -23,7 +23,9 @@ bool WriteFileAtomically(const std::string& path, const std::string& data, std::
     DWORD written = 0;
     BOOL ok = WriteFile(h, data.data(), static_cast<DWORD>(data.size()), &written, nullptr) && written == data.size() &&
               FlushFileBuffers(h);
-    if (!ok) error = "Cannot write " + tmp + ": " + LastErrorText();
+    if (!ok)
+        error = "Cannot write " + tmp + ": " +
+                (written < data.size() && GetLastError() == 0 ? "the disk is full" : LastErrorText());
     CloseHandle(h);
     if (!ok) {
         DeleteFileA(tmp.c_str());

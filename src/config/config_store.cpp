@@ -61,6 +61,7 @@ std::string ConfigStore::path() const {
 bool ConfigStore::LoadConfiguration() {
     std::string data;
     if (!ReadWholeFile(path(), data, lastError_)) return false;
+    onDisk_ = data;
     return LoadFromText(std::move(data));
 }
 
@@ -123,6 +124,7 @@ bool ConfigStore::ParseGeneral() {
 }
 
 bool ConfigStore::SetText(std::string text) {
+    reloaded_ = false;
     if (Len(text) > kMaxConfigLength) {
         lastError_ = "The configuration file cannot grow beyond 32767 characters; the change was not made.";
         return false;
@@ -137,6 +139,16 @@ bool ConfigStore::Insert(std::string_view insertion, int pos) { return SetText(I
 bool ConfigStore::Delete(int first, int last) { return SetText(DeleteText(text_, first, last)); }
 
 bool ConfigStore::SaveConfiguration() {
+    reloaded_ = false;
+    std::string now, unreadable;
+    // A file that is gone or cannot be read holds nothing of another program's to keep.
+    if (onDisk_ && ReadWholeFile(path(), now, unreadable) && now != *onDisk_) {
+        if (!overwriteChangedFile) {
+            lastError_ = "telvorin.cfg was changed by another program; it was not overwritten.";
+            return false;
+        }
+        if (!overwriteChangedFile()) return Reload(std::move(now));
+    }
     std::size_t close = text_.rfind(']');
     if (close == std::string::npos) {
         lastError_ = "The configuration text has no sections; it was not saved.";
@@ -144,12 +156,30 @@ bool ConfigStore::SaveConfiguration() {
     }
     std::string out = text_.substr(0, close + 1) + "\r\n";
     if (!WriteFileAtomically(path(), out, lastError_)) return false;
+    onDisk_ = out;
     text_ = std::move(out);
     lastError_.clear();
     return true;
 }
 
+bool ConfigStore::Reload(std::string changed) {
+    const Settings prior = settings_;
+    std::string ours = text_;
+    if (!LoadFromText(changed)) {
+        // A half-written or broken file is not taken; it is asked about again at the next save.
+        lastError_ = "telvorin.cfg was changed by another program and cannot be loaded: " + lastError_;
+        text_ = std::move(ours);
+        settings_ = prior;
+        return false;
+    }
+    onDisk_ = std::move(changed);
+    settingsBeforeReload_ = prior;
+    reloaded_ = true;
+    return false;
+}
+
 bool ConfigStore::SetGeneralKey(std::string_view key, std::string_view value, bool save) {
+    reloaded_ = false;
     auto missing = [&] {
         lastError_ = "The key " + std::string(key) + "= is missing in [General]; the change was not saved.";
         return false;
@@ -166,7 +196,7 @@ bool ConfigStore::SetGeneralKey(std::string_view key, std::string_view value, bo
     t = InsertText(t, Trim(value), v + 1);
     if (!SetText(std::move(t))) return false;
     if (save && !SaveConfiguration()) {
-        text_ = before;
+        if (!reloaded_) text_ = before;
         return false;
     }
     return true;
@@ -200,7 +230,7 @@ bool ConfigStore::DeleteDevice() {
     if (!Delete(first, last)) return false;
     if (SaveConfiguration()) return true;
     // The section stays in memory as it stays on disk.
-    text_ = before;
+    if (!reloaded_) text_ = before;
     return false;
 }
 

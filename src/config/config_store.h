@@ -3,6 +3,8 @@
 #include "config/config_text.h"
 #include "config/settings.h"
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -26,7 +28,17 @@ public:
 
     // Cuts everything behind the last "]", writes the text and CR LF, and makes memory agree.
     // The file is replaced atomically; on failure both the file and the text stay as they were.
+    // A file that another program changed since it was last read or written is not overwritten
+    // unless overwriteChangedFile says so; otherwise it is reloaded and the save reports false.
     bool SaveConfiguration();
+
+    // Asked when telvorin.cfg changed on disk behind the program's back: true overwrites it, false
+    // reloads it. Without an answer the save is refused.
+    std::function<bool()> overwriteChangedFile;
+    // True when the last save reloaded the changed file instead of writing: text and settings are
+    // the file's now, and the caller must not put back its own text.
+    bool reloaded() const { return reloaded_; }
+    const Settings& settingsBeforeReload() const { return settingsBeforeReload_; }
 
     // Sets the value of a [General] key in place (keeping the first character after "=") and
     // saves unless told not to. False, with nothing written and lastError set, when [General], the
@@ -71,6 +83,11 @@ public:
 
 private:
     bool ParseGeneral();
+    bool Reload(std::string changed);
+
+    std::optional<std::string> onDisk_; // the bytes last read from or written to the file
+    bool reloaded_ = false;
+    Settings settingsBeforeReload_;
 
     std::string folder_;
     std::string text_;

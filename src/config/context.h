@@ -6,6 +6,7 @@
 #include "core/dialogs.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,17 @@ struct ProtocolHeader {
 // no mutable globals: whatever lives as long as the program lives here.
 struct Context {
     Context(ConfigStore& store, Clock& clk, Dialogs& dlg, Beeper& bp)
-        : config(store), clock(clk), dialogs(dlg), beeper(bp) {}
+        : config(store), clock(clk), dialogs(dlg), beeper(bp) {
+        config.overwriteChangedFile = [this] {
+            return dialogs.messageBox("telvorin.cfg was changed by another program since it was last read.\r\n"
+                                      "Overwrite it with this program's configuration?\r\n\r\n"
+                                      "No reloads the file; the change just made here is dropped.",
+                                      "ZVK", MsgIcon::Question, MsgButtons::YesNo) == MsgAnswer::Yes;
+        };
+    }
+    ~Context() { config.overwriteChangedFile = nullptr; }
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
 
     ConfigStore& config;
     Clock& clock;
@@ -66,10 +77,16 @@ struct Context {
     // SecondTimer ticks (one per 200 ms); the phone's reply wait resets and watches it.
     int secondTicks = 0;
 
+    // Refreshes the windows after a save reloaded the file that another program changed; it gets
+    // the settings as they were before.
+    std::function<void(const Settings&)> onReloaded;
+
     // Tells the user, in a "ZVK" box, why the last change of telvorin.cfg did not reach the disk.
     // Passes ok through, so a caller writes `if (!ctx.Written(store.SaveConfiguration())) return;`.
     bool Written(bool ok) {
-        if (!ok) {
+        if (!ok && config.reloaded()) {
+            if (onReloaded) onReloaded(config.settingsBeforeReload());
+        } else if (!ok) {
             const std::string& why = config.lastError();
             dialogs.message("The configuration file could not be written." +
                             (why.empty() ? std::string() : "\r\n" + why));
@@ -81,7 +98,7 @@ struct Context {
     // save fails, tells the user why and puts back `before`, which is what the disk holds.
     bool Commit(const std::string& before, bool ok = true) {
         if (Written(ok && config.SaveConfiguration())) return true;
-        config.SetText(before);
+        if (!config.reloaded()) config.SetText(before);
         return false;
     }
 

@@ -216,8 +216,8 @@ std::vector<std::string> ImportExport::Import(const std::vector<std::string>& se
         }
     }
     if (!ctx_.Written(ctx_.config.SaveConfiguration())) {
-        // Nothing of the import stays in memory that is not on disk.
-        ctx_.config.LoadFromText(before);
+        // Nothing of the import stays in memory that is not on disk (a reload already took the disk's).
+        if (!ctx_.config.reloaded()) ctx_.config.LoadFromText(before);
         return {};
     }
     std::string report = "The following devices has been imported successfully:";

@@ -41,7 +41,11 @@ void Call(const F& f, A&&... args) {
 } // namespace
 
 MainController::MainController(Context& ctx, View& view, View& waitView, BrowserController& browser, Hooks hooks)
-    : ctx_(ctx), view_(view), wait_(waitView), browser_(browser), hooks_(std::move(hooks)) {}
+    : ctx_(ctx), view_(view), wait_(waitView), browser_(browser), hooks_(std::move(hooks)) {
+    ctx_.onReloaded = [this](const Settings& before) { Imported(ctx_.config.currentDevice, before); };
+}
+
+MainController::~MainController() { ctx_.onReloaded = nullptr; }
 
 std::string MainController::FullTitle() const { return "Orvel's Quenix Remote Manager v" + ctx_.config.version(); }
 
@@ -159,11 +163,10 @@ bool MainController::Toggle(const std::string& control) {
         // A check box has already changed its state when the click arrives; a menu item is
         // flipped here. Either way the stored flag decides the new value.
         bool on = !(ctx_.settings().*row.flag);
-        // The mark shows what is on disk: a write that failed leaves the old state.
-        if (ctx_.Written(ctx_.config.SetGeneralKey(row.key, on ? "1" : "0")))
-            ctx_.settings().*row.flag = on;
-        else
-            on = !on;
+        // The mark shows what is on disk: a write that failed leaves the old state, a reload the
+        // other program's.
+        if (ctx_.Written(ctx_.config.SetGeneralKey(row.key, on ? "1" : "0"))) ctx_.settings().*row.flag = on;
+        on = ctx_.settings().*row.flag;
         view_.setChecked(control, on);
         if (control == std::string("InfraredInMenu")) view_.setEnabled("InterfaceMenu", on);
         return true;

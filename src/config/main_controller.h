@@ -43,6 +43,9 @@ public:
     static constexpr const char* kWebPage = "https://quenix-remote.org/";
 
     MainController(Context& ctx, View& view, View& waitView, BrowserController& browser, Hooks hooks = {});
+    ~MainController();
+    MainController(const MainController&) = delete;
+    MainController& operator=(const MainController&) = delete;
 
     // The window's load handler. False when the configuration failed to load: the user has
     // been told and the program must end.
@@ -51,7 +54,8 @@ public:
     // Sets every check mark, the beep box and the capture delay from the settings, so the
     // window shows what the file holds (at start-up and after an import).
     void ShowSettings();
-    // After File > Import, given the device shown and the settings before it.
+    // After File > Import or a reload of a file another program changed, given the device shown
+    // and the settings before it.
     void Imported(const std::string& shownDevice, const Settings& before);
 
     // A checkable enable toggle, by object name (InfraredInMenu ... KeyboardMenu, BeepCheckbox).

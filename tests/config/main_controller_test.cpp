@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <optional>
 
 namespace quenix {
 namespace {
@@ -120,9 +121,10 @@ TEST_F(MainTest, FailedLoadEndsWithTheThreeLineMessageAndStartsNothing) {
     EXPECT_FALSE(Start());
     ASSERT_EQ(dialogs.messages.size(), 1u);
     // The three lines, then what is wrong, so a hand edit can be mended.
-    EXPECT_EQ(dialogs.messages[0].text, "There is an error in the configuration file.\nThe application will be closed.\n"
-                                        "If the problem persists, please write to support@quenix-remote.org.\n\n"
-                                        "The key PROTOCOL= is missing or out of order in [General].");
+    EXPECT_EQ(dialogs.messages[0].text,
+              "There is an error in the configuration file.\nThe application will be closed.\n"
+              "If the problem persists, please write to support@quenix-remote.org.\n\n"
+              "The key PROTOCOL= is missing or out of order in [General].");
     EXPECT_EQ(dialogs.messages[0].caption, "ZVK");
     EXPECT_EQ(dialogs.messages[0].icon, MsgIcon::Critical);
     EXPECT_EQ(log, std::vector<std::string>{"status:Loading configuration file..."});
@@ -130,9 +132,10 @@ TEST_F(MainTest, FailedLoadEndsWithTheThreeLineMessageAndStartsNothing) {
 
 TEST_F(MainTest, TogglesWriteTheirKeyAtOnce) {
     const std::pair<const char*, const char*> rows[] = {
-        {"InfraredInMenu", "IRINENA"},  {"InfraredOutMenu", "IROUTENA"},       {"IRDimmerMenu", "IRDIMENA"},
-        {"WinampMenu", "WINAMPENA"},    {"ApplicationMenu", "APPLICATIONENA"}, {"MouseMenu", "MOUSEENA"},
-        {"KeyboardMenu", "KEYBOARDENA"}, {"BeepCheckbox", "BEEPON"}};
+        {"InfraredInMenu", "IRINENA"},         {"InfraredOutMenu", "IROUTENA"},
+        {"IRDimmerMenu", "IRDIMENA"},          {"WinampMenu", "WINAMPENA"},
+        {"ApplicationMenu", "APPLICATIONENA"}, {"MouseMenu", "MOUSEENA"},
+        {"KeyboardMenu", "KEYBOARDENA"},       {"BeepCheckbox", "BEEPON"}};
     ASSERT_TRUE(Start());
     for (auto [control, key] : rows) {
         const bool before = view.isChecked(control);
@@ -216,7 +219,8 @@ TEST_F(MainTest, WriteFailuresAreReportedAndNothingClaimsSuccess) {
         const auto texts = dialogs.texts();
         EXPECT_EQ(std::count_if(texts.begin(), texts.end(),
                                 [](const std::string& t) {
-                                    return t.rfind("The configuration file could not be written.\r\nCannot write", 0) == 0;
+                                    return t.rfind("The configuration file could not be written.\r\nCannot write", 0) ==
+                                           0;
                                 }),
                   1)
             << what;
@@ -226,6 +230,39 @@ TEST_F(MainTest, WriteFailuresAreReportedAndNothingClaimsSuccess) {
     EXPECT_EQ(store.Find("xeyes"), 0);
     EXPECT_NE(view.text("StatusBar"), "Command Eyes added.");
     EXPECT_EQ(view.items("Protocol")[1], "Sony TV");
+}
+
+TEST_F(MainTest, AFileAnotherProgramChangedIsNeitherOverwrittenNorLostSilently) {
+    const std::string mine = WithKey(WithKey(DefaultConfiguration(), "BEEPON", "0"), "MOUSEENA", "0");
+    const std::string theirs = WithKey(mine, "MOUSEENA", "1");
+    struct Row {
+        const char* what;
+        std::string onDisk;
+        std::optional<MsgAnswer> answer;
+        std::string expectDisk;
+        bool beep, mouse; // the marks afterwards
+    };
+    const Row rows[] = {
+        {"unchanged", mine, {}, WithKey(mine, "BEEPON", "1"), true, false},
+        {"overwrite", theirs, MsgAnswer::Yes, WithKey(mine, "BEEPON", "1"), true, false},
+        {"reload", theirs, MsgAnswer::No, theirs, false, true},
+        {"reload of a broken file", "half written", MsgAnswer::No, "half written", false, false},
+    };
+    ASSERT_TRUE(Start());
+    for (const Row& r : rows) {
+        ASSERT_TRUE(Load(mine));
+        main->ShowSettings();
+        Write(r.onDisk);
+        dialogs.messages.clear();
+        if (r.answer) dialogs.answers = {*r.answer};
+        main->Toggle("BeepCheckbox");
+        EXPECT_EQ(dialogs.messages.size(), r.answer ? 1u + (r.onDisk == "half written") : 0u) << r.what;
+        EXPECT_EQ(OnDisk(), r.expectDisk) << r.what;
+        EXPECT_EQ(store.text(), r.onDisk == "half written" ? mine : r.expectDisk) << r.what;
+        EXPECT_EQ(view.isChecked("BeepCheckbox"), r.beep) << r.what;
+        EXPECT_EQ(view.isChecked("MouseMenu"), r.mouse) << r.what;
+    }
+    EXPECT_NE(dialogs.texts().back().find("changed by another program and cannot be loaded"), std::string::npos);
 }
 
 TEST_F(MainTest, AfterAnImportTheWindowShowsTheFile) {
