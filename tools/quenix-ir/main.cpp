@@ -3,6 +3,7 @@
 #include "ir/codec.h"
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
+#include "lirc_import.h"
 
 #include <cstdio>
 #include <fstream>
@@ -174,6 +175,7 @@ int Encode(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     std::string command = argc >= 2 ? argv[1] : "";
+    if (command == "lirc-import") return LircImportCommand(argc, argv);
     if (command != "decode" && command != "encode") {
         std::fputs(kUsage, stderr);
         return 2;

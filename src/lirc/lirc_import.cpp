@@ -1,0 +1,253 @@
+#include "lirc/lirc_import.h"
+
+#include "config/browser_controller.h"
+#include "core/text.h"
+#include "ir/codec.h"
+#include "ir/protocols.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+namespace quenix {
+
+namespace {
+
+const char* kCrLf = "\r\n";
+constexpr int kMinUnit = 20;           // µs; finer cells only lengthen the patterns
+constexpr int kMaxCells = 32767;       // REPEAT and GREPEAT are 16-bit
+constexpr double kLeadTolerance = 0.2; // an RC5 lead pulse against the bits' pulses
+constexpr double kDefaultGapUs = 40000;
+constexpr int kNecBurstMark = 16; // the encoder's data-less repeat burst, in cells
+constexpr int kNecBurstSpace = 4;
+
+// Encodings LIRC knows that a fixed pattern per bit value cannot carry.
+constexpr const char* kUnsupported[] = {"RC6",    "RCMM",      "XMP",         "GRUNDIG",  "BO",
+                                        "SERIAL", "RAW_CODES", "SPACE_FIRST", "GOLDSTAR", "NOKIA"};
+
+int CellsOf(double us, int unit) { return static_cast<int>(std::lround(us / unit)); }
+
+bool Fits(double us, int unit) {
+    if (us <= 0) return true;
+    int n = CellsOf(us, unit);
+    return n >= 1 && std::fabs(n * unit - us) <= kUnitTolerance * us;
+}
+
+// The largest whole unit in [lo, hi] that every duration fits; 0 when none does.
+int FindUnit(const std::vector<double>& durations, int lo, int hi) {
+    for (int u = hi; u >= std::max(lo, kMinUnit); --u)
+        if (std::all_of(durations.begin(), durations.end(), [u](double d) { return Fits(d, u); })) return u;
+    return 0;
+}
+
+std::string Mark(double us, int unit) {
+    return us > 0 ? std::string(static_cast<std::size_t>(CellsOf(us, unit)), '1') : "";
+}
+std::string Space(double us, int unit) {
+    return us > 0 ? std::string(static_cast<std::size_t>(CellsOf(us, unit)), '0') : "";
+}
+
+std::string Bits(std::uint64_t v, int width) {
+    std::string s;
+    for (int i = width - 1; i >= 0; --i) s += i < 64 && ((v >> i) & 1) ? '1' : '0';
+    return s;
+}
+
+bool Near(double a, double b, double tolerance) { return std::fabs(a - b) <= tolerance * std::max(a, b); }
+
+std::string Sanitised(std::string_view text) {
+    std::string s;
+    for (char c : text) {
+        unsigned char u = static_cast<unsigned char>(c);
+        s += (u < 32 || u == 127 || std::string_view("[],#%&").find(c) != std::string_view::npos) ? '_' : c;
+    }
+    return Trim(s);
+}
+
+// The bits a key sends: pre_data, code and post_data, each field in its own bit order, with
+// the toggle bits at 0.
+std::string KeyBits(const LircRemote& r, std::uint64_t code) {
+    std::string all = Bits(r.preData, r.preDataBits) + Bits(code, r.bits) + Bits(r.postData, r.postDataBits);
+    const std::size_t n = all.size();
+    if (r.toggleBit > 0 && static_cast<std::size_t>(r.toggleBit) <= n)
+        all[static_cast<std::size_t>(r.toggleBit - 1)] = '0';
+    for (std::size_t k = 0; k < std::min<std::size_t>(n, 64); ++k)
+        if ((r.toggleMask >> k) & 1) all[n - 1 - k] = '0';
+    if (r.hasFlag("REVERSE")) {
+        auto from = all.begin();
+        for (int width : {r.preDataBits, r.bits, r.postDataBits}) {
+            std::reverse(from, from + width);
+            from += width;
+        }
+    }
+    return all;
+}
+
+// Index of the first toggle bit in the joined bits, or -1.
+int TogglePosition(const LircRemote& r) {
+    if (r.toggleBit > 0) return r.toggleBit - 1;
+    const int n = r.totalBits();
+    for (int k = 0; k < std::min(n, 64); ++k)
+        if ((r.toggleMask >> k) & 1) return n - 1 - k;
+    return -1;
+}
+
+ImportedRemote Refused(ImportedRemote m, std::string why) {
+    m.ok = false;
+    m.why = std::move(why);
+    return m;
+}
+
+std::string Us(double v) { return std::to_string(std::lround(v)) + " µs"; }
+
+} // namespace
+
+std::string ImportedRemote::SectionText() const {
+    std::string t = BuildHeaderText(header, true) + kCrLf;
+    for (const ImportedCommand& c : commands) t += c.code + "," + c.name + kCrLf;
+    return t + kCrLf;
+}
+
+std::string DeviceNameFor(std::string_view lircName) {
+    std::string n = Sanitised(lircName);
+    for (char& c : n)
+        if (c == ' ') c = '_';
+    const std::string lower = ToLower(n);
+    if (KindOfDevice(n) != DeviceKind::Infrared || lower.rfind("x10", 0) == 0 || lower == "irdimmer")
+        n = "IR_" + n; // the name alone would make it a built-in device
+    if (n.size() > 12) n.resize(12);
+    while (n.size() < 3) n += '_';
+    const std::string l = ToLower(n);
+    if (l == "end" || l == "zvk") n += '_';
+    return n;
+}
+
+ImportedRemote FitRemote(const LircRemote& r) {
+    ImportedRemote m;
+    m.lircName = r.name;
+    m.header.name = DeviceNameFor(r.name);
+    m.header.description = Sanitised("LIRC remote " + r.name);
+
+    for (const char* f : kUnsupported)
+        if (r.hasFlag(f)) return Refused(m, std::string("LIRC's ") + f + " encoding has no fixed pattern per bit");
+    if (r.keys.empty() && !r.rawKeys.empty()) return Refused(m, "raw codes: recorded waveforms, not bit codes");
+    if (r.keys.empty()) return Refused(m, "no keys");
+    if (r.two.present() || r.three.present()) return Refused(m, "bits of more than two values");
+    if (r.pre.present() || r.post.present()) return Refused(m, "a pulse between the data fields");
+    if (r.foot.present()) return Refused(m, "a footer after the data");
+    if (!r.unknown.empty()) return Refused(m, "the parameter " + r.unknown.front() + " is not understood");
+    if (r.one.pulse <= 0 || r.zero.pulse <= 0 || (r.one.space <= 0 && r.zero.space <= 0))
+        return Refused(m, "no timings: the receiver decodes the codes itself");
+    if (r.totalBits() <= 0 || r.totalBits() > 200) return Refused(m, "a bit count of " + std::to_string(r.totalBits()));
+
+    const bool biphase = r.hasFlag("RC5") || r.hasFlag("SHIFT_ENC");
+    HeaderFields& h = m.header;
+    int toggle = TogglePosition(r);
+    std::vector<double> durations = {r.header.pulse, r.header.space, r.one.pulse, r.one.space,
+                                     r.zero.pulse,   r.zero.space,   r.plead,     r.ptrail};
+    int unit = 0;
+    bool rotate = false; // bits written space first, so that the last pulse is the trailer
+    if (biphase) {
+        if (r.header.present() || r.ptrail > 0) return Refused(m, "a header or trailer around bi-phase bits");
+        if (r.plead > 0 && !Near(r.plead, r.one.pulse, kLeadTolerance))
+            return Refused(m, "a lead pulse of " + Us(r.plead) + " against bit pulses of " + Us(r.one.pulse));
+        durations[6] = 0;
+        if (toggle >= 0 && toggle + (r.plead > 0 ? 1 : 0) != 2)
+            return Refused(m, "a toggle bit at bit " + std::to_string(toggle + 1) + " where RC5 has it at bit 3");
+        unit = FindUnit(durations, kMinUnit, static_cast<int>(std::min(r.one.pulse, r.one.space) * 1.05));
+        if (unit == 0) return Refused(m, "timings without a common unit");
+        h.gproto = kProtoRc5;
+        h.bitg = "0"; // the editor wants a lead-in; silence before the first start bit changes nothing
+        h.bit0 = Mark(r.zero.pulse, unit) + Space(r.zero.space, unit);
+        h.bit1 = Space(r.one.space, unit) + Mark(r.one.pulse, unit);
+    } else {
+        const int shortest =
+            static_cast<int>(*std::min_element(durations.begin(), durations.end(), [](double a, double b) {
+                return (a > 0 ? a : 1e18) < (b > 0 ? b : 1e18);
+            }) * (1 + kUnitTolerance));
+        if (r.ptrail > 0) {
+            // NEC's own shape: the trailer is the encoder's one-cell stop mark.
+            unit = FindUnit(durations, static_cast<int>(std::ceil(r.ptrail / (1 + kUnitTolerance))),
+                            static_cast<int>(r.ptrail / (1 - kUnitTolerance)));
+            if (unit == 0 || CellsOf(r.ptrail, unit) != 1) {
+                unit = 0;
+                if (!Near(r.one.pulse, r.ptrail, kUnitTolerance) || !Near(r.zero.pulse, r.ptrail, kUnitTolerance))
+                    return Refused(m, "a trailing pulse of " + Us(r.ptrail) + " unlike the bits' pulses");
+                rotate = true;
+                unit = FindUnit(durations, kMinUnit, shortest);
+            }
+        } else {
+            unit = FindUnit(durations, kMinUnit, shortest);
+        }
+        if (unit == 0) return Refused(m, "timings without a common unit");
+        if (rotate) {
+            h.gproto = kProtoCustom;
+            h.bitg =
+                Mark(r.header.pulse, unit) + Space(r.header.space, unit) + Mark(r.plead, unit) + Mark(r.ptrail, unit);
+            h.bit0 = Space(r.zero.space, unit) + Mark(r.zero.pulse, unit);
+            h.bit1 = Space(r.one.space, unit) + Mark(r.one.pulse, unit);
+        } else {
+            h.gproto =
+                r.ptrail > 0 ? kProtoNec
+                : (Near(r.one.space, r.zero.space, kUnitTolerance) && !Near(r.one.pulse, r.zero.pulse, kUnitTolerance))
+                    ? kProtoSony
+                    : kProtoCustom;
+            h.bitg = Mark(r.header.pulse, unit) + Space(r.header.space, unit) + Mark(r.plead, unit);
+            h.bit0 = Mark(r.zero.pulse, unit) + Space(r.zero.space, unit);
+            h.bit1 = Mark(r.one.pulse, unit) + Space(r.one.space, unit);
+            if (h.bitg.empty()) h.bitg = "0"; // no lead-in: one cell of silence, as the editor wants one
+        }
+    }
+    h.sendpls = unit;
+
+    std::size_t longest = 0;
+    for (const LircKey& k : r.keys) {
+        ImportedCommand c;
+        c.lircName = k.name;
+        c.name = Sanitised(k.name);
+        if (c.name.empty()) c.name = "key";
+        std::string bits = KeyBits(r, k.code);
+        if (biphase) {
+            if (r.plead > 0) bits.insert(0, 1, '1'); // the first start bit, whose mark is the lead pulse
+            bits = WithRc5Toggle(bits, '0');
+        }
+        c.code = "G" + bits;
+        std::size_t cells = h.bitg.size() + (h.gproto == kProtoNec ? 1 : 0);
+        for (char b : bits) cells += (b == '1' ? h.bit1 : h.bit0).size();
+        longest = std::max(longest, cells);
+        m.commands.push_back(std::move(c));
+    }
+
+    // The pause between sequences: a constant-length remote counts its gap from frame start.
+    double gap = r.gap > 0 ? r.gap : kDefaultGapUs;
+    double pause = r.hasFlag("CONST_LENGTH") ? gap - static_cast<double>(longest) * unit : gap;
+    int pauseCells = std::clamp(CellsOf(std::max(pause, 0.0), unit), 16, kMaxCells);
+    h.repeat = pauseCells;
+    h.grepeat = pauseCells; // the lead-in goes before every sequence
+    if (h.gproto == kProtoNec && r.repeat.present() && CellsOf(r.repeat.pulse, unit) == kNecBurstMark &&
+        CellsOf(r.repeat.space, unit) == kNecBurstSpace && Fits(r.repeat.pulse, unit) && Fits(r.repeat.space, unit))
+        h.repeat = 0; // NEC's data-less repeat burst
+    m.ok = true;
+    return m;
+}
+
+std::vector<ImportedRemote> ImportLircFile(const LircFile& file) {
+    std::vector<ImportedRemote> out;
+    std::set<std::string> taken;
+    for (const LircRemote& r : file.remotes) {
+        ImportedRemote m = FitRemote(r);
+        std::string name = m.header.name;
+        for (int n = 2; taken.count(ToLower(name)); ++n) {
+            std::string suffix = "_" + std::to_string(n);
+            name = m.header.name.substr(0, 12 - suffix.size()) + suffix;
+        }
+        taken.insert(ToLower(name));
+        m.header.name = name;
+        out.push_back(std::move(m));
+    }
+    return out;
+}
+
+bool LooksLikeLircdConf(std::string_view text) { return !ParseLircdConf(text).remotes.empty(); }
+
+} // namespace quenix
