@@ -22,6 +22,9 @@ constexpr std::array<ToggleRow, 8> kToggles = {{
     {"BeepCheckbox", "BEEPON", &Settings::beepOn},
 }};
 
+// A kernel infrared device, which the receiver code names with its number and abilities.
+constexpr int kKernelIrType = 5;
+
 const char* ReceiverName(int type) {
     switch (type) {
     case 0: return "DCD Std";
@@ -87,7 +90,7 @@ bool MainController::StartUp() {
     // The receiver code shows its own caption when it applies the interface; start-up then
     // names the stored type, "Unknown" included.
     Call(hooks_.applyInterface);
-    view_.setText("ReceiverType", ReceiverName(s.itypeLow));
+    if (s.itypeLow != kKernelIrType) view_.setText("ReceiverType", ReceiverName(s.itypeLow));
 
     view_.setChecked("BeepCheckbox", s.beepOn);
     view_.setTimerEnabled("BTAutoTimer", s.btMode != 0);
@@ -146,7 +149,7 @@ void MainController::Imported(const std::string& shownDevice, const Settings& be
         ctx_.interfaceType = s.itypeLow;
         ctx_.txdOutput = s.itypeHigh;
         Call(hooks_.applyInterface);
-        view_.setText("ReceiverType", ReceiverName(s.itypeLow));
+        if (s.itypeLow != kKernelIrType) view_.setText("ReceiverType", ReceiverName(s.itypeLow));
     }
     ShowSettings();
     // Imported sections move the devices behind them; the device shown stays shown unless the

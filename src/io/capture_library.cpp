@@ -1,6 +1,8 @@
 #include "io/capture_library.h"
 
 #include "io/dynamic_library.h"
+#include "io/kernel_ir_device.h"
+#include "ir/analysis.h"
 
 #include "serpulse/serpulse.h"
 
@@ -79,10 +81,53 @@ private:
     std::string error_;
 };
 
+// The serial library, or the kernel device when SetHandle was given one.
+class RoutingCaptureLibrary final : public CaptureLibrary {
+public:
+    explicit RoutingCaptureLibrary(std::string path)
+        : serial_(std::move(path)), system_(MakeSystemKernelIr()),
+          // A monitoring capture ends as soon as it holds a frame the monitoring path takes.
+          kernel_(*system_, [](const std::vector<std::uint8_t>& b) { return !ExtractFrame(b).frame.empty(); }) {}
+
+    std::optional<std::int32_t> SetHandle(PortHandle handle) override {
+        onKernel_ = handle != kNoPort && handle != 0 && IsKernelIrHandle(handle);
+        if (onKernel_) return kernel_.SetHandle(handle);
+        kernel_.SetHandle(kNoPort);
+        return serial_.SetHandle(handle);
+    }
+    std::optional<std::int32_t> IRRecord(std::uint8_t* buffer, int procDelay, int length) override {
+        return active().IRRecord(buffer, procDelay, length);
+    }
+    std::optional<std::int32_t> IRRecordN(std::uint8_t* buffer, int procDelay, int length) override {
+        return active().IRRecordN(buffer, procDelay, length);
+    }
+    std::optional<std::int32_t> IRMonitor(std::uint8_t* buffer, int procDelay) override {
+        return active().IRMonitor(buffer, procDelay);
+    }
+    std::optional<std::int32_t> IRMonitorN(std::uint8_t* buffer, int procDelay) override {
+        return active().IRMonitorN(buffer, procDelay);
+    }
+    std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
+                                       int txdMode) override {
+        return active().IRSend(buffer, byteCount, pulseLength, txdMode);
+    }
+    bool CanSend() override { return active().CanSend(); }
+    bool Ready() override { return active().Ready(); }
+    std::string error() const override { return onKernel_ ? kernel_.error() : serial_.error(); }
+
+private:
+    CaptureLibrary& active() { return onKernel_ ? static_cast<CaptureLibrary&>(kernel_) : serial_; }
+
+    DynamicCaptureLibrary serial_;
+    std::unique_ptr<KernelIrSystem> system_;
+    KernelIrLibrary kernel_;
+    bool onKernel_ = false;
+};
+
 } // namespace
 
 std::unique_ptr<CaptureLibrary> MakeCaptureLibrary(const std::string& programFolder) {
-    return std::make_unique<DynamicCaptureLibrary>(programFolder + "/" + CaptureLibraryFileName());
+    return std::make_unique<RoutingCaptureLibrary>(programFolder + "/" + CaptureLibraryFileName());
 }
 
 } // namespace quenix

@@ -29,6 +29,9 @@ public:
     virtual std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
                                                int txdMode) = 0;
 
+    // Whether IRSend reaches a transmitter on the current handle.
+    virtual bool CanSend() { return true; }
+
     // Loads the library and finds every entry point; false, with error() saying why, when
     // it cannot be used.
     virtual bool Ready() = 0;
@@ -42,7 +45,8 @@ public:
 std::string CaptureLibraryFileName();
 
 // Binds lazily: the library is loaded on the first call, so a program without it starts
-// and only the capture and send calls fail.
+// and only the capture and send calls fail. A handle that is a kernel infrared device rather
+// than a serial port is served by the device itself (kernel_ir_device.h).
 std::unique_ptr<CaptureLibrary> MakeCaptureLibrary(const std::string& programFolder);
 
 } // namespace quenix

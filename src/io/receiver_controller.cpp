@@ -35,6 +35,7 @@ const InterfaceRow* RowOf(int type) {
 } // namespace
 
 const char* InterfaceName(int type) {
+    if (type == kKernelIr) return "LIRC";
     const InterfaceRow* r = RowOf(type);
     return r ? r->name : "";
 }
@@ -58,7 +59,35 @@ void ReceiverController::setFirmControlsVisible(bool visible) {
     for (const char* c : {"FirmAnswer", "ZoneNr", "Zone"}) view_.setVisible(c, visible);
 }
 
+void ReceiverController::selectKernelDevice() {
+    ctx_.interfaceType = kKernelIr;
+    const std::string name = ComDeviceName(ctx_.settings().comPort);
+    const char* role = handle() == kNoPort  ? " (not open)"
+                       : library_.CanSend() ? " (receiver and transmitter)"
+                                            : " (receiver only)";
+    view_.setText("ReceiverType", name + role);
+    for (const auto& r : kInterfaces) view_.setChecked(r.menu, false);
+    setFirmControlsVisible(false);
+    // Its carrier is the kernel's: the serial transmitter modes do not apply.
+    view_.setEnabled("TxDCheckBox", false);
+    view_.setEnabled("IrDACheckBox", false);
+    writeItype();
+}
+
+std::string ReceiverController::noCalibrationText() const {
+    return "No need to calibrate " + ComDeviceName(ctx_.settings().comPort) +
+           ": the kernel measures every pulse in microseconds, and the samples are laid out at the "
+           "period PROCDELAY gives (55 us at 20).";
+}
+
 void ReceiverController::selectInterface(int type) {
+    if (onKernelDevice() || type == kKernelIr) {
+        if (type != kKernelIr)
+            view_.setStatus(ComDeviceName(ctx_.settings().comPort) +
+                            " is a kernel infrared device: choose a COM port for this interface.");
+        if (onKernelDevice()) selectKernelDevice();
+        return;
+    }
     const InterfaceRow* row = RowOf(type);
     if (!row) return;
     ctx_.interfaceType = type;
@@ -105,8 +134,13 @@ void ReceiverController::selectInterface(int type) {
 void ReceiverController::applyStoredInterface() {
     const Settings& s = ctx_.settings();
     const int mode = s.itypeHigh;
-    const int type = s.itypeLow;
+    // Back on a COM port, a kernel device's type gives way to the standard receiver.
+    const int type = s.itypeLow == kKernelIr ? kDcdStd : s.itypeLow;
     ctx_.txdOutput = mode;
+    if (onKernelDevice()) {
+        selectKernelDevice();
+        return;
+    }
     view_.setChecked("TxDCheckBox", mode == 1);
     view_.setChecked("IrDACheckBox", mode == 2);
     view_.setEnabled("IrDACheckBox", mode != 1);
@@ -125,6 +159,11 @@ void ReceiverController::listPorts() {
     std::vector<std::string> items;
     int selected = -1;
     for (int n = 1; n <= kMaxComPort; ++n) {
+        if (!port_.ComPortExists(n)) continue;
+        if (n == s.comPort) selected = static_cast<int>(items.size());
+        items.push_back(ComDeviceName(n));
+    }
+    for (int n = kLircPortBase; n < kLircPortBase + kLircDevices; ++n) {
         if (!port_.ComPortExists(n)) continue;
         if (n == s.comPort) selected = static_cast<int>(items.size());
         items.push_back(ComDeviceName(n));
@@ -157,7 +196,7 @@ bool ReceiverController::openChosen() {
     }
     view_.setColor("ComList", View::ColorRole::Foreground, kGreen);
     library_.SetHandle(handle());
-    port_.ConfigureComPort(9600, 8, handle());
+    if (!onKernelDevice()) port_.ConfigureComPort(9600, 8, handle());
     return true;
 }
 
@@ -187,7 +226,7 @@ void ReceiverController::onComListClick() {
     // An X10 interface on the "Default" port shares the infrared handle.
     if (old != kNoPort && ctx_.x10PortHandle == old) ctx_.x10PortHandle = ctx_.irPortHandle;
     ctx_.irmanInitialised = false;
-    if (opened) applyStoredInterface();
+    if (opened || onKernelDevice()) applyStoredInterface();
 }
 
 bool ReceiverController::irmanHandshake() {
@@ -234,6 +273,10 @@ int ReceiverController::dcdOnCount() {
 void ReceiverController::onAutoDetectMenu() {
     const PortHandle h = handle();
     Settings& s = ctx_.settings();
+    if (onKernelDevice()) {
+        view_.setStatus(ComDeviceName(s.comPort) + " is a kernel infrared device: there is nothing to detect.");
+        return;
+    }
     // Every line of a closed port reads off, which the probes would take for an IRMouse.
     if (h == kNoPort) {
         view_.setStatus("COM" + std::to_string(s.comPort) + " is not open: there is nothing to detect.");

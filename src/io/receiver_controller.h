@@ -20,6 +20,8 @@ enum InterfaceType : int {
     kIrMan = 2,
     kCreative = 3,
     kFirM = 4,
+    // A kernel infrared device (LIRC<n> in ComList): chosen with the port, not from the menu.
+    kKernelIr = 5,
     kUnknownInterface = 9,
 };
 
@@ -52,9 +54,14 @@ public:
     void listPorts();
     // The IRMan power-up and "IR" handshake, once per port; true when it answered.
     bool initialiseIRMan();
+    // The kernel device chosen in ComList, if that is the receiver.
+    bool onKernelDevice() const { return IsLircPort(ctx_.settings().comPort); }
+    // Why calibration has nothing to do on a kernel device.
+    std::string noCalibrationText() const;
 
 private:
     void writeItype();
+    void selectKernelDevice();
     bool openChosen();
     // Power-cycles the receiver, sends "I" and "R", and waits up to 2 s for "ok".
     bool irmanHandshake();

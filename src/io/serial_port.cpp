@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <optional>
 
 namespace quenix {
 
@@ -10,17 +11,24 @@ namespace {
 // A read returns at once with whatever is buffered; a write may take 1 ms a byte plus 10 ms.
 } // namespace
 
-std::string ComDeviceName(int port) { return "COM" + std::to_string(port); }
+std::string ComDeviceName(int port) {
+    return IsLircPort(port) ? "LIRC" + std::to_string(port - kLircPortBase) : "COM" + std::to_string(port);
+}
 
 int ComPortNumber(std::string_view name) {
-    if (name.size() < 4) return 0;
-    for (std::size_t i = 0; i < 3; ++i)
-        if ((name[i] | 0x20) != "com"[i]) return 0;
-    int n = 0;
-    auto digits = name.substr(3);
-    auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), n);
-    if (ec != std::errc() || end != digits.data() + digits.size() || n < 1) return 0;
-    return n;
+    auto number = [name](std::string_view prefix) -> std::optional<int> {
+        if (name.size() <= prefix.size()) return std::nullopt;
+        for (std::size_t i = 0; i < prefix.size(); ++i)
+            if ((name[i] | 0x20) != prefix[i]) return std::nullopt;
+        int n = 0;
+        auto digits = name.substr(prefix.size());
+        auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), n);
+        if (ec != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+        return n;
+    };
+    if (auto n = number("com"); n && *n >= 1) return *n;
+    if (auto n = number("lirc"); n && *n < kLircDevices) return kLircPortBase + *n;
+    return 0;
 }
 
 SerialPort::SerialPort(SerialDriver& driver) : driver_(driver) {}

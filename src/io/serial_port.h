@@ -84,7 +84,7 @@ public:
 class SerialPort { // the operations the rest of the system calls; -1 handles make every operation a no-op
 public:
     explicit SerialPort(SerialDriver& driver);
-    PortHandle OpenComPort(int port);                       // -1 when missing or busy
+    PortHandle OpenComPort(int port); // -1 when missing or busy
     std::string OpenError() const { return driver_.openError(); }
     bool ConfigureComPort(std::uint32_t baud, int dataBits, PortHandle h);
     bool SetComTimeouts(PortHandle h, const CommTimeouts& values = kPortTimeouts);
@@ -110,13 +110,20 @@ private:
     char buffer_[kComTransferMax] = {};
 };
 
-// "COM" and the number, as the system names its ports.
+// Kernel infrared devices share the port numbers: LIRC<n> is port kLircPortBase + n, far
+// above the COM ports, so COMPORT= can name one and older files read as before.
+inline constexpr int kLircPortBase = 100;
+inline constexpr int kLircDevices = 10;
+inline constexpr bool IsLircPort(int port) { return port >= kLircPortBase && port < kLircPortBase + kLircDevices; }
+
+// "COM" and the number, as the system names its ports ("LIRC" and the device's number for
+// kernel infrared devices).
 std::string ComDeviceName(int port);
-// The number behind "COM" in a device name, 0 when it is not one.
+// The port number of a device name, 0 when it is not one.
 int ComPortNumber(std::string_view deviceName);
 
 // The real driver of this OS. On Linux COMn opens the target of a link named com<n> in
-// programFolder if there is one, else /dev/ttyS<n-1>.
+// programFolder if there is one, else /dev/ttyS<n-1>; LIRCn a link lirc<n>, else /dev/lirc<n>.
 std::unique_ptr<SerialDriver> MakeSystemSerialDriver(const std::string& programFolder);
 
 } // namespace quenix

@@ -5,6 +5,11 @@
 // ioctls answer ENOTTY): its lines read as on, like a three-wire link with the handshake
 // looped back, and line writes do nothing. Any other failure of a line read reads as off.
 //
+// LIRCn is a kernel infrared device: a link lirc<n> in the program folder (which may point
+// at a FIFO of mode2 words), else /dev/lirc<n>. The capture library reads and sends on it;
+// here it has no lines, and DCD reads on while it holds words to read, so the question "is
+// the receiver active?" becomes "is the descriptor readable?".
+//
 // DTR and RTS follow the Windows rule: a configuration drops them only when it switches their
 // control to "disable", so a port configured again (TxD sending does it before every send)
 // keeps powering its receiver.
@@ -37,9 +42,8 @@ struct SpeedEntry {
 };
 
 constexpr SpeedEntry kSpeeds[] = {
-    {110, B110},       {300, B300},       {600, B600},       {1200, B1200},     {2400, B2400},
-    {4800, B4800},     {9600, B9600},     {19200, B19200},   {38400, B38400},   {57600, B57600},
-    {115200, B115200}, {230400, B230400},
+    {110, B110},   {300, B300},     {600, B600},     {1200, B1200},   {2400, B2400},     {4800, B4800},
+    {9600, B9600}, {19200, B19200}, {38400, B38400}, {57600, B57600}, {115200, B115200}, {230400, B230400},
 };
 
 speed_t SpeedOf(std::uint32_t baud) {
@@ -71,8 +75,10 @@ public:
         openError_.clear();
         std::string path = pathOf(deviceName);
         if (path.empty()) return kNoPort;
+        const bool kernel = IsLircPort(ComPortNumber(deviceName));
+        // Read and write, so that a FIFO never sees its last writer leave.
         int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-        if (fd < 0) return refuse(path, errno);
+        if (fd < 0) return kernel ? refuseKernel(deviceName, path, errno) : refuse(path, errno);
         // A handle of 0 reads as "closed" to the capture library: keep clear of the standard
         // descriptors even when the program was started without them.
         if (fd < 3) {
@@ -80,6 +86,11 @@ public:
             ::close(fd);
             if (high < 0) return refuse(path, errno);
             fd = high;
+        }
+        if (kernel) {
+            ports_[fd] = PortState{};
+            ports_[fd].kernel = true;
+            return fd;
         }
         if (!::isatty(fd) || !uartPresent(fd, path)) {
             ::close(fd);
@@ -120,8 +131,8 @@ public:
         speed_t speed = SpeedOf(s.baudRate);
         if (speed == 0 || s.byteSize < 5 || s.byteSize > 8) return false;
         // Raw bytes both ways; parity and stop bits as they were.
-        t.c_iflag &= ~static_cast<tcflag_t>(IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXON |
-                                            IXOFF | IXANY | INPCK);
+        t.c_iflag &= ~static_cast<tcflag_t>(IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IXON | IXOFF |
+                                            IXANY | INPCK);
         t.c_oflag &= ~static_cast<tcflag_t>(OPOST);
         t.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL | ICANON | ISIG | IEXTEN);
         t.c_cflag &= ~static_cast<tcflag_t>(CSIZE | CRTSCTS | HUPCL);
@@ -160,15 +171,16 @@ public:
 
     bool read(PortHandle h, char* buffer, std::size_t max, std::size_t& got) override {
         got = 0;
+        if (isKernel(h)) return false; // its words are the capture library's
         CommTimeouts t{};
         getTimeouts(h, t);
         // An interval of all ones with zero totals: return at once with what is buffered.
         bool immediate = t.readIntervalTimeout == 0xFFFFFFFFu && t.readTotalTimeoutMultiplier == 0 &&
                          t.readTotalTimeoutConstant == 0;
-        std::int64_t budget = immediate ? 0
-                                        : static_cast<std::int64_t>(t.readTotalTimeoutMultiplier) *
-                                                  static_cast<std::int64_t>(max) +
-                                              t.readTotalTimeoutConstant;
+        std::int64_t budget =
+            immediate ? 0
+                      : static_cast<std::int64_t>(t.readTotalTimeoutMultiplier) * static_cast<std::int64_t>(max) +
+                            t.readTotalTimeoutConstant;
         auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(budget);
         while (got < max) {
             ssize_t n = ::read(fd(h), buffer + got, max - got);
@@ -189,11 +201,12 @@ public:
 
     bool write(PortHandle h, const char* data, std::size_t size, std::size_t& written) override {
         written = 0;
+        if (isKernel(h)) return false; // bytes meant for a serial peer would go on the air
         CommTimeouts t{};
         getTimeouts(h, t);
-        std::int64_t budget = static_cast<std::int64_t>(t.writeTotalTimeoutMultiplier) *
-                                  static_cast<std::int64_t>(size) +
-                              t.writeTotalTimeoutConstant;
+        std::int64_t budget =
+            static_cast<std::int64_t>(t.writeTotalTimeoutMultiplier) * static_cast<std::int64_t>(size) +
+            t.writeTotalTimeoutConstant;
         bool unbounded = t.writeTotalTimeoutMultiplier == 0 && t.writeTotalTimeoutConstant == 0;
         auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(unbounded ? 3600000 : budget);
         while (written < size) {
@@ -210,6 +223,7 @@ public:
     }
 
     bool escape(PortHandle h, CommEscape function) override {
+        if (isKernel(h)) return true;
         switch (function) {
         case CommEscape::SetDTR: return lineIoctl(h, TIOCMBIS, TIOCM_DTR);
         case CommEscape::ClrDTR: return lineIoctl(h, TIOCMBIC, TIOCM_DTR);
@@ -223,6 +237,12 @@ public:
 
     bool modemStatus(PortHandle h, std::uint32_t& status) override {
         status = 0;
+        if (isKernel(h)) {
+            pollfd p{fd(h), POLLIN, 0};
+            status = kModemCtsOn | kModemDsrOn;
+            if (::poll(&p, 1, 0) > 0) status |= kModemDcdOn;
+            return true;
+        }
         int lines = 0;
         if (::ioctl(fd(h), TIOCMGET, &lines) != 0) {
             if (errno != ENOTTY && errno != EINVAL) return false;
@@ -241,8 +261,10 @@ public:
     // it then says why.
     bool defaultConfig(const std::string& deviceName) override {
         std::string path = pathOf(deviceName);
-        struct stat st{};
-        if (path.empty() || ::stat(path.c_str(), &st) != 0 || !S_ISCHR(st.st_mode)) return false;
+        struct stat st {};
+        if (path.empty() || ::stat(path.c_str(), &st) != 0) return false;
+        if (IsLircPort(ComPortNumber(deviceName))) return S_ISCHR(st.st_mode) || S_ISFIFO(st.st_mode);
+        if (!S_ISCHR(st.st_mode)) return false;
         if (path.rfind("/dev/ttyS", 0) != 0) return true;
         // Every possible UART has a node; the kernel names the type of the one behind it.
         std::ifstream type("/sys/class/tty/" + path.substr(5) + "/type");
@@ -266,7 +288,13 @@ private:
         // DTR and RTS control of the last configuration; "enable" after open, as the kernel
         // raises both lines then.
         std::uint32_t lineControl = 0x10 | 0x1000;
+        bool kernel = false;
     };
+
+    bool isKernel(PortHandle h) const {
+        auto it = ports_.find(fd(h));
+        return it != ports_.end() && it->second.kernel;
+    }
 
     static int fd(PortHandle h) { return static_cast<int>(h); }
 
@@ -280,13 +308,27 @@ private:
         return kNoPort;
     }
 
+    // A kernel device that will not open: name it, and say what lets the user in.
+    PortHandle refuseKernel(const std::string& deviceName, const std::string& path, int error) {
+        openError_ = deviceName + " (" + path + "): " + std::strerror(error);
+        if (error == EACCES || error == EPERM)
+            openError_ = deviceName + ": no permission to open " + path +
+                         ". Add your user to the group that owns it (video or input; ls -l " + path +
+                         " shows which) and log in again, or give it a udev rule.";
+        if (error == ENOENT || error == ENODEV || error == ENXIO)
+            openError_ = deviceName + ": " + path + " is gone; is the receiver plugged in?";
+        return kNoPort;
+    }
+
     std::string pathOf(const std::string& deviceName) const {
         int n = ComPortNumber(deviceName);
         if (n < 1) return {};
-        std::string link = folder_ + "/com" + std::to_string(n);
-        struct stat st{};
+        const bool kernel = IsLircPort(n);
+        const int index = kernel ? n - kLircPortBase : n;
+        std::string link = folder_ + (kernel ? "/lirc" : "/com") + std::to_string(index);
+        struct stat st {};
         if (::lstat(link.c_str(), &st) == 0) return link;
-        return "/dev/ttyS" + std::to_string(n - 1);
+        return kernel ? "/dev/lirc" + std::to_string(index) : "/dev/ttyS" + std::to_string(n - 1);
     }
 
     // /dev/ttyS<n> nodes exist for every possible UART; only those with a UART behind them

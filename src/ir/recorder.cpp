@@ -91,7 +91,8 @@ bool Recorder::capture(std::vector<std::uint8_t>& buffer) {
     switch (ctx_.interfaceType) {
     case 0:
     case 1:
-    case 4: break;
+    case 4:
+    case 5: break; // 5: a kernel infrared device
     case 3: view_.setStatus("Creative Infra record is not yet implemented!"); return false;
     default: view_.setStatus("No Rec interface selected!"); return false;
     }

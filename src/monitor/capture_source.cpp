@@ -1,5 +1,7 @@
 #include "monitor/capture_source.h"
 
+#include "io/receiver_controller.h"
+
 namespace quenix {
 
 namespace {
@@ -25,7 +27,8 @@ bool PortCaptureSource::record(int interfaceType, std::vector<std::uint8_t>& buf
         port_.SetTxDBreak(h, false);
         r = library_.IRRecordN(buffer.data(), procDelay, length);
         break;
-    case 4: r = library_.IRRecord(buffer.data(), procDelay, length); break;
+    case 4:
+    case kKernelIr: r = library_.IRRecord(buffer.data(), procDelay, length); break;
     default: return false;
     }
     if (!r) failure_ = library_.error();

@@ -12,7 +12,7 @@ namespace quenix {
 
 namespace {
 
-bool Polled(int type) { return type == kDcdStd || type == kIrMouse; }
+bool Polled(int type) { return type == kDcdStd || type == kIrMouse || type == kKernelIr; }
 
 template <class F, class... A>
 auto Call(const F& f, A&&... a) {
@@ -79,6 +79,7 @@ void MonitorEngine::CheckInterface() {
         port_.SetDTR(h, true);
         port_.SetTxDBreak(h, false);
         break;
+    case kKernelIr: return; // no lines to set or check
     case kIrMan:
         view_.setStatus("IR Man interface is not yet supported for monitoring!");
         return;
@@ -200,9 +201,10 @@ std::string MonitorEngine::LibraryFailure() const {
 
 void MonitorEngine::OnIRMonTimer() {
     if (!IrInput() || ctx_.irPortHandle == kNoPort) return;
-    // Only these two receivers are polled; for them an idle tick is one line read. The
-    // standard receiver pulls DCD off for carrier, the IRMouse raises it: the capture is
-    // called only while a key is on the air, never to wait on an idle line.
+    // Only these receivers are polled; for them an idle tick is one line read. The standard
+    // receiver pulls DCD off for carrier, the IRMouse raises it, and a kernel device reads DCD
+    // on while it holds words: the capture is called only while a key is on the air, never
+    // to wait on an idle line.
     const int type = ctx_.interfaceType;
     if (!Polled(type)) return;
     if (port_.IsDCDOn(ctx_.irPortHandle) == (type == kDcdStd)) return;

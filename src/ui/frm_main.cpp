@@ -21,6 +21,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSocketNotifier>
 #include <QStatusBar>
 #include <QStyle>
 #include <QSystemTrayIcon>
@@ -520,7 +521,14 @@ void FrmMain::wireReceiver(Io io) {
         {"AutoDetectMenu", &ReceiverController::onAutoDetectMenu}};
     for (auto [name, slot] : menus)
         connect(action(name), &QAction::triggered, this, [rc, slot] { (rc->*slot)(); });
-    connect(findChild<QComboBox*>("ComList"), &QComboBox::activated, this, [rc] { rc->onComListClick(); });
+    connect(findChild<QComboBox*>("ComList"), &QComboBox::activated, this, [this, rc] {
+        // The port may close under a notifier that waits on it: hand the wait back to the timer.
+        if (irNotifier_ && irNotifier_->isEnabled()) {
+            irNotifier_->setEnabled(false);
+            findChild<QTimer*>("IRMonTimer")->start();
+        }
+        rc->onComListClick();
+    });
     connect(findChild<QCheckBox*>("TxDCheckBox"), &QCheckBox::toggled, this, [rc] { rc->onTxDCheckBox(); });
     connect(irda, &QCheckBox::toggled, this, [rc] { rc->onIrDACheckBox(); });
 

@@ -27,6 +27,7 @@ class QListWidget;
 class QMenu;
 class QPushButton;
 class QSystemTrayIcon;
+class QSocketNotifier;
 class QTimer;
 class QWidget;
 
@@ -102,6 +103,8 @@ private:
     std::unique_ptr<CommandExecutor> executor_;
     std::unique_ptr<SendController> sender_;
     std::unique_ptr<MonitorEngine> monitor_;
+    // Waits on a kernel infrared device while monitoring, in place of the 1 ms poll.
+    QSocketNotifier* irNotifier_ = nullptr;
     std::unique_ptr<PhoneRemote> phone_;
     std::unique_ptr<ImportExport> importExport_;
     std::unique_ptr<CaptureSource> captureSource_;

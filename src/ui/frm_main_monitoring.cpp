@@ -1,15 +1,17 @@
 #include "ui/frm_main.h"
 
+#include "io/receiver_controller.h"
 #include "ui/frm_monitor.h"
 
 #include <QAction>
 #include <QListWidget>
+#include <QSocketNotifier>
 #include <QTimer>
 
 namespace quenix {
 
 void FrmMain::wireMonitoring(Io io) {
-    const char* items[] = {"MonitoringStartMenu", "MonitoringStopMenu", "RestartMonMenu", "MonitorConfigureMenu",
+    const char* items[] = {"MonitoringStartMenu", "MonitoringStopMenu", "RestartMonMenu",   "MonitorConfigureMenu",
                            "mnuStartMonitor",     "mnuStopMonitor",     "mnuRestartMonitor"};
     if (!io.port || !io.library) {
         // Without a port and a library (window tests) there is nothing to listen with.
@@ -71,7 +73,30 @@ void FrmMain::wireMonitoring(Io io) {
     on("mnuStopMonitor", [engine] { engine->Stop(); });
     on("mnuRestartMonitor", [engine] { engine->Restart(); });
 
-    connect(findChild<QTimer*>("IRMonTimer"), &QTimer::timeout, this, [engine] { engine->OnIRMonTimer(); });
+    // A kernel device or FIFO can be waited on: the timer's first tick hands over to a notifier
+    // on the descriptor, which ticks once per arrival and hands back, so an idle receiver costs
+    // nothing. The engine keeps switching the timer as before (stop, send, a failed library);
+    // the notifier only ever ticks while the timer was last left running.
+    auto* timer = findChild<QTimer*>("IRMonTimer");
+    connect(timer, &QTimer::timeout, this, [this, engine, timer] {
+        const PortHandle fd = ctx_.irPortHandle;
+        if (ctx_.interfaceType != kKernelIr || fd == kNoPort) {
+            engine->OnIRMonTimer();
+            return;
+        }
+        timer->stop();
+        if (!irNotifier_ || irNotifier_->socket() != fd) {
+            delete irNotifier_;
+            irNotifier_ = new QSocketNotifier(fd, QSocketNotifier::Read, this);
+            connect(irNotifier_, &QSocketNotifier::activated, this, [this, engine, timer] {
+                irNotifier_->setEnabled(false);
+                if (!ctx_.monitoring || irNotifier_->socket() != ctx_.irPortHandle) return;
+                timer->start();
+                engine->OnIRMonTimer();
+            });
+        }
+        irNotifier_->setEnabled(true);
+    });
     auto* second = findChild<QTimer*>("SecondTimer");
     connect(second, &QTimer::timeout, this, [engine] { engine->OnSecondTimer(); });
     second->start();

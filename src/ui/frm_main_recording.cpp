@@ -38,7 +38,8 @@ void FrmMain::wireRecording(Io io) {
         QSignalBlocker quiet(bar);
         bar->setRange(minimum, maximum);
     };
-    if (sender_) sender_->hooks().drawWaveform = [this](const std::string& samples) { waveform_->ShowSamples(samples); };
+    if (sender_)
+        sender_->hooks().drawWaveform = [this](const std::string& samples) { waveform_->ShowSamples(samples); };
     if (io.port && io.library)
         captureSource_ = std::make_unique<PortCaptureSource>(ctx_, *io.port, *io.library);
     else
@@ -64,9 +65,13 @@ void FrmMain::wireRecording(Io io) {
     button("GExt", [this] { waveform_->onGExt(); });
     button("Gshr", [this] { waveform_->onGshr(); });
     button("GReset", [this] { waveform_->onGReset(); });
-    connect(bar, &QScrollBar::valueChanged, this,
-            [this](int value) { waveform_->onHScroll1(value); });
-    connect(action("CalibrationMenu"), &QAction::triggered, this, [this] { learning_->onCalibrationMenu(); });
+    connect(bar, &QScrollBar::valueChanged, this, [this](int value) { waveform_->onHScroll1(value); });
+    connect(action("CalibrationMenu"), &QAction::triggered, this, [this] {
+        if (receiver_ && receiver_->onKernelDevice())
+            view_.setStatus(receiver_->noCalibrationText());
+        else
+            learning_->onCalibrationMenu();
+    });
     connect(action("MenuProcDelay"), &QAction::triggered, this, [this] { learning_->onMenuProcDelay(); });
 }
 
