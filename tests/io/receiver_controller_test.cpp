@@ -269,5 +269,31 @@ TEST_F(ReceiverTest, StoredItypeRestoresModeAndInterface) {
     EXPECT_EQ(dialogs.texts(), std::vector<std::string>{"IRMan interface initialized OK"});
 }
 
+TEST_F(ReceiverTest, AKernelDeviceIsChosenWithItsPortAndComesBackFromTheFile) {
+    driver.port(100); // LIRC0
+    start();
+    EXPECT_EQ(view.items("ComList"), (std::vector<std::string>{"COM2", "LIRC0"}));
+    view.setCurrentIndex("ComList", 1);
+    controller.onComListClick();
+    EXPECT_EQ(view.text("ReceiverType"), "LIRC0 (receiver and transmitter)");
+    EXPECT_FALSE(view.isEnabled("TxDCheckBox") || view.isEnabled("IrDACheckBox"));
+    EXPECT_TRUE(saved().comPort == 100 && saved().itypeLow == kKernelIr);
+    // The serial receivers need a serial port.
+    controller.onIRMouseMenu();
+    EXPECT_EQ(view.text("StatusBar"), "LIRC0 is a kernel infrared device: choose a COM port for this interface.");
+    EXPECT_TRUE(ctx.interfaceType == kKernelIr && !view.isChecked("IRMouseMenu"));
+
+    store.LoadConfiguration();
+    controller.listPorts();
+    controller.applyStoredInterface();
+    EXPECT_EQ(view.currentIndex("ComList"), 1);
+    EXPECT_EQ(view.text("ReceiverType"), "LIRC0 (receiver and transmitter)");
+
+    view.setCurrentIndex("ComList", 0);
+    controller.onComListClick();
+    EXPECT_EQ(view.text("ReceiverType"), "DCDStd");
+    EXPECT_TRUE(saved().comPort == 2 && saved().itypeLow == kDcdStd);
+}
+
 } // namespace
 } // namespace quenix::testing

@@ -1,0 +1,223 @@
+// Kernel infrared devices: the requests made of a device, sending into a pipe and receiving
+// from a FIFO of mode2 words, and the serial layer's LIRC ports.
+
+#include "actions/executor.h"
+#include "core/text.h"
+#include "io/kernel_ir_device.h"
+#include "io/serial_port.h"
+#include "ir/analysis.h"
+#include "ir/codec.h"
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fcntl.h>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace quenix {
+namespace {
+
+// The real system, with the device's answers scripted and every request and transmission noted.
+class RecordingSystem final : public KernelIrSystem {
+public:
+    std::uint32_t features = 0;
+    bool answers = true;
+    std::vector<std::string> requests;
+    std::vector<std::uint32_t> sent; // pieces joined by the spaces waited between them
+
+    int request(int, LircRequest r, std::uint32_t& value) override {
+        static const char* const names[] = {"GetFeatures",   "SetRecMode",  "GetMinTimeout",  "GetMaxTimeout",
+                                            "SetRecTimeout", "SetSendMode", "SetSendCarrier", "SetSendDutyCycle"};
+        if (r == LircRequest::GetFeatures) value = features;
+        if (r == LircRequest::GetMinTimeout) value = 1000;
+        if (r == LircRequest::GetMaxTimeout) value = 10000;
+        requests.push_back(std::string(names[static_cast<int>(r)]) + " " + std::to_string(value));
+        return answers ? 0 : ENOTTY;
+    }
+    long read(int fd, std::uint8_t* b, std::size_t n) override { return real->read(fd, b, n); }
+    int write(int, const std::uint8_t* data, std::size_t size) override {
+        for (std::size_t i = 0; i + 4 <= size; i += 4) {
+            std::uint32_t v = 0;
+            std::memcpy(&v, data + i, 4);
+            sent.push_back(v);
+        }
+        return 0;
+    }
+    bool waitReadable(int fd, int ms) override { return real->waitReadable(fd, ms); }
+    void sleepUs(std::int64_t us) override { sent.push_back(static_cast<std::uint32_t>(us)); }
+    std::int64_t nowUs() override { return real->nowUs(); }
+    std::string name(int) override { return "/dev/lirc0"; }
+    std::string errorText(int e) override { return real->errorText(e); }
+
+private:
+    std::unique_ptr<KernelIrSystem> real = MakeSystemKernelIr();
+};
+
+struct Fifo {
+    explicit Fifo(const testing::TempDir& dir) : path(dir.file("fifo").string()) {
+        ::mkfifo(path.c_str(), 0600);
+        fd = ::open(path.c_str(), O_RDWR | O_NONBLOCK);
+    }
+    ~Fifo() { ::close(fd); }
+    void put(const std::vector<std::uint32_t>& words) const {
+        // In two writes that cut a word in half, as a reader of a stream may see it.
+        const auto* bytes = reinterpret_cast<const char*>(words.data());
+        const std::size_t size = words.size() * 4, cut = size / 2 + 1;
+        ASSERT_EQ(::write(fd, bytes, cut), static_cast<ssize_t>(cut));
+        ASSERT_EQ(::write(fd, bytes + cut, size - cut), static_cast<ssize_t>(size - cut));
+    }
+    void drain() const {
+        char sink[4096];
+        while (::read(fd, sink, sizeof sink) > 0) {
+        }
+    }
+    std::string path;
+    int fd = -1;
+};
+
+TEST(KernelIr, TheRequestsFollowWhatTheDeviceOffers) {
+    struct Case {
+        std::uint32_t features;
+        bool answers;
+        std::vector<std::string> requests;
+        bool receives, sends;
+    };
+    const Case cases[] = {
+        {kLircCanRecMode2 | kLircCanSetRecTimeout | kLircCanSendPulse | kLircCanSetSendCarrier |
+             kLircCanSetSendDutyCycle,
+         true,
+         {"GetFeatures 268698370", "SetRecMode 4", "GetMinTimeout 1000", "GetMaxTimeout 10000", "SetRecTimeout 10000",
+          "SetSendMode 2", "SetSendCarrier 38000", "SetSendDutyCycle 33"},
+         true,
+         true},
+        {kLircCanRecMode2, true, {"GetFeatures 262144", "SetRecMode 4"}, true, false},
+        {kLircCanSendPulse, true, {"GetFeatures 2", "SetSendMode 2"}, false, true},
+        // A FIFO answers nothing: mode2 words in, nothing out.
+        {kLircCanSendPulse, false, {"GetFeatures 2"}, true, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.requests.front());
+        RecordingSystem system;
+        system.features = c.features;
+        system.answers = c.answers;
+        KernelIrDevice device(system, 3);
+        EXPECT_EQ(system.requests, c.requests);
+        EXPECT_EQ(device.canReceive(), c.receives);
+        EXPECT_EQ(device.canSend(), c.sends);
+    }
+}
+
+// The kernel's own loopback test, with the encoder, the transmit path into a pipe, and the
+// monitoring path's capture from a FIFO.
+TEST(KernelIr, EveryShippedKeySentThroughThePipeIsRecognisedFromTheFifo) {
+    const std::string text = testing::DefaultConfiguration();
+    testing::TempDir dir;
+    Fifo fifo(dir);
+    auto receiving = MakeSystemKernelIr();
+    KernelIrLibrary receiver(*receiving,
+                             [](const std::vector<std::uint8_t>& b) { return !ExtractFrame(b).frame.empty(); });
+    receiver.SetHandle(fifo.fd);
+    ASSERT_TRUE(receiver.Ready());
+    EXPECT_FALSE(receiver.CanSend());
+    EXPECT_FALSE(receiver.IRSend(reinterpret_cast<const std::uint8_t*>("\xff"), 1, 550, 0));
+    EXPECT_EQ(receiver.error(), dir.file("fifo").string() + " is a receiver only: it cannot send.");
+
+    std::istringstream in(text);
+    std::string line, device;
+    int keys = 0;
+    bool toggle = false;
+    while (std::getline(in, line)) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (line.size() > 2 && line.front() == '[') device = line.substr(1, line.size() - 2);
+        if (line.size() < 2 || line[0] != 'G' || line.find(',') == std::string::npos) continue;
+        const std::string name = Trim(line.substr(line.find(',') + 1));
+        SCOPED_TRACE(device + "&" + name);
+        const ProtocolHeader h = DeviceHeader(text, device);
+        std::string code = line.substr(0, line.find(','));
+        const std::vector<std::uint8_t> packed = PackCells(EncodeCommand(code, h, toggle));
+
+        RecordingSystem transmitting;
+        transmitting.features = kLircCanSendPulse;
+        KernelIrLibrary sender(transmitting, {});
+        sender.SetHandle(3);
+        ASSERT_TRUE(sender.IRSend(packed.data(), static_cast<int>(packed.size()), h.sendpls, 0));
+        ASSERT_EQ(transmitting.sent.size() % 2, 1u);
+
+        // As a receiver reports it: the silence before, a carrier report, the signal, a time-out.
+        std::vector<std::uint32_t> words{Mode2Word(false, 300000), kMode2Frequency | 38000};
+        for (std::size_t i = 0; i < transmitting.sent.size(); ++i)
+            words.push_back(Mode2Word(i % 2 == 0, transmitting.sent[i]));
+        words.push_back(kMode2Timeout | 20000);
+        fifo.put(words);
+
+        std::vector<std::uint8_t> buffer(600, 0);
+        ASSERT_EQ(receiver.IRMonitor(buffer.data(), 20), 1);
+        MonitorFrame f = ExtractFrame(buffer);
+        EXPECT_EQ(MonitorKey(text, f.frame, f.analysis.protocol), device + "&" + name) << f.code;
+        fifo.drain();
+        ++keys;
+    }
+    EXPECT_EQ(keys, 16);
+    // Nothing on the air: the call answers "nothing" after its short wait.
+    std::vector<std::uint8_t> buffer(600, 0);
+    EXPECT_EQ(receiver.IRMonitor(buffer.data(), 20), 0);
+}
+
+TEST(KernelIr, CellsBecomeDurationsAndPiecesTheKernelTakes) {
+    const std::uint8_t cells[] = {0b00111001, 0b10000000}; // 00 111 00 11 0000000
+    EXPECT_EQ(CellsToDurations(cells, 2, 100), (std::vector<std::uint32_t>{300, 200, 200}));
+
+    std::vector<std::uint32_t> long_(1001, 1000);
+    auto pieces = SendPieces(long_, 511, 450000);
+    ASSERT_EQ(pieces.size(), 3u); // 511 + 1 + 489 values (the gaps between pieces are waited)
+    std::size_t values = 0;
+    for (const auto& [piece, gap] : pieces) {
+        EXPECT_EQ(piece.size() % 2, 1u);
+        values += piece.size() + (gap > 0 ? 1 : 0);
+    }
+    EXPECT_EQ(values, long_.size());
+    EXPECT_EQ(SendPieces({200000, 10, 300000}, 511, 450000).size(), 2u);
+
+    // A 110 us pulse from 55 us on, sampled every 55 us: samples 1 and 2.
+    std::uint8_t buffer[2] = {};
+    SampleWriter writer(buffer, 2, 55000);
+    writer.add(false, 55);
+    writer.add(true, 110);
+    EXPECT_EQ(buffer[0], 0b01100000);
+    writer.add(false, 1000);
+    EXPECT_TRUE(writer.full());
+}
+
+TEST(KernelIr, SerialLayerListsAndWaitsOnLircLinks) {
+    for (auto [name, number] : {std::pair{"LIRC0", 100}, {"lirc9", 109}, {"LIRC10", 0}, {"COM3", 3}}) {
+        EXPECT_EQ(ComPortNumber(name), number) << name;
+        if (number) {
+            EXPECT_EQ(ToLower(ComDeviceName(number)), ToLower(name));
+        }
+    }
+    testing::TempDir dir;
+    Fifo fifo(dir);
+    std::filesystem::create_symlink(fifo.path, dir.file("lirc0"));
+    auto driver = MakeSystemSerialDriver(dir.str());
+    SerialPort port(*driver);
+    EXPECT_TRUE(port.ComPortExists(100));
+    const PortHandle h = port.OpenComPort(100);
+    ASSERT_NE(h, kNoPort);
+    EXPECT_TRUE(IsKernelIrHandle(h));
+    EXPECT_FALSE(port.IsDCDOn(h));
+    EXPECT_FALSE(port.WriteComPort("x10 bytes", h));
+    fifo.put({Mode2Word(true, 9000)});
+    EXPECT_TRUE(port.IsDCDOn(h));
+    port.CloseHandle(h);
+
+    std::filesystem::create_symlink(dir.file("none"), dir.file("lirc1"));
+    EXPECT_FALSE(port.ComPortExists(101));
+    EXPECT_EQ(port.OpenComPort(101), kNoPort);
+    EXPECT_EQ(port.OpenError(), "LIRC1: " + dir.file("lirc1").string() + " is gone; is the receiver plugged in?");
+}
+
+} // namespace
+} // namespace quenix
