@@ -5,6 +5,9 @@
 #include <sstream>
 
 namespace quenix {
+namespace {
+constexpr double kMaxRunUs = 16777215;
+} // namespace
 
 std::optional<std::vector<PulseRun>> ParseMode2(std::string_view text, std::string& error) {
     std::vector<PulseRun> runs;
@@ -20,12 +23,19 @@ std::optional<std::vector<PulseRun>> ParseMode2(std::string_view text, std::stri
         if (kind != "pulse" && kind != "space") continue;
         char* end = nullptr;
         double us = std::strtod(value.c_str(), &end);
-        if (value.empty() || *end != '\0' || !(us > 0) || !std::isfinite(us)) {
+        // Lengths are whole microseconds as written back, and no run is longer than LIRC's 24 bits.
+        us = std::round(us);
+        if (value.empty() || *end != '\0' || !(us >= 1 && us <= kMaxRunUs)) {
             error = "line " + std::to_string(number) + ": bad length \"" + value + "\"";
             return std::nullopt;
         }
         if (!runs.empty() && runs.back().mark == (kind == "pulse")) runs.back().us += us;
         else runs.push_back({kind == "pulse", us});
+        if (runs.back().us > kMaxRunUs) {
+            error = "line " + std::to_string(number) + ": run longer than " +
+                    std::to_string(static_cast<long>(kMaxRunUs)) + " us";
+            return std::nullopt;
+        }
     }
     return runs;
 }
