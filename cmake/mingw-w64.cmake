@@ -7,3 +7,8 @@ set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+
+# Programs that need no runtime DLLs beside them, so Wine runs them from any folder.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
+# Tests and the tool run under Wine, in the prefix each test run makes afresh (wine-prefix.sh).
+set(CMAKE_CROSSCOMPILING_EMULATOR env WINEDEBUG=-all WINEPREFIX=${CMAKE_BINARY_DIR}/wine wine)
