@@ -2,8 +2,8 @@
 
 #include "config/config_text.h"
 #include "core/text.h"
-#include "ir/analysis.h"
 #include "ir/codec.h"
+#include "ir/decoder.h"
 
 namespace quenix {
 
@@ -155,11 +155,6 @@ void Learning::onMenuProcDelay() {
     }
 }
 
-int Learning::measuredUnit(const std::vector<std::uint8_t>& capture) {
-    RunAnalysis a = AnalyseRuns(UnpackSamples(capture));
-    return a.ok ? a.unit : 0;
-}
-
 void Learning::onCalibrationMenu() {
     if (ctx_.dialogs.messageBox(
             "Keep the '1' button on the SONY remote pressed and click OK.\nKeep pressed till you will receive a message.",
@@ -189,7 +184,7 @@ void Learning::onCalibrationMenu() {
             return end(why.empty() ? "Autocalibration aborted!" : why);
         }
         ctx_.beeper.beep(4000, 20);
-        unit = measuredUnit(buffer);
+        unit = MeasuredUnit(buffer);
         if (delay > kMaxCalibratedDelay) return end("Calibration procedure failed!");
         if (unit == 10 && first10 == 0) first10 = delay;
         if (unit != 9) {

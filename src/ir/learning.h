@@ -33,8 +33,6 @@ private:
     bool insertCommandLine(const std::string& line);
     // Writes PROCDELAY to the file and, once it is there, to the settings and the window.
     bool storeProcDelay(int value);
-    // The unit of a capture in samples, 0 when it could not be measured.
-    static int measuredUnit(const std::vector<std::uint8_t>& capture);
 
     Context& ctx_;
     View& view_;

@@ -1,8 +1,10 @@
 #include "ir/recorder.h"
 
-#include "ir/analysis.h"
 #include "ir/codec.h"
+#include "ir/decoder.h"
 #include "ir/protocols.h"
+
+#include <cmath>
 
 namespace quenix {
 
@@ -54,13 +56,14 @@ void Recorder::onRecButton() {
     }
     if (!capture(ctx_.captureBuffer)) return;
 
-    RecordedSignal r = DecodeRecording(ctx_.captureBuffer);
+    const DecodedRecording decoded = DecodeCapture(ctx_.captureBuffer);
+    const RecordedSignal& r = decoded.signal;
     if (r.signal.empty()) {
         view_.setStatus(r.status);
         return;
     }
     waveform_.Show(r.signal);
-    if (r.unitSamples > 0) view_.setText("SendPulse", std::to_string(r.unitSamples * kSampleUs));
+    if (r.unitSamples > 0) view_.setText("SendPulse", std::to_string(std::lround(decoded.unit * kSampleUs)));
     if (r.unitSamples == 0 || r.protocol == kProtoUnknown) {
         if (r.unitSamples > 0) showProtocol(kProtoUnknown);
         view_.setStatus(r.status);

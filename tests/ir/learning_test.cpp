@@ -1,7 +1,7 @@
 // Recording a key, the two-press rule, storing and deleting learned commands, and PROCDELAY.
 #include "capture_script.h"
 #include "config/config_text.h"
-#include "ir/analysis.h"
+#include "ir/decoder.h"
 #include "ir/learning.h"
 #include "monitor/capture_source.h"
 #include "support/sim_serial.h"
@@ -41,7 +41,7 @@ TEST_F(LearningTest, StatusAndPanelByCapture) {
         std::string protocol; // ProtocolName afterwards: red when unknown, green when known
         std::string fields;   // BitNr/AddrVal/CmdVal/SendPulse
     };
-    // 55 us samples: a 550 us cell measures 9 of them, the RC5 850 us cell 15.
+    // 55 us samples: the pulse unit reads the presets' 550 and 850 us.
     const Case cases[] = {
         {"creative", 3, Bytes(600, 0xFF), "Creative Infra record is not yet implemented!", "", "///"},
         {"no interface", 9, Bytes(600, 0xFF), "No Rec interface selected!", "", "///"},
@@ -49,14 +49,14 @@ TEST_F(LearningTest, StatusAndPanelByCapture) {
         {"no dominant run", 0, Blip(40, 0xFF), "Recorded signal is invalid or unknown!", "", "///"},
         {"four on, four off: nothing long", 0, Blip(60), "Unknown protocol!", "UNK", "///220"},
         {"sony 12", 1, Press(kProtoSony, "G101010010000"), "A valid SONY type command has been received.", "SONY",
-         "12/21/16/495"},
+         "12/21/16/550"},
         {"sony 13", 4, Press(kProtoSony, "G1010100100001"), "A possible invalid SONY type command has been received.",
-         "SONY", "13///495"},
+         "SONY", "13///550"},
         {"nec 32", 0, Press(kProtoNec, "G00100000110111110001000011101111"),
-         "A valid NEC type command has been received.", "NEC", "32///495"},
+         "A valid NEC type command has been received.", "NEC", "32///550"},
         // A quick tap: one frame, with nothing before it but the silence before the capture.
         {"rc5 tap", 0, Press(kProtoRc5, "G11000010000001", kSampleUs, kRecordBytes, false, true),
-         "A valid RC5 type command has been received.", "RC5", "14/2/1/825"},
+         "A valid RC5 type command has been received.", "RC5", "14/2/1/849"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -194,8 +194,7 @@ TEST_F(LearningTest, LearnedRc5KeyIsStoredAndRecognisedWithBothToggles) {
     EXPECT_NE(OnDisk().find("G11010000001101,Mute\r\n" + key + ",Power\r\n\r\n[X10]"), std::string::npos);
     EXPECT_EQ(refreshed, std::vector<std::string>{"Power"});
     for (const Bytes& press : {toggle0, toggle1}) {
-        MonitorFrame f = ExtractFrame(press);
-        EXPECT_EQ(MonitorKey(store.text(), f.frame, f.analysis.protocol), "Philips Amp&Power") << f.frame;
+        EXPECT_EQ(LookupKey(store.text(), DecodeMonitorFrame(press)), "Philips Amp&Power");
         view.setCurrentIndex("HScroll1", 400);
         Record(press);
         EXPECT_EQ(view.text("IRCommand"), "Philips Amp&&Power");
@@ -286,7 +285,7 @@ TEST_F(LearningTest, ProcDelayByHand) {
 Bytes SonyWithUnit(int unit) {
     for (double perCell = 4; perCell < 30; perCell += 0.05) {
         Bytes b = Press(kProtoSony, "G100000000000", 550.0 / perCell, 100);
-        if (AnalyseRuns(UnpackSamples(b)).unit == unit) return b;
+        if (MeasuredUnit(b) == unit) return b;
     }
     ADD_FAILURE() << "no sampling gives a unit of " << unit;
     return {};

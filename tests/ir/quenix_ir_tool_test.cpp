@@ -42,7 +42,7 @@ TEST(QuenixIrTool, FormatsPeriodAndPackedCaptures) {
     ShellOutput o = Shell(kTool + " encode --protocol sony --code G101 --repeat 0 --grepeat 0 --bitg 11 --format packed");
     EXPECT_EQ(o.out, "dac0\n"); // 11 011 01 011 -> 1101 1010 11, filled with 0 cells
     o = Shell(kTool + " encode --protocol NEC --code G0010000011011111 --format mode2 | " + kTool + " decode --period 50");
-    EXPECT_EQ(Field(o.out, "unit_us"), "500"); // the sample period scales the unit
+    EXPECT_EQ(Field(o.out, "unit_us"), "550"); // measured in samples of the given period
     // 39 bytes of carrier in a 600-byte capture: as short as the window calls it.
     o = Shell("(head -c 39 /dev/zero | tr '\\0' '\\377'; head -c 561 /dev/zero) | " + kTool + " decode --packed");
     EXPECT_EQ(Field(o.out, "verdict"), "Recorded signal to short!");

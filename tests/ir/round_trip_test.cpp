@@ -2,8 +2,8 @@
 // the periods a receiver may give, and decoded as the monitor does.
 #include "actions/executor.h"
 #include "core/text.h"
-#include "ir/analysis.h"
 #include "ir/codec.h"
+#include "ir/decoder.h"
 #include "ir/pulse_text.h"
 #include "support/fakes.h"
 
@@ -29,9 +29,10 @@ TEST(SampleDevices, EveryShippedKeyIsRecognisedWhenReceived) {
         for (int press = 0; press < 10; ++press) { // RC5 keys arrive with either toggle
             std::string code = line.substr(0, line.find(','));
             const double period = 45 + press / 2 * 5;
-            MonitorFrame f = ExtractFrame(SampleRuns(CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls), period));
-            EXPECT_EQ(f.analysis.protocol, h.gproto) << device << " " << name << " at " << period;
-            EXPECT_EQ(MonitorKey(text, f.frame, f.analysis.protocol), device + "&" + name) << f.code;
+            const DecodedFrame f =
+                DecodeMonitorFrame(SampleRuns(CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls), period));
+            EXPECT_EQ(f.protocol, h.gproto) << device << " " << name << " at " << period;
+            EXPECT_EQ(LookupKey(text, f), device + "&" + name) << f.frame;
         }
         ++keys;
     }

@@ -1,10 +1,12 @@
 // quenix-ir: the codec on the command line, for scripts and for LIRC's pulse/space text.
-#include "ir/analysis.h"
 #include "ir/codec.h"
+#include "ir/decoder.h"
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
 #include "lirc_import.h"
 
+#include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -104,20 +106,26 @@ int Decode(int argc, char** argv) {
                            std::to_string(input.size())};
         capture.assign(input.begin(), input.end());
     } else {
+        // Control characters other than line ends and blanks: a capture or some other file.
+        for (unsigned char c : input)
+            if ((c < 0x20 && !std::isspace(c)) || c == 0x7F) throw BadInput{"binary data, not pulse/space text"};
         std::string error;
         auto runs = ParseMode2(input, error);
         if (!runs) throw BadInput{error};
+        if (runs->empty()) throw BadInput{"no pulse or space lines"};
         capture = SampleRuns(*runs, period);
     }
 
-    RecordedSignal rec = DecodeRecording(capture);
-    MonitorFrame mon = ExtractFrame(capture);
+    const DecodedRecording decoded = DecodeCapture(capture);
+    const RecordedSignal& rec = decoded.signal;
+    const DecodedFrame mon = DecodeMonitorFrame(capture);
     std::cout << "protocol: " << ProtocolName(rec.protocol) << "\n"
-              << "unit_us: " << rec.unitSamples * period << "\n"
+              << "unit_us: " << std::lround(decoded.unit * period) << "\n"
               << "bits: " << rec.verdict.bits << "\n"
               << "code: " << rec.code << "\n"
               << "verdict: " << rec.status << "\n"
-              << "frame: " << mon.frame << "\n";
+              << "frame: " << mon.frame << "\n"
+              << "reading: " << ReadingName(decoded.reading) << "\n";
     return 0;
 }
 

@@ -1,0 +1,401 @@
+#include "ir/timing_reading.h"
+
+#include "ir/protocols.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <numeric>
+
+namespace quenix {
+
+namespace {
+
+struct FrameReading {
+    bool ok = false;
+    bool repeat = false; // a lead-in and a stop mark without data, as NEC sends while a key is held
+    bool leadIn = false; // read behind a lead-in
+    int protocol = kProtoUnknown;
+    std::string bits;
+    double unit = 0; // samples
+};
+
+// Lengths in units of the shortest runs.
+constexpr double kGapUnits = 12;          // a space this long ends a sequence (NEC's lead-in space is 8)
+constexpr double kGapBeforeLeadUnits = 5; // and one this long when a lead-in mark follows it
+constexpr double kLeadMarkUnits = 2.7;    // SONY's lead-in is 4 units, its longest bit mark 2
+constexpr double kLeadSpaceUnits = 2.5;   // behind a pulse-distance lead-in (NEC 8, repeat 4); SONY's is a bit's
+constexpr double kEvenSpread = 1.7;       // longest to median of runs that do not carry the bits
+// RC5's 889 us unit at any sampling from 45 to 65 us, taken as 55.
+constexpr double kNominalSampleUs = 55;
+constexpr double kBiPhaseMinUs = 600;
+constexpr double kBiPhaseMaxUs = 1250;
+constexpr double kMinUnitUs = 300;
+constexpr std::size_t kRc5Halves = 28; // half-bits of RC5's 14 bits
+constexpr double kRc5Preference = 1.0; // in units of deviation
+
+// Marks and spaces from the first carrier on; the last entry is the silence behind the
+// last mark (0 when the capture ends in carrier).
+std::vector<int> RunLengths(std::string_view s) {
+    std::vector<int> runs;
+    std::size_t i = s.find('1');
+    while (i != std::string_view::npos && i < s.size()) {
+        std::size_t end = s.find(s[i] == '1' ? '0' : '1', i);
+        if (end == std::string_view::npos) end = s.size();
+        runs.push_back(static_cast<int>(end - i));
+        i = end;
+    }
+    if (runs.size() % 2 == 1) {
+        runs.pop_back(); // a mark the end of the capture cut: its length says nothing
+        if (!runs.empty()) runs.back() = 0;
+    }
+    return runs;
+}
+
+// The mean of the runs near the shortest; the tenth shortest and above, so that a glitch
+// does not set it.
+double ShortRun(std::vector<int> runs) {
+    if (runs.size() < 2) return 0;
+    runs.pop_back();
+    std::sort(runs.begin(), runs.end());
+    const double low = runs[runs.size() / 10];
+    double sum = 0;
+    int n = 0;
+    for (int r : runs)
+        if (r >= low && r <= 1.5 * low) sum += r, ++n;
+    return n ? sum / n : 0;
+}
+
+double Sum(const std::vector<double>& x) { return std::accumulate(x.begin(), x.end(), 0.0); }
+
+double Median(std::vector<double> x) {
+    if (x.empty()) return 0;
+    std::nth_element(x.begin(), x.begin() + static_cast<long>(x.size() / 2), x.end());
+    return x[x.size() / 2];
+}
+
+struct Classes {
+    std::vector<bool> isLong;
+    int shorts = 0;
+    int longs = 0;
+    double shortMean = 0;
+    double longMean = 0;
+    double threshold = 0;
+};
+
+// Splits runs of one kind into short and long ones, from a first guess of the threshold.
+// The threshold then moves to the middle of the gap the two classes' spread leaves between
+// them: at 30 % jitter 1 unit reaches 1.3 and 2 units come down to 1.4.
+Classes SplitShortLong(const std::vector<double>& x, double threshold) {
+    Classes c;
+    for (int round = 0; round < 8; ++round) {
+        Classes next;
+        next.threshold = threshold;
+        double sumShort = 0;
+        double sumLong = 0;
+        for (double v : x) {
+            const bool isLong = v > threshold;
+            next.isLong.push_back(isLong);
+            (isLong ? sumLong : sumShort) += v;
+            ++(isLong ? next.longs : next.shorts);
+        }
+        if (next.shorts) next.shortMean = sumShort / next.shorts;
+        if (next.longs) next.longMean = sumLong / next.longs;
+        const bool settled = round > 0 && next.isLong == c.isLong;
+        c = std::move(next);
+        if (settled || c.shorts == 0 || c.longs == 0) break;
+        double deviation = 0;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            const double d = x[i] / (c.isLong[i] ? c.longMean : c.shortMean) - 1;
+            deviation += d * d;
+        }
+        // A uniform spread of +-j has a standard deviation of j / sqrt(3).
+        const double j = std::clamp(std::sqrt(3 * deviation / static_cast<double>(x.size())), 0.02, 0.35);
+        threshold = (c.shortMean * (1 + j) + c.longMean * (1 - j)) / 2;
+        if (threshold <= c.shortMean || threshold >= c.longMean) threshold = std::sqrt(c.shortMean * c.longMean);
+    }
+    return c;
+}
+
+// Splits runs into two lengths, starting between the shortest and the longest. When they
+// are not two lengths (all bits alike), the reference decides: runs longer than ratio times
+// it are long.
+Classes TwoLengths(const std::vector<double>& x, double reference, double ratio) {
+    if (x.empty()) return {};
+    const auto [lo, hi] = std::minmax_element(x.begin(), x.end());
+    Classes c = SplitShortLong(x, std::sqrt(*lo * *hi));
+    if (c.shorts && c.longs && c.longMean >= 1.5 * c.shortMean) return c;
+    const double mean = Sum(x) / static_cast<double>(x.size());
+    const bool allLong = mean > ratio * reference;
+    c.isLong.assign(x.size(), allLong);
+    c.shorts = allLong ? 0 : static_cast<int>(x.size());
+    c.longs = allLong ? static_cast<int>(x.size()) : 0;
+    c.shortMean = allLong ? 0 : mean;
+    c.longMean = allLong ? mean : 0;
+    c.threshold = ratio * reference;
+    return c;
+}
+
+// The long class's size in units of the short one: NEC's gaps are 3, SONY's marks 2.
+int LongUnits(const Classes& c, double reference) {
+    const double shortLength = c.shorts ? c.shortMean : reference;
+    if (!c.longs || shortLength <= 0) return 2;
+    return std::max(2, static_cast<int>(std::lround(c.longMean / shortLength)));
+}
+
+std::string Bits(const Classes& c) {
+    std::string bits;
+    for (bool l : c.isLong) bits += l ? '1' : '0';
+    return bits;
+}
+
+// Runs of one kind that vary no more than jitter does.
+bool Even(const std::vector<double>& x, double median) {
+    return std::all_of(x.begin(), x.end(), [&](double v) { return v <= kEvenSpread * median; });
+}
+
+// A short mark before every gap whose length is the bit, then a stop mark; from the run
+// first on (2 behind a lead-in).
+FrameReading PulseDistance(const std::vector<int>& r, std::size_t first) {
+    FrameReading f;
+    f.protocol = kProtoNec;
+    if (first == 2 && r.size() == 3) {
+        f.ok = f.repeat = true;
+        return f;
+    }
+    std::vector<double> marks;
+    std::vector<double> spaces;
+    for (std::size_t i = first; i < r.size(); ++i) (i % 2 == 0 ? marks : spaces).push_back(r[i]);
+    const double mark = Median(marks);
+    if (spaces.empty() || !Even(marks, mark)) return f;
+    const Classes c = TwoLengths(spaces, mark, 1.8);
+    f.bits = Bits(c);
+    const double units =
+        static_cast<double>(marks.size()) + c.shorts + static_cast<double>(LongUnits(c, mark)) * c.longs;
+    f.unit = (Sum(marks) + Sum(spaces)) / units;
+    f.ok = true;
+    return f;
+}
+
+// A short gap before every mark whose length is the bit; from the run first on (1 behind a
+// lead-in; without one the gap before the first mark is part of the pause).
+FrameReading PulseWidth(const std::vector<int>& r, std::size_t first) {
+    FrameReading f;
+    f.protocol = kProtoSony;
+    std::vector<double> marks;
+    std::vector<double> spaces;
+    for (std::size_t i = first; i < r.size(); ++i) (i % 2 == 0 ? marks : spaces).push_back(r[i]);
+    const double space = Median(spaces);
+    if (marks.empty() || !Even(spaces, space)) return f;
+    const Classes c = TwoLengths(marks, space, 1.5);
+    f.bits = Bits(c);
+    const double units =
+        static_cast<double>(spaces.size()) + c.shorts + static_cast<double>(LongUnits(c, space)) * c.longs;
+    f.unit = (Sum(marks) + Sum(spaces)) / units;
+    f.ok = true;
+    return f;
+}
+
+struct BiPhaseScale {
+    double unit = 0;                   // 0: the runs are not bi-phase
+    std::array<double, 2> threshold{}; // between one unit and two, for marks and for spaces
+};
+
+// Bi-phase runs last one unit or two. Without a lead-in to tell the unit by, a code of
+// alternating bits has only 2-unit runs: RC5's unit, whatever the sampling, settles it.
+// Marks and spaces get a threshold each, as a receiver lengthens the one at the other's cost.
+BiPhaseScale BiPhaseScaleOf(const std::array<std::vector<double>, 2>& kinds) {
+    BiPhaseScale s;
+    std::vector<double> x = kinds[0];
+    x.insert(x.end(), kinds[1].begin(), kinds[1].end());
+    if (x.empty()) return s;
+    const Classes c = TwoLengths(x, 0, 0);
+    double threshold = 0;
+    if (c.shorts && c.longs) {
+        if (c.longMean > 2.6 * c.shortMean) return s;
+        s.unit = Sum(x) / (c.shorts + 2.0 * c.longs);
+        threshold = c.threshold;
+    } else {
+        s.unit = Sum(x) / static_cast<double>(x.size());
+        if (s.unit * kNominalSampleUs > kBiPhaseMaxUs) s.unit /= 2;
+        threshold = 1.5 * s.unit;
+    }
+    if (s.unit * kNominalSampleUs < kBiPhaseMinUs || s.unit * kNominalSampleUs > kBiPhaseMaxUs) s.unit = 0;
+    for (std::size_t k = 0; k < 2; ++k) {
+        const Classes own = TwoLengths(kinds[k], 0, 0);
+        const bool split = own.shorts && own.longs && own.longMean < 2.6 * own.shortMean;
+        s.threshold[k] = split ? own.threshold : threshold;
+    }
+    return s;
+}
+
+// Manchester: every bit changes level in its middle, so a run that starts on a bit boundary
+// lasts one unit, and only a run that starts mid-bit may last two. Of the readings that keep
+// to this, the one that strays least beyond the threshold wins, RC5's 14 bits when they
+// stray hardly more. Sampling starts with the first carrier, the second half of the first
+// start bit.
+FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
+    FrameReading f;
+    f.protocol = kProtoRc5;
+    if (r.size() < 2 || s.unit <= 0) return f;
+    for (int v : r)
+        if (v > 2.7 * s.unit) return f;
+
+    constexpr double kNone = std::numeric_limits<double>::infinity();
+    const std::size_t n = r.size();
+    const std::size_t halves = 2 * n + 2;
+    // cost[i * halves + h]: the least deviation of the runs before run i, with h half-bits
+    // read (the one before sampling began included); step: the last run's length in units.
+    std::vector<double> cost((n + 1) * halves, kNone);
+    std::vector<int> step((n + 1) * halves, 0);
+    cost[1] = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double over = (r[i] - s.threshold[i % 2]) / s.unit;
+        for (std::size_t h = 1; h + 2 < halves; ++h) {
+            const double base = cost[i * halves + h];
+            if (base == kNone) continue;
+            auto relax = [&](int units, double add) {
+                const std::size_t to = (i + 1) * halves + h + static_cast<std::size_t>(units);
+                if (base + add < cost[to]) cost[to] = base + add, step[to] = units;
+            };
+            relax(1, std::max(0.0, over));
+            if (h % 2 == 1) relax(2, std::max(0.0, -over));
+        }
+    }
+    const double* last = &cost[n * halves];
+    std::size_t h = static_cast<std::size_t>(std::min_element(last, last + halves) - last);
+    if (kRc5Halves < halves) {
+        const std::size_t whole = last[kRc5Halves - 1] < last[kRc5Halves] ? kRc5Halves - 1 : kRc5Halves;
+        if (last[whole] <= last[h] + kRc5Preference) h = whole;
+    }
+    if (last[h] == kNone) return f;
+    std::vector<int> lengths(n);
+    for (std::size_t i = n; i > 0; --i) {
+        lengths[i - 1] = step[i * halves + h];
+        h -= static_cast<std::size_t>(lengths[i - 1]);
+    }
+    std::string cells = "0";
+    for (std::size_t i = 0; i < n; ++i) cells.append(static_cast<std::size_t>(lengths[i]), i % 2 == 0 ? '1' : '0');
+    const double total = static_cast<double>(cells.size() - 1);
+    if (cells.size() % 2 == 1) cells += '0'; // a last 0 bit's space half runs into the gap
+    for (std::size_t i = 0; i + 1 < cells.size(); i += 2) f.bits += cells[i] == '0' ? '1' : '0';
+    f.unit = std::accumulate(r.begin(), r.end(), 0.0) / total;
+    f.ok = true;
+    return f;
+}
+
+bool HasLeadIn(const std::vector<int>& runs, double shortRun) {
+    return runs.size() >= 3 && runs[0] >= kLeadMarkUnits * shortRun;
+}
+
+FrameReading ReadFrame(const std::vector<int>& runs, double shortRun, const BiPhaseScale& scale) {
+    if (HasLeadIn(runs, shortRun)) {
+        FrameReading f = runs[1] >= kLeadSpaceUnits * shortRun ? PulseDistance(runs, 2) : PulseWidth(runs, 1);
+        f.leadIn = f.ok;
+        if (f.ok) return f;
+    }
+    FrameReading f = BiPhase(runs, scale);
+    if (!f.ok) f = PulseDistance(runs, 0);
+    if (!f.ok) f = PulseWidth(runs, 0);
+    // Without a lead-in only a plausible unit makes it a code.
+    if (f.unit * kNominalSampleUs < kMinUnitUs) f.ok = false;
+    return f;
+}
+
+// The bit counts the protocols define; a sequence read at one of them is the likelier.
+bool UsualLength(int protocol, std::size_t bits) {
+    switch (protocol) {
+    case kProtoNec: return bits == 32 || bits == 16 || bits == 48 || bits == 42;
+    case kProtoSony: return bits == 12 || bits == 15 || bits == 20;
+    default: return bits == kRc5Halves / 2;
+    }
+}
+
+} // namespace
+
+CapturedRuns SplitFrames(std::string_view samples) {
+    CapturedRuns c;
+    const std::vector<int> runs = RunLengths(samples);
+    c.shortRun = ShortRun(runs);
+    if (c.shortRun <= 0) return c;
+    const double u = c.shortRun;
+    CapturedFrame f;
+    for (std::size_t i = 0; i < runs.size(); i += 2) {
+        f.runs.push_back(runs[i]);
+        const int space = runs[i + 1];
+        const bool last = i + 2 >= runs.size();
+        const bool gap =
+            space >= kGapUnits * u || (!last && space >= kGapBeforeLeadUnits * u && runs[i + 2] >= kLeadMarkUnits * u);
+        if (!gap && !last) {
+            f.runs.push_back(space);
+            continue;
+        }
+        f.complete = gap;
+        c.frames.push_back(std::move(f));
+        f = {};
+    }
+    return c;
+}
+
+// Of the sequences read, the one read most often; then one of a usual length, the longer,
+// the earlier. A sequence the capture cut off counts only when no whole one was read. When
+// some sequence opens with a lead-in, those without one are repeats sent without it, or
+// pieces.
+TimingReading ReadTiming(const CapturedRuns& runs) {
+    struct Seen {
+        int votes = 0;
+        std::size_t first = 0;
+        double unitSum = 0;
+    };
+    TimingReading t;
+    // Bi-phase frames share their scale: more runs measure it better.
+    const bool anyWhole =
+        std::any_of(runs.frames.begin(), runs.frames.end(), [](const CapturedFrame& f) { return f.complete; });
+    std::array<std::vector<double>, 2> pooled;
+    for (const CapturedFrame& frame : runs.frames)
+        if ((frame.complete || !anyWhole) && !HasLeadIn(frame.runs, runs.shortRun))
+            for (std::size_t i = 0; i < frame.runs.size(); ++i) pooled[i % 2].push_back(frame.runs[i]);
+    const BiPhaseScale scale = BiPhaseScaleOf(pooled);
+    std::vector<FrameReading> read;
+    bool leadIns = false;
+    for (const CapturedFrame& frame : runs.frames) {
+        read.push_back(ReadFrame(frame.runs, runs.shortRun, scale));
+        leadIns = leadIns || read.back().leadIn;
+    }
+    for (bool wholeOnly : {true, false}) {
+        std::map<std::pair<int, std::string>, Seen> seen;
+        for (std::size_t i = 0; i < runs.frames.size(); ++i) {
+            const FrameReading& r = read[i];
+            if ((wholeOnly && !runs.frames[i].complete) || (leadIns && !r.leadIn)) continue;
+            if (!r.ok || r.repeat || r.bits.empty()) continue;
+            Seen& s = seen[{r.protocol, r.bits}];
+            if (s.votes++ == 0) s.first = i;
+            s.unitSum += r.unit;
+        }
+        const std::pair<const std::pair<int, std::string>, Seen>* best = nullptr;
+        for (const auto& entry : seen) {
+            if (best) {
+                const Seen& a = entry.second;
+                const Seen& b = best->second;
+                const std::size_t la = entry.first.second.size();
+                const std::size_t lb = best->first.second.size();
+                const bool ua = UsualLength(entry.first.first, la);
+                const bool ub = UsualLength(best->first.first, lb);
+                if (a.votes != b.votes ? a.votes < b.votes : ua != ub ? ub : la != lb ? la < lb : a.first > b.first)
+                    continue;
+            }
+            best = &entry;
+        }
+        if (!best) continue;
+        t.ok = true;
+        t.protocol = best->first.first;
+        t.bits = best->first.second;
+        t.unit = best->second.unitSum / best->second.votes;
+        return t;
+    }
+    return t;
+}
+
+} // namespace quenix
