@@ -12,6 +12,8 @@
 #include "serpulse/system_line.h"
 #include "support/fakes.h"
 
+#include "played_line.h"
+
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -27,6 +29,7 @@ using namespace quenix;
 namespace {
 
 serpulse::SystemTimebase gTime;
+using bench::PlayedLine;
 
 double CpuSeconds() {
     rusage u{};
@@ -35,44 +38,15 @@ double CpuSeconds() {
            static_cast<double>(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
 }
 
-// A receiver line that plays cells in real time (standard receiver: DCD off during carrier)
-// and notes when it was looked at.
-class PlayedLine final : public serpulse::Line {
-public:
-    PlayedLine(std::string cells, double cellUs, std::int64_t startNs)
-        : cells_(std::move(cells)), cellNs_(cellUs * 1000), start_(startNs) {}
-    bool dcd() override {
-        std::int64_t now = gTime.nowNs();
-        looks.push_back(now);
-        if (now < start_) return true;
-        auto k = static_cast<std::size_t>(static_cast<double>(now - start_) / cellNs_);
-        return !(k < cells_.size() && cells_[k] == '1');
-    }
-    void setDtr(bool) override {}
-    bool write(const std::uint8_t*, std::size_t) override { return true; }
-    void drain() override {}
-    std::int64_t endNs() const { return start_ + static_cast<std::int64_t>(static_cast<double>(cells_.size()) * cellNs_); }
-    std::int64_t lastCarrierEndNs() const {
-        std::size_t last = cells_.find_last_of('1');
-        return start_ + static_cast<std::int64_t>(static_cast<double>(last + 1) * cellNs_);
-    }
-    std::vector<std::int64_t> looks;
-
-private:
-    std::string cells_;
-    double cellNs_;
-    std::int64_t start_;
-};
-
 void SamplePeriod() {
     std::printf("1. Sample period (600-byte capture of a 5.5 ms square wave, every look timestamped; us)\n");
-    std::printf("   %-9s %-8s %-10s %-8s %-10s %-10s %-10s %s\n", "PROCDELAY", "period", "mean", "error",
-                "off(sd)", "|off| p50", "|off| p99", "missed (filled in)");
+    std::printf("   %-9s %-8s %-10s %-8s %-10s %-10s %-10s %s\n", "PROCDELAY", "period", "mean", "error", "off(sd)",
+                "|off| p50", "|off| p99", "missed (filled in)");
     std::string square;
     for (int i = 0; i < 80; ++i) square += "1111100000";
     for (int delay : {0, 20, 40, 70}) {
         const double nominal = static_cast<double>(serpulse::SamplePeriodNs(delay)) / 1000.0;
-        PlayedLine line(square, 550, gTime.nowNs());
+        PlayedLine line(gTime, square, 550, gTime.nowNs());
         serpulse::Sampler sampler(line, gTime);
         std::vector<std::uint8_t> buffer(600, 0);
         serpulse::Sampler::Request r;
@@ -191,7 +165,7 @@ void FrameEndToReturn() {
         double signalMs = 0;
         for (int trial = 0; trial < kTrials; ++trial) {
             const std::int64_t start = gTime.nowNs() + 2'000'000;
-            PlayedLine line(c.cells, c.cellUs, start);
+            PlayedLine line(gTime, c.cells, c.cellUs, start);
             serpulse::Sampler sampler(line, gTime);
             std::vector<std::uint8_t> buffer(600, 0);
             serpulse::Sampler::Request r;
@@ -211,8 +185,10 @@ void FrameEndToReturn() {
         std::sort(cpu.begin(), cpu.end());
         const double fullMs = 4800 * 0.055 - signalMs;
         char full[32];
-        if (fullMs > 0) std::snprintf(full, sizeof full, "%.0f ms", fullMs);
-        else std::snprintf(full, sizeof full, "(fills it)");
+        if (fullMs > 0)
+            std::snprintf(full, sizeof full, "%.0f ms", fullMs);
+        else
+            std::snprintf(full, sizeof full, "(fills it)");
         std::printf("   %-34s %-10.0f %-16.1f %-18s %-10.0f %d/%d\n", c.name, signalMs, after[kTrials / 2], full,
                     cpu[kTrials / 2], decoded, kTrials);
     }

@@ -1,0 +1,338 @@
+// Kernel infrared devices on this machine:
+//  1. decoding exactness: every shipped key as mode2 words with timing jitter, through the
+//     device's capture into the monitoring path's decoder;
+//  2. key latency: from the end of the last frame the monitoring path needs to the action,
+//     on a FIFO fed in real time, beside the serial path's sampler on a line played in real time;
+//  3. idle CPU of the running program, measured from outside: monitoring a FIFO, not
+//     monitoring, and monitoring a pseudo-terminal through the 1 ms poll.
+//
+// Run from the source tree: bench/kernel_ir [path to telvorin.cfg]
+
+#include "actions/executor.h"
+#include "core/text.h"
+#include "io/capture_library.h"
+#include "io/kernel_ir_device.h"
+#include "io/pty_pair.h"
+#include "io/receiver_controller.h"
+#include "io/serial_port.h"
+#include "ir/analysis.h"
+#include "ir/codec.h"
+#include "monitor/monitor_engine.h"
+#include "serpulse/system_line.h"
+#include "support/fakes.h"
+
+#include "played_line.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <poll.h>
+#include <random>
+#include <spawn.h>
+#include <sstream>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+extern char** environ;
+
+using namespace quenix;
+using namespace quenix::testing;
+
+namespace {
+
+std::int64_t NowNs() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+struct Key {
+    std::string device, name, cells;
+    int sendpls;
+};
+
+std::vector<Key> ShippedKeys(const std::string& text) {
+    std::vector<Key> keys;
+    std::istringstream in(text);
+    std::string line, device;
+    bool toggle = false;
+    while (std::getline(in, line)) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (line.size() > 2 && line.front() == '[') device = line.substr(1, line.size() - 2);
+        if (line.size() < 2 || line[0] != 'G' || line.find(',') == std::string::npos) continue;
+        const ProtocolHeader h = DeviceHeader(text, device);
+        std::string code = line.substr(0, line.find(','));
+        keys.push_back({device, Trim(line.substr(line.find(',') + 1)), EncodeCommand(code, h, toggle), h.sendpls});
+    }
+    return keys;
+}
+
+std::vector<std::uint32_t> Durations(const Key& k) {
+    const std::vector<std::uint8_t> packed = PackCells(k.cells);
+    return CellsToDurations(packed.data(), static_cast<int>(packed.size()), k.sendpls);
+}
+
+bool Complete(const std::vector<std::uint8_t>& b) { return !ExtractFrame(b).frame.empty(); }
+
+void Drain(int fd) {
+    char sink[4096];
+    while (::read(fd, sink, sizeof sink) > 0) {
+    }
+}
+
+void Exactness(const std::string& text) {
+    std::printf("1. Every shipped key as mode2 words, each duration off by up to the jitter (uniform),\n"
+                "   captured from a socket by the device code and decoded by the monitoring path\n");
+    std::printf("   %-14s %-8s %-7s %-10s %-10s %s\n", "device", "jitter", "keys", "trials", "recognised", "rate");
+    int sv[2];
+    ::socketpair(AF_UNIX, SOCK_STREAM, 0, sv);
+    ::fcntl(sv[1], F_SETFL, O_NONBLOCK);
+    int size = 1 << 20;
+    ::setsockopt(sv[0], SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
+    auto system = MakeSystemKernelIr();
+    KernelIrLibrary library(*system, Complete);
+    library.SetHandle(sv[1]);
+    const std::vector<Key> keys = ShippedKeys(text);
+    std::mt19937 random(10);
+    constexpr int kTrials = 1000;
+    for (double jitter : {0.10, 0.20}) {
+        std::vector<std::string> devices;
+        for (const Key& k : keys)
+            if (std::find(devices.begin(), devices.end(), k.device) == devices.end()) devices.push_back(k.device);
+        for (const std::string& device : devices) {
+            int trials = 0, recognised = 0, count = 0;
+            for (const Key& k : keys) {
+                if (k.device != device) continue;
+                ++count;
+                const std::vector<std::uint32_t> exact = Durations(k);
+                std::uniform_real_distribution<double> off(1 - jitter, 1 + jitter);
+                for (int t = 0; t < kTrials; ++t) {
+                    std::vector<std::uint32_t> words{Mode2Word(false, 500000)};
+                    for (std::size_t i = 0; i < exact.size(); ++i)
+                        words.push_back(Mode2Word(i % 2 == 0, static_cast<std::uint32_t>(exact[i] * off(random))));
+                    words.push_back(kMode2Timeout | 20000);
+                    if (::write(sv[0], words.data(), words.size() * 4) != static_cast<ssize_t>(words.size() * 4))
+                        return;
+                    std::vector<std::uint8_t> buffer(600, 0);
+                    const auto r = library.IRMonitor(buffer.data(), 20);
+                    MonitorFrame f = ExtractFrame(buffer);
+                    ++trials;
+                    if (r == 1 && MonitorKey(text, f.frame, f.analysis.protocol) == k.device + "&" + k.name)
+                        ++recognised;
+
+                    Drain(sv[1]);
+                }
+            }
+            std::printf("   %-14s +-%2.0f %%   %-7d %-10d %-10d %.2f %%\n", device.c_str(), jitter * 100, count, trials,
+                        recognised, 100.0 * recognised / trials);
+        }
+    }
+    ::close(sv[0]);
+    ::close(sv[1]);
+}
+
+// When the last carrier that ended by t ended, for cells played from start.
+std::int64_t LastPulseEnd(const std::string& cells, double cellUs, std::int64_t start, std::int64_t t) {
+    std::int64_t last = start;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        const auto end = start + static_cast<std::int64_t>(static_cast<double>(i + 1) * cellUs * 1000);
+        if (end > t) break;
+        if (cells[i] == '1' && (i + 1 == cells.size() || cells[i + 1] != '1')) last = end;
+    }
+    return last;
+}
+
+double Median(std::vector<double> v) {
+    if (v.empty()) return -1;
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+}
+
+void Latency(const std::string& text) {
+    std::printf("\n2. From the end of the last frame the monitoring path needs to the action (ms, medians)\n");
+    std::printf("   (the serial column times every capture that returned, handled or not)\n");
+    std::printf("   %-30s %-14s %-10s %-14s %s\n", "signal", "FIFO (kernel)", "handled", "serial (DCD)", "handled");
+    TempDir folder;
+    const std::string fifo = folder.file("fifo").string();
+    ::mkfifo(fifo.c_str(), 0600);
+    std::filesystem::create_symlink(fifo, folder.file("lirc0"));
+    std::string config = text;
+    config.insert(config.find("[End]"), "Set-top Box&Ch+,winamp&NEXT\r\nPhilips Amp&Mute,winamp&STOP\r\n");
+    ConfigStore store(folder.str());
+    FakeClock clock; // the pause after a key costs nothing here
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx(store, clock, dialogs, beeper);
+    if (!store.LoadFromText(config)) return;
+    store.settings().irInEna = true;
+    auto driver = MakeSystemSerialDriver(folder.str());
+    SerialPort port(*driver);
+    auto library = MakeCaptureLibrary((std::filesystem::canonical("/proc/self/exe").parent_path() / "../bin").string());
+    ctx.irPortHandle = port.OpenComPort(kLircPortBase);
+    library->SetHandle(ctx.irPortHandle);
+    ctx.interfaceType = kKernelIr;
+    FakeView view;
+    std::int64_t actionNs = 0;
+    MonitorEngine::Hooks hooks;
+    hooks.execute = [&](const std::string&, const std::string&) {
+        actionNs = NowNs();
+        return std::string("done");
+    };
+    MonitorEngine engine(ctx, view, port, *library, hooks);
+    const int writer = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK);
+
+    std::vector<Key> keys = ShippedKeys(config);
+    auto key = [&](const std::string& device, const std::string& name) {
+        return *std::find_if(keys.begin(), keys.end(),
+                             [&](const Key& k) { return k.device == device && k.name == name; });
+    };
+    Key nec = key("Set-top Box", "Ch+");
+    nec.cells = nec.cells.substr(0, nec.cells.find_last_of('1') + 1) + std::string(72, '0') + "111111111111111100001";
+    Key sony = key("Sony TV", "Ch+");
+    Key rc5 = key("Philips Amp", "Mute");
+    rc5.cells = rc5.cells.substr(0, 220);
+    const std::pair<const char*, Key> cases[] = {
+        {"NEC frame + repeat burst", nec}, {"SONY 12 bit (encoder)", sony}, {"RC5, 2 frames (encoder gap)", rc5}};
+    serpulse::SystemTimebase time;
+    constexpr int kTrials = 15;
+    for (const auto& [title, k] : cases) {
+        const std::vector<std::uint32_t> durations = Durations(k);
+        std::vector<double> kernel, serial;
+        int kernelHandled = 0, serialHandled = 0;
+        for (int trial = 0; trial < kTrials; ++trial) {
+            // The kernel writes each word once its pulse or space has ended.
+            actionNs = 0;
+            const std::int64_t start = NowNs() + 20'000'000;
+            std::thread feeder([&] {
+                std::int64_t at = start;
+                for (std::size_t i = 0; i < durations.size(); ++i) {
+                    at += static_cast<std::int64_t>(durations[i]) * 1000;
+                    time.waitUntilNs(at - 200'000);
+                    while (NowNs() < at) {
+                    }
+                    const std::uint32_t word = Mode2Word(i % 2 == 0, durations[i]);
+                    if (::write(writer, &word, 4) != 4) return;
+                }
+            });
+            const std::int64_t give = start + 600'000'000;
+            while (actionNs == 0 && NowNs() < give) {
+                pollfd p{static_cast<int>(ctx.irPortHandle), POLLIN, 0};
+                if (::poll(&p, 1, 20) > 0) engine.OnIRMonTimer();
+            }
+            feeder.join();
+            if (actionNs) {
+                ++kernelHandled;
+                kernel.push_back(static_cast<double>(actionNs - LastPulseEnd(k.cells, k.sendpls, start, actionNs)) /
+                                 1e6);
+            }
+            Drain(static_cast<int>(ctx.irPortHandle));
+
+            // The serial path: the capture library's sampler on a line played in real time.
+            const std::int64_t lineStart = time.nowNs() + 2'000'000;
+            bench::PlayedLine line(time, k.cells, k.sendpls, lineStart);
+            serpulse::Sampler sampler(line, time);
+            std::vector<std::uint8_t> buffer(600, 0);
+            serpulse::Sampler::Request r;
+            r.buffer = buffer.data();
+            r.length = 600;
+            r.procDelay = 20;
+            r.edgeWaitNs = 100'000'000;
+            if (sampler.capture(r)) {
+                MonitorFrame f = ExtractFrame(buffer);
+                const bool handled = MonitorKey(config, f.frame, f.analysis.protocol) == k.device + "&" + k.name;
+                const std::int64_t done = time.nowNs();
+                serialHandled += handled ? 1 : 0;
+                serial.push_back(static_cast<double>(done - LastPulseEnd(k.cells, k.sendpls, lineStart, done)) / 1e6);
+            }
+        }
+        std::printf("   %-30s %-14.1f %2d/%-7d %-14.1f %2d/%d\n", title, Median(kernel), kernelHandled, kTrials,
+                    Median(serial), serialHandled, kTrials);
+    }
+    ::close(writer);
+}
+
+// utime + stime of a process, in seconds.
+double ProcessCpu(pid_t pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string all((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+    std::istringstream fields(all.substr(all.rfind(')') + 2));
+    std::string skip;
+    for (int i = 3; i < 14; ++i) fields >> skip;
+    double user = 0, system = 0;
+    fields >> user >> system;
+    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+}
+
+std::string WithKey(std::string text, const std::string& key, const std::string& value) {
+    const std::size_t at = text.find(key + "=");
+    return text.replace(at, text.find('\r', at) - at, key + "= " + value);
+}
+
+void IdleCpu(const std::string& text) {
+    std::printf("\n3. CPU of the running program while no key arrives (10 s each, measured from outside)\n");
+    std::printf("   %-44s %-10s %s\n", "state", "CPU s", "of one core");
+    const std::filesystem::path bin = std::filesystem::canonical("/proc/self/exe").parent_path() / "../bin";
+    struct Row {
+        const char* title;
+        int comPort, itype;
+        const char* monitor;
+    };
+    const Row rows[] = {{"not monitoring, LIRC0 a FIFO", kLircPortBase, kKernelIr, "0"},
+                        {"monitoring LIRC0, a FIFO (waits on it)", kLircPortBase, kKernelIr, "1"},
+                        {"monitoring COM1, a pty (1 ms poll)", 1, 0, "1"}};
+    for (const Row& row : rows) {
+        TempDir folder;
+        for (const auto& f : std::filesystem::directory_iterator(bin))
+            if (f.is_regular_file()) std::filesystem::copy_file(f.path(), folder.file(f.path().filename().string()));
+        std::string config = WithKey(text, "COMPORT", std::to_string(row.comPort));
+        config = WithKey(WithKey(config, "ITYPE", std::to_string(row.itype)), "MONITOR", row.monitor);
+        folder.write("telvorin.cfg", WithKey(config, "IRINENA", "1"));
+        const std::string fifo = folder.file("fifo").string();
+        ::mkfifo(fifo.c_str(), 0600);
+        std::filesystem::create_symlink(fifo, folder.file("lirc0"));
+        PtyPair pty;
+        pty.linkAs(folder.path(), 1);
+
+        const std::string program = folder.file("quenix").string();
+        char* argv[] = {const_cast<char*>(program.c_str()), nullptr};
+        std::vector<std::string> env{"QT_QPA_PLATFORM=offscreen", "SDL_AUDIODRIVER=dummy",
+                                     "ASAN_OPTIONS=detect_leaks=0"};
+        for (char** e = environ; *e; ++e) env.emplace_back(*e);
+        std::vector<char*> envp;
+        for (auto& e : env) envp.push_back(e.data());
+        envp.push_back(nullptr);
+        pid_t pid = 0;
+        if (::posix_spawn(&pid, program.c_str(), nullptr, nullptr, argv, envp.data()) != 0) {
+            std::printf("   cannot start %s\n", program.c_str());
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::seconds(4)); // start-up
+        const double cpu0 = ProcessCpu(pid);
+        std::this_thread::sleep_for(std::chrono::seconds(10));
+        const double cpu = ProcessCpu(pid) - cpu0;
+        ::kill(pid, SIGTERM);
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        std::printf("   %-44s %-10.3f %.2f %%\n", row.title, cpu, cpu * 10);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::string text = TempDir::ReadFile(argc > 1 ? argv[1] : "data/telvorin.cfg");
+    if (text.empty()) {
+        std::fprintf(stderr, "cannot read the configuration\n");
+        return 1;
+    }
+    Exactness(text);
+    Latency(text);
+    IdleCpu(text);
+    return 0;
+}
