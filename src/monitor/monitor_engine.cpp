@@ -3,7 +3,7 @@
 #include "config/config_text.h"
 #include "core/text.h"
 #include "io/receiver_controller.h"
-#include "ir/decoder.h"
+#include "ir/analysis.h"
 #include "ir/pulse_text.h"
 
 #include <algorithm>
@@ -63,7 +63,8 @@ std::vector<std::string> MonitoredActions(std::string_view text, std::string_vie
 }
 
 MonitorEngine::MonitorEngine(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library, Hooks hooks)
-    : ctx_(ctx), view_(view), port_(port), library_(library), hooks_(std::move(hooks)) {}
+    : ctx_(ctx), view_(view), port_(port), library_(library), hooks_(std::move(hooks)),
+      irPort_(ctx, view, port, library, [this] { CheckInterface(); }) {}
 
 bool MonitorEngine::IrInput() const { return ctx_.config.settings().irInEna; }
 bool MonitorEngine::BtInput() const { return ctx_.config.settings().btEna; }
@@ -200,14 +201,15 @@ std::string MonitorEngine::LibraryFailure() const {
 }
 
 void MonitorEngine::OnIRMonTimer() {
-    if (!IrInput() || ctx_.irPortHandle == kNoPort) return;
+    if (!IrInput()) return;
     // Only these receivers are polled; for them an idle tick is one line read. The standard
     // receiver pulls DCD off for carrier, the IRMouse raises it, and a kernel device reads DCD
     // on while it holds words: the capture is called only while a key is on the air, never
     // to wait on an idle line.
     const int type = ctx_.interfaceType;
     if (!Polled(type)) return;
-    if (port_.IsDCDOn(ctx_.irPortHandle) == (type == kDcdStd)) return;
+    bool dcd = false;
+    if (!irPort_.ReadDcd(dcd) || dcd == (type == kDcdStd)) return;
 
     std::vector<std::uint8_t>& buffer = ctx_.captureBuffer;
     buffer.assign(kCaptureBytes, 0);
@@ -223,14 +225,14 @@ void MonitorEngine::OnIRMonTimer() {
     if (*result == 0) return;
     if (std::all_of(buffer.begin() + kLeadBytes, buffer.end(), [](std::uint8_t b) { return b == 0; })) return;
 
-    const DecodedFrame f = DecodeMonitorFrame(buffer);
-    if (f.literal.analysis.ok && f.literal.analysis.protocol != 99) {
-        view_.setText("plen1", f.literal.quantised.plen1);
-        view_.setText("plen0", f.literal.quantised.plen0);
+    MonitorFrame f = ExtractFrame(buffer);
+    if (f.analysis.ok && f.analysis.protocol != 99) {
+        view_.setText("plen1", f.quantised.plen1);
+        view_.setText("plen0", f.quantised.plen0);
     }
     if (f.frame.empty()) return;
 
-    const std::string key = LookupKey(ctx_.config.text(), f);
+    const std::string key = MonitorKey(ctx_.config.text(), f.frame, f.analysis.protocol);
     view_.setText("RecCmd", key);
     view_.setStatus("Command received");
     if (key == "UNKNOWN") {

@@ -9,6 +9,7 @@
 #include "core/view.h"
 #include "io/capture_library.h"
 #include "io/serial_port.h"
+#include "monitor/ir_port_watch.h"
 
 #include <cstdint>
 #include <functional>
@@ -72,6 +73,7 @@ private:
     SerialPort& port_;
     CaptureLibrary& library_;
     Hooks hooks_;
+    IrPortWatch irPort_;
 };
 
 // The output actions of a key: the text behind "," of every [Monitoring] line whose input part

@@ -173,6 +173,28 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
     }
 }
 
+// An adapter pulled while monitoring: one status line, no capture on the dead line (each would
+// sample it for the whole buffer), and keys again once the port is back.
+TEST(MonitorEngine, APortThatGoesAwayIsToldOnceAndTakenBackWhenItReturns) {
+    EngineRig rig;
+    rig.store.settings().irInEna = true;
+    rig.com1().inputs = 0; // the standard receiver reads as busy: DCD off
+    rig.com1().present = false;
+    for (int tick = 0; tick < 3000; ++tick, rig.clock.advanceMs(1)) rig.engine.OnIRMonTimer();
+    EXPECT_EQ(rig.view.textsOf("StatusBar"),
+              std::vector<std::string>{"COM1 is gone; monitoring goes on when it is back."});
+    EXPECT_TRUE(rig.library.captureCalls.empty());
+    EXPECT_EQ(rig.ctx.irPortHandle, kNoPort);
+
+    rig.com1().present = true;
+    rig.library.captures.push_back(Capture(rig, "Sony TV", "G000010010000"));
+    for (int tick = 0; tick < 1500 && rig.view.text("RecCmd").empty(); ++tick, rig.clock.advanceMs(1))
+        rig.engine.OnIRMonTimer();
+    EXPECT_EQ(rig.view.text("RecCmd"), "Sony TV&Ch+");
+    EXPECT_EQ(rig.view.textsOf("StatusBar").at(1), "COM1 is back.");
+    EXPECT_EQ(rig.library.handles.back(), rig.ctx.irPortHandle);
+}
+
 // TxD sending reconfigures the port before every action: the receiver it powers must stay on.
 TEST(MonitorEngine, KeysStillArriveAfterTxDSends) {
     EngineRig rig;

@@ -227,6 +227,26 @@ TEST_F(PhoneRemoteTest, DisplayReadsAndSwitchingOff) {
     EXPECT_EQ(events, (Lines{"BT0&UP", "BT0&DOWN", "BT0&UP"}));
 }
 
+// A phone link that drops while a text goes to the display: the wait ends, the loss is told once,
+// and the link comes back in the usual two rounds.
+TEST_F(PhoneRemoteTest, LinkLostWhileATextIsWrittenIsToldOnceAndComesBack) {
+    Connect();
+    ctx.monitoring = true;
+    const std::int64_t start = clock.nowMs();
+    view.duringWait = [this] { driver.port(kBtCom).present = false; };
+    remote.ShowOnPhone("Volume 12");
+    EXPECT_LE(clock.nowMs() - start, 2000); // the reply wait ends in its five ticks
+    for (int poll = 0; poll < 3; ++poll) remote.OnBTMonTimer();
+    EXPECT_EQ(events, Lines{"BT&DISCONNECTED"});
+    EXPECT_EQ(view.text(PhoneRemote::kLabel), "BT disconnected!");
+
+    driver.port(kBtCom).present = true;
+    remote.OnBTAutoTimer();
+    remote.OnBTAutoTimer();
+    EXPECT_EQ(events, (Lines{"BT&DISCONNECTED", "BT&CONNECTED"}));
+    remote.Close();
+}
+
 // The link is lost when the phone refuses to take its keys back, or silently, when it goes
 // out of range and the handshake lines drop. Reconnecting takes two rounds of BTAutoTimer, and
 // only the round that connects raises BT&CONNECTED; there are no rounds in mode 1.

@@ -6,7 +6,15 @@ namespace quenix::testing {
 
 SimPort* SimSerialDriver::portOf(PortHandle h) {
     auto it = handles_.find(h);
-    return it == handles_.end() ? nullptr : &ports_[it->second];
+    if (it == handles_.end()) return nullptr;
+    SimPort& p = ports_[it->second];
+    if (!p.present) {
+        // A port pulled while open leaves a dead handle, even once the port is back.
+        p.open = false;
+        handles_.erase(it);
+        return nullptr;
+    }
+    return &p;
 }
 
 PortHandle SimSerialDriver::open(const std::string& deviceName) {
@@ -83,7 +91,10 @@ bool SimSerialDriver::defaultConfig(const std::string& deviceName) {
 }
 
 void SimSerialDriver::close(PortHandle h) {
-    if (with(h, [](SimPort& p) { p.open = false; })) handles_.erase(h);
+    auto it = handles_.find(h);
+    if (it == handles_.end()) return;
+    ports_[it->second].open = false;
+    handles_.erase(it);
 }
 
 namespace {
