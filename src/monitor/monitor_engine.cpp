@@ -3,7 +3,7 @@
 #include "config/config_text.h"
 #include "core/text.h"
 #include "io/receiver_controller.h"
-#include "ir/analysis.h"
+#include "ir/decoder.h"
 #include "ir/pulse_text.h"
 
 #include <algorithm>
@@ -225,14 +225,14 @@ void MonitorEngine::OnIRMonTimer() {
     if (*result == 0) return;
     if (std::all_of(buffer.begin() + kLeadBytes, buffer.end(), [](std::uint8_t b) { return b == 0; })) return;
 
-    MonitorFrame f = ExtractFrame(buffer);
-    if (f.analysis.ok && f.analysis.protocol != 99) {
-        view_.setText("plen1", f.quantised.plen1);
-        view_.setText("plen0", f.quantised.plen0);
+    const DecodedFrame f = DecodeMonitorFrame(buffer);
+    if (f.literal.analysis.ok && f.literal.analysis.protocol != 99) {
+        view_.setText("plen1", f.literal.quantised.plen1);
+        view_.setText("plen0", f.literal.quantised.plen0);
     }
     if (f.frame.empty()) return;
 
-    const std::string key = MonitorKey(ctx_.config.text(), f.frame, f.analysis.protocol);
+    const std::string key = LookupKey(ctx_.config.text(), f);
     view_.setText("RecCmd", key);
     view_.setStatus("Command received");
     if (key == "UNKNOWN") {
