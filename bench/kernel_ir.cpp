@@ -8,8 +8,6 @@
 //
 // Run from the source tree: bench/kernel_ir [path to telvorin.cfg]
 
-#include "actions/executor.h"
-#include "core/text.h"
 #include "io/capture_library.h"
 #include "io/kernel_ir_device.h"
 #include "io/pty_pair.h"
@@ -20,6 +18,7 @@
 #include "monitor/monitor_engine.h"
 #include "serpulse/system_line.h"
 #include "support/fakes.h"
+#include "support/learned_keys.h"
 
 #include "played_line.h"
 
@@ -59,17 +58,9 @@ struct Key {
 
 std::vector<Key> ShippedKeys(const std::string& text) {
     std::vector<Key> keys;
-    std::istringstream in(text);
-    std::string line, device;
     bool toggle = false;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (line.size() > 2 && line.front() == '[') device = line.substr(1, line.size() - 2);
-        if (line.size() < 2 || line[0] != 'G' || line.find(',') == std::string::npos) continue;
-        const ProtocolHeader h = DeviceHeader(text, device);
-        std::string code = line.substr(0, line.find(','));
-        keys.push_back({device, Trim(line.substr(line.find(',') + 1)), EncodeCommand(code, h, toggle), h.sendpls});
-    }
+    for (LearnedKey& k : LearnedKeys(text))
+        keys.push_back({k.device, k.name, EncodeCommand(k.code, k.header, toggle), k.header.sendpls});
     return keys;
 }
 

@@ -1,19 +1,18 @@
 // Kernel infrared devices: the requests made of a device, sending into a pipe and receiving
 // from a FIFO of mode2 words, and the serial layer's LIRC ports.
 
-#include "actions/executor.h"
 #include "core/text.h"
 #include "io/kernel_ir_device.h"
 #include "io/serial_port.h"
 #include "ir/analysis.h"
 #include "ir/codec.h"
 #include "support/fakes.h"
+#include "support/learned_keys.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <fcntl.h>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -125,25 +124,18 @@ TEST(KernelIr, EveryShippedKeySentThroughThePipeIsRecognisedFromTheFifo) {
     EXPECT_FALSE(receiver.IRSend(reinterpret_cast<const std::uint8_t*>("\xff"), 1, 550, 0));
     EXPECT_EQ(receiver.error(), dir.file("fifo").string() + " is a receiver only: it cannot send.");
 
-    std::istringstream in(text);
-    std::string line, device;
-    int keys = 0;
+    const std::vector<testing::LearnedKey> keys = testing::LearnedKeys(text);
     bool toggle = false;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (line.size() > 2 && line.front() == '[') device = line.substr(1, line.size() - 2);
-        if (line.size() < 2 || line[0] != 'G' || line.find(',') == std::string::npos) continue;
-        const std::string name = Trim(line.substr(line.find(',') + 1));
-        SCOPED_TRACE(device + "&" + name);
-        const ProtocolHeader h = DeviceHeader(text, device);
-        std::string code = line.substr(0, line.find(','));
-        const std::vector<std::uint8_t> packed = PackCells(EncodeCommand(code, h, toggle));
+    for (const testing::LearnedKey& k : keys) {
+        SCOPED_TRACE(k.device + "&" + k.name);
+        std::string code = k.code;
+        const std::vector<std::uint8_t> packed = PackCells(EncodeCommand(code, k.header, toggle));
 
         RecordingSystem transmitting;
         transmitting.features = kLircCanSendPulse;
         KernelIrLibrary sender(transmitting, {});
         sender.SetHandle(3);
-        ASSERT_TRUE(sender.IRSend(packed.data(), static_cast<int>(packed.size()), h.sendpls, 0));
+        ASSERT_TRUE(sender.IRSend(packed.data(), static_cast<int>(packed.size()), k.header.sendpls, 0));
         ASSERT_EQ(transmitting.sent.size() % 2, 1u);
 
         // As a receiver reports it: the silence before, a carrier report, the signal, a time-out.
@@ -156,11 +148,10 @@ TEST(KernelIr, EveryShippedKeySentThroughThePipeIsRecognisedFromTheFifo) {
         std::vector<std::uint8_t> buffer(600, 0);
         ASSERT_EQ(receiver.IRMonitor(buffer.data(), 20), 1);
         MonitorFrame f = ExtractFrame(buffer);
-        EXPECT_EQ(MonitorKey(text, f.frame, f.analysis.protocol), device + "&" + name) << f.code;
+        EXPECT_EQ(MonitorKey(text, f.frame, f.analysis.protocol), k.device + "&" + k.name) << f.code;
         fifo.drain();
-        ++keys;
     }
-    EXPECT_EQ(keys, 16);
+    EXPECT_EQ(keys.size(), 16u);
     // Nothing on the air: the call answers "nothing" after its short wait.
     std::vector<std::uint8_t> buffer(600, 0);
     EXPECT_EQ(receiver.IRMonitor(buffer.data(), 20), 0);

@@ -6,37 +6,28 @@
 #include "ir/decoder.h"
 #include "ir/pulse_text.h"
 #include "support/fakes.h"
+#include "support/learned_keys.h"
 
 #include <gtest/gtest.h>
-
-#include <sstream>
 
 namespace quenix {
 namespace {
 
 TEST(SampleDevices, EveryShippedKeyIsRecognisedWhenReceived) {
     const std::string text = testing::DefaultConfiguration();
-    std::istringstream in(text);
-    std::string line, device;
-    int keys = 0;
+    const std::vector<testing::LearnedKey> keys = testing::LearnedKeys(text);
     bool toggle = false;
-    while (std::getline(in, line)) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (line.size() > 2 && line.front() == '[') device = line.substr(1, line.size() - 2);
-        if (line.size() < 2 || line[0] != 'G' || line.find(',') == std::string::npos) continue;
-        const ProtocolHeader h = DeviceHeader(text, device);
-        const std::string name = Trim(line.substr(line.find(',') + 1));
+    for (const testing::LearnedKey& k : keys) {
         for (int press = 0; press < 10; ++press) { // RC5 keys arrive with either toggle
-            std::string code = line.substr(0, line.find(','));
+            std::string code = k.code;
             const double period = 45 + press / 2 * 5;
-            const DecodedFrame f =
-                DecodeMonitorFrame(SampleRuns(CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls), period));
-            EXPECT_EQ(f.protocol, h.gproto) << device << " " << name << " at " << period;
-            EXPECT_EQ(LookupKey(text, f), device + "&" + name) << f.frame;
+            MonitorFrame f =
+                ExtractFrame(SampleRuns(CellsToRuns(EncodeCommand(code, k.header, toggle), k.header.sendpls), period));
+            EXPECT_EQ(f.analysis.protocol, k.header.gproto) << k.device << " " << k.name << " at " << period;
+            EXPECT_EQ(MonitorKey(text, f.frame, f.analysis.protocol), k.device + "&" + k.name) << f.code;
         }
-        ++keys;
     }
-    EXPECT_EQ(keys, 16);
+    EXPECT_EQ(keys.size(), 16u);
 }
 
 } // namespace
