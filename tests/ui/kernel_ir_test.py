@@ -2,16 +2,9 @@
 """The real program on its own X server, its receiver a lirc0 link to a FIFO: a key written as mode2
 words is received while monitoring and runs its event. kernel_ir_test.py PROGRAM TOOL CONFIG SHOTS"""
 import os, shutil, struct, subprocess, sys, tempfile, time
+from atspi_test import wait_for
 
 KEY = "G00100000110111110001000011101111"  # Set-top Box&Power
-
-
-def wait_for(probe, what, seconds=20):
-    end = time.time() + seconds
-    while not (found := probe()) and time.time() < end:
-        time.sleep(0.1)
-    assert found, "timed out waiting for " + what
-    return found
 
 
 def general(text, key, value):
