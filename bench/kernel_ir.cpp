@@ -13,8 +13,8 @@
 #include "io/pty_pair.h"
 #include "io/receiver_controller.h"
 #include "io/serial_port.h"
-#include "ir/analysis.h"
 #include "ir/codec.h"
+#include "ir/decoder.h"
 #include "monitor/monitor_engine.h"
 #include "serpulse/system_line.h"
 #include "support/fakes.h"
@@ -69,7 +69,7 @@ std::vector<std::uint32_t> Durations(const Key& k) {
     return CellsToDurations(packed.data(), static_cast<int>(packed.size()), k.sendpls);
 }
 
-bool Complete(const std::vector<std::uint8_t>& b) { return !ExtractFrame(b).frame.empty(); }
+bool Complete(const std::vector<std::uint8_t>& b) { return !DecodeMonitorFrame(b).frame.empty(); }
 
 void Drain(int fd) {
     char sink[4096];
@@ -112,10 +112,9 @@ void Exactness(const std::string& text) {
                         return;
                     std::vector<std::uint8_t> buffer(600, 0);
                     const auto r = library.IRMonitor(buffer.data(), 20);
-                    MonitorFrame f = ExtractFrame(buffer);
+                    const DecodedFrame f = DecodeMonitorFrame(buffer);
                     ++trials;
-                    if (r == 1 && MonitorKey(text, f.frame, f.analysis.protocol) == k.device + "&" + k.name)
-                        ++recognised;
+                    if (r == 1 && LookupKey(text, f) == k.device + "&" + k.name) ++recognised;
 
                     Drain(sv[1]);
                 }
@@ -235,8 +234,7 @@ void Latency(const std::string& text) {
             r.procDelay = 20;
             r.edgeWaitNs = 100'000'000;
             if (sampler.capture(r)) {
-                MonitorFrame f = ExtractFrame(buffer);
-                const bool handled = MonitorKey(config, f.frame, f.analysis.protocol) == k.device + "&" + k.name;
+                const bool handled = LookupKey(config, DecodeMonitorFrame(buffer)) == k.device + "&" + k.name;
                 const std::int64_t done = time.nowNs();
                 serialHandled += handled ? 1 : 0;
                 serial.push_back(static_cast<double>(done - LastPulseEnd(k.cells, k.sendpls, lineStart, done)) / 1e6);

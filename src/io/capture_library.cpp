@@ -2,7 +2,7 @@
 
 #include "io/dynamic_library.h"
 #include "io/kernel_ir_device.h"
-#include "ir/analysis.h"
+#include "ir/decoder.h"
 
 #include "serpulse/serpulse.h"
 
@@ -87,7 +87,7 @@ public:
     explicit RoutingCaptureLibrary(std::string path)
         : serial_(std::move(path)), system_(MakeSystemKernelIr()),
           // A monitoring capture ends as soon as it holds a frame the monitoring path takes.
-          kernel_(*system_, [](const std::vector<std::uint8_t>& b) { return !ExtractFrame(b).frame.empty(); }) {}
+          kernel_(*system_, [](const std::vector<std::uint8_t>& b) { return !DecodeMonitorFrame(b).frame.empty(); }) {}
 
     std::optional<std::int32_t> SetHandle(PortHandle handle) override {
         onKernel_ = handle != kNoPort && handle != 0 && IsKernelIrHandle(handle);

@@ -239,8 +239,8 @@ public:
         status = 0;
         if (isKernel(h)) {
             pollfd p{fd(h), POLLIN, 0};
-            status = kModemCtsOn | kModemDsrOn;
-            if (::poll(&p, 1, 0) > 0) status |= kModemDcdOn;
+            if (::poll(&p, 1, 0) > 0 && (p.revents & POLLIN) == 0) return false; // unplugged
+            status = kModemCtsOn | kModemDsrOn | ((p.revents & POLLIN) != 0 ? kModemDcdOn : 0);
             return true;
         }
         int lines = 0;

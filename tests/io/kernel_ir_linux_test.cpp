@@ -4,8 +4,8 @@
 #include "core/text.h"
 #include "io/kernel_ir_device.h"
 #include "io/serial_port.h"
-#include "ir/analysis.h"
 #include "ir/codec.h"
+#include "ir/decoder.h"
 #include "support/fakes.h"
 #include "support/learned_keys.h"
 
@@ -117,7 +117,7 @@ TEST(KernelIr, EveryShippedKeySentThroughThePipeIsRecognisedFromTheFifo) {
     Fifo fifo(dir);
     auto receiving = MakeSystemKernelIr();
     KernelIrLibrary receiver(*receiving,
-                             [](const std::vector<std::uint8_t>& b) { return !ExtractFrame(b).frame.empty(); });
+                             [](const std::vector<std::uint8_t>& b) { return !DecodeMonitorFrame(b).frame.empty(); });
     receiver.SetHandle(fifo.fd);
     ASSERT_TRUE(receiver.Ready());
     EXPECT_FALSE(receiver.CanSend());
@@ -147,8 +147,7 @@ TEST(KernelIr, EveryShippedKeySentThroughThePipeIsRecognisedFromTheFifo) {
 
         std::vector<std::uint8_t> buffer(600, 0);
         ASSERT_EQ(receiver.IRMonitor(buffer.data(), 20), 1);
-        MonitorFrame f = ExtractFrame(buffer);
-        EXPECT_EQ(MonitorKey(text, f.frame, f.analysis.protocol), k.device + "&" + k.name) << f.code;
+        EXPECT_EQ(LookupKey(text, DecodeMonitorFrame(buffer)), k.device + "&" + k.name);
         fifo.drain();
     }
     EXPECT_EQ(keys.size(), 16u);
