@@ -3,7 +3,9 @@
 #include "config/browser_controller.h"
 #include "core/text.h"
 #include "ir/codec.h"
+#include "ir/decoder.h"
 #include "ir/protocols.h"
+#include "ir/pulse_text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,6 +22,7 @@ constexpr double kLeadTolerance = 0.2; // an RC5 lead pulse against the bits' pu
 constexpr double kDefaultGapUs = 40000;
 constexpr int kNecBurstMark = 16; // the encoder's data-less repeat burst, in cells
 constexpr int kNecBurstSpace = 4;
+constexpr double kCaptureSampleUs = 55; // the capture library's sample, once calibrated
 
 // Encodings LIRC knows that a fixed pattern per bit value cannot carry.
 constexpr const char* kUnsupported[] = {"RC6",    "RCMM",      "XMP",         "GRUNDIG",  "BO",
@@ -92,6 +95,21 @@ int TogglePosition(const LircRemote& r) {
     return -1;
 }
 
+// Whether the first key, sent with the fitted header and captured as the receiver would, is
+// read back as its code; the reason when not.
+std::string ReadBack(const ImportedRemote& m) {
+    const HeaderFields& f = m.header;
+    ProtocolHeader h{f.gproto, f.sendpls, f.repeat, f.grepeat, f.bitg, f.bit0, f.bit1};
+    std::string code = m.commands.front().code;
+    bool toggle = true; // the next send carries toggle 0, as the stored code does
+    std::vector<PulseRun> runs = CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls);
+    runs.push_back({false, 100000});
+    std::string read = DecodeCapture(SampleRuns(runs, kCaptureSampleUs)).signal.code;
+    if (read == m.commands.front().code) return {};
+    return read.empty() ? "the decoder does not recognise its signal"
+                        : "the decoder reads its first key as " + read + ", not " + m.commands.front().code;
+}
+
 ImportedRemote Refused(ImportedRemote m, std::string why) {
     m.ok = false;
     m.why = std::move(why);
@@ -122,25 +140,36 @@ std::string DeviceNameFor(std::string_view lircName) {
     return n;
 }
 
-ImportedRemote FitRemote(const LircRemote& r) {
+ImportedRemote FitRemote(const LircRemote& remote) {
     ImportedRemote m;
-    m.lircName = r.name;
-    m.header.name = DeviceNameFor(r.name);
-    m.header.description = Sanitised("LIRC remote " + r.name);
+    m.lircName = remote.name;
+    m.header.name = DeviceNameFor(remote.name);
+    m.header.description = Sanitised("LIRC remote " + remote.name);
 
     for (const char* f : kUnsupported)
-        if (r.hasFlag(f)) return Refused(m, std::string("LIRC's ") + f + " encoding has no fixed pattern per bit");
-    if (r.keys.empty() && !r.rawKeys.empty()) return Refused(m, "raw codes: recorded waveforms, not bit codes");
-    if (r.keys.empty()) return Refused(m, "no keys");
-    if (r.two.present() || r.three.present()) return Refused(m, "bits of more than two values");
-    if (r.pre.present() || r.post.present()) return Refused(m, "a pulse between the data fields");
-    if (r.foot.present()) return Refused(m, "a footer after the data");
-    if (!r.unknown.empty()) return Refused(m, "the parameter " + r.unknown.front() + " is not understood");
-    if (r.one.pulse <= 0 || r.zero.pulse <= 0 || (r.one.space <= 0 && r.zero.space <= 0))
+        if (remote.hasFlag(f)) return Refused(m, std::string("LIRC's ") + f + " encoding has no fixed pattern per bit");
+    if (remote.keys.empty() && !remote.rawKeys.empty())
+        return Refused(m, "raw codes: recorded waveforms, not bit codes");
+    if (remote.keys.empty()) return Refused(m, "no keys");
+    if (remote.two.present() || remote.three.present()) return Refused(m, "bits of more than two values");
+    if (remote.pre.present() || remote.post.present()) return Refused(m, "a pulse between the data fields");
+    if (remote.foot.present()) return Refused(m, "a footer after the data");
+    if (!remote.unknown.empty()) return Refused(m, "the parameter " + remote.unknown.front() + " is not understood");
+    if (remote.one.pulse <= 0 || remote.zero.pulse <= 0 || (remote.one.space <= 0 && remote.zero.space <= 0))
         return Refused(m, "no timings: the receiver decodes the codes itself");
-    if (r.totalBits() <= 0 || r.totalBits() > 200) return Refused(m, "a bit count of " + std::to_string(r.totalBits()));
+    if (remote.totalBits() <= 0 || remote.totalBits() > 200)
+        return Refused(m, "a bit count of " + std::to_string(remote.totalBits()));
 
-    const bool biphase = r.hasFlag("RC5") || r.hasFlag("SHIFT_ENC");
+    const bool biphase = remote.hasFlag("RC5") || remote.hasFlag("SHIFT_ENC");
+    // The decoder reads a longer space (pulse distance) or a longer mark (pulse width) as 1.
+    // A remote that has it the other way round gets its patterns swapped and its codes
+    // inverted: the same signal, in the codes that monitoring will read.
+    LircRemote r = remote;
+    const bool marksEqual = Near(r.one.pulse, r.zero.pulse, kUnitTolerance);
+    const bool spacesEqual = Near(r.one.space, r.zero.space, kUnitTolerance);
+    const bool inverted =
+        !biphase && ((marksEqual && r.one.space < r.zero.space) || (spacesEqual && r.one.pulse < r.zero.pulse));
+    if (inverted) std::swap(r.one, r.zero);
     HeaderFields& h = m.header;
     int toggle = TogglePosition(r);
     std::vector<double> durations = {r.header.pulse, r.header.space, r.one.pulse, r.one.space,
@@ -207,6 +236,8 @@ ImportedRemote FitRemote(const LircRemote& r) {
         c.name = Sanitised(k.name);
         if (c.name.empty()) c.name = "key";
         std::string bits = KeyBits(r, k.code);
+        if (inverted)
+            for (char& b : bits) b = b == '1' ? '0' : '1';
         if (biphase) {
             if (r.plead > 0) bits.insert(0, 1, '1'); // the first start bit, whose mark is the lead pulse
             bits = WithRc5Toggle(bits, '0');
@@ -228,6 +259,7 @@ ImportedRemote FitRemote(const LircRemote& r) {
         CellsOf(r.repeat.space, unit) == kNecBurstSpace && Fits(r.repeat.pulse, unit) && Fits(r.repeat.space, unit))
         h.repeat = 0; // NEC's data-less repeat burst
     m.ok = true;
+    m.unreadable = ReadBack(m);
     return m;
 }
 

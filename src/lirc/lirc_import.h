@@ -25,6 +25,9 @@ struct ImportedRemote {
     std::string why; // when not ok: the reason, for the user
     HeaderFields header;
     std::vector<ImportedCommand> commands;
+    // Set when the decoder does not read the remote's own signal back as its code: the
+    // device sends, but monitoring will not recognise its keys.
+    std::string unreadable;
 
     // The device section: header lines, one line per command, and a blank line.
     std::string SectionText() const;

@@ -104,8 +104,10 @@ LircFile ParseLircdConf(std::string_view text) {
             } else if (key == "end" && what == "remote" && in == In::Remote) {
                 if (r.name.empty())
                     error("a remote without a name is dropped");
-                else
+                else {
+                    r.endLine = lineNo;
                     file.remotes.push_back(std::move(r));
+                }
                 in = In::Nothing;
             } else if (key == "begin" && what == "codes" && in == In::Remote) {
                 in = In::Codes;

@@ -25,6 +25,7 @@ struct LircKey {
 struct LircRemote {
     std::string name;
     int line = 0;                   // where "begin remote" stands, for messages
+    int endLine = 0;                // where "end remote" stands
     std::vector<std::string> flags; // upper case, as written between "|"
     int bits = 0;
     LircPair header, one, zero, two, three, pre, post, foot, repeat;

@@ -30,6 +30,9 @@ int LircImportCommand(int argc, char** argv) {
             std::fprintf(stderr, "quenix-ir: remote %s not imported: %s\n", m.lircName.c_str(), m.why.c_str());
             continue;
         }
+        if (!m.unreadable.empty())
+            std::fprintf(stderr, "quenix-ir: remote %s: monitoring will not recognise its keys: %s\n",
+                         m.lircName.c_str(), m.unreadable.c_str());
         std::cout << m.SectionText();
         ++imported;
     }
