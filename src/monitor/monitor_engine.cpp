@@ -246,6 +246,7 @@ void MonitorEngine::OnIRMonTimer() {
 }
 
 std::string MonitorEngine::HandleEvent(const std::string& key) {
+    if (hooks_.keyRecognised) hooks_.keyRecognised(key);
     std::string done;
     for (const std::string& action : MonitoredActions(ctx_.config.text(), key)) {
         auto [device, command] = SplitPart(action);

@@ -37,6 +37,9 @@ public:
         std::function<void()> refreshProtocol;
         // Opens the monitored-events editor.
         std::function<void()> showEditor;
+        // Every key that reaches the handle-event operation (device "&" command), infrared or
+        // phone, before its actions run: listeners such as the lircd socket see it.
+        std::function<void(const std::string& key)> keyRecognised;
     };
 
     MonitorEngine(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library, Hooks hooks = {});
