@@ -141,6 +141,8 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
         {"idle standard receiver", nullptr, nullptr, 0, "", "", "", noise, true, false, true},
         {"idle IRMouse", nullptr, nullptr, 1, "", "", "", noise, true, false, true},
         {"noise", nullptr, nullptr, 0, "", "", "", noise},
+        {"all ones from the library", nullptr, nullptr, 0, "", "", "", std::vector<std::uint8_t>(600, 0xFF)},
+        {"a few bytes filled", nullptr, nullptr, 0, "", "", "", std::vector<std::uint8_t>(20, 0xA5)},
         {"input off", nullptr, nullptr, 0, "", "", "", noise, false},
         // A library that cannot be called says so once and is not asked every millisecond.
         {"library gone", nullptr, nullptr, 0, "", "", kNoLibrary.c_str(), {}, true, true},
