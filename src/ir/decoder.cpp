@@ -4,6 +4,7 @@
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace quenix {
@@ -14,17 +15,35 @@ namespace {
 // samples of a calibrated delay) for the shortest runs.
 constexpr double kRelativeTolerance = 0.3;
 constexpr double kAbsoluteTolerance = 100.0 / 55.0;
+constexpr double kMaxStretch = 0.4; // units a receiver may add to a mark or take from it
 
-bool Matches(const std::vector<int>& captured, const std::vector<double>& expected, double& unit) {
-    if (captured.size() != expected.size() || captured.empty()) return false;
-    double sumCaptured = 0;
-    double sumExpected = 0;
-    for (std::size_t i = 0; i < captured.size(); ++i) sumCaptured += captured[i], sumExpected += expected[i];
-    unit = sumCaptured / sumExpected;
-    for (std::size_t i = 0; i < captured.size(); ++i) {
-        const double want = expected[i] * unit;
-        if (std::abs(captured[i] - want) > std::max(kRelativeTolerance * want, kAbsoluteTolerance)) return false;
+// Fits the captured runs to the expected ones (in units) as unit * expected + stretch for a
+// mark, - stretch for a space: a receiver that is slow or quick to let go moves the end of
+// every mark. Least squares; the residual is the mean squared deviation relative to each run.
+bool Fits(const std::vector<int>& captured, const std::vector<double>& expected, CodeFit& fit) {
+    const std::size_t n = captured.size();
+    if (n != expected.size() || n < 2) return false;
+    double ee = 0, es = 0, xe = 0, xs = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double sign = i % 2 == 0 ? 1 : -1;
+        ee += expected[i] * expected[i];
+        es += expected[i] * sign;
+        xe += captured[i] * expected[i];
+        xs += captured[i] * sign;
     }
+    const double det = ee * static_cast<double>(n) - es * es;
+    if (det <= 0) return false;
+    const double unit = (xe * static_cast<double>(n) - es * xs) / det;
+    const double stretch = std::clamp((ee * xs - es * xe) / det, -kMaxStretch * unit, kMaxStretch * unit);
+    if (unit <= 0) return false;
+    double residual = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double want = expected[i] * unit + (i % 2 == 0 ? stretch : -stretch);
+        const double off = captured[i] - want;
+        if (std::abs(off) > std::max(kRelativeTolerance * expected[i] * unit, kAbsoluteTolerance)) return false;
+        residual += off * off / (expected[i] * unit * expected[i] * unit);
+    }
+    fit = {true, unit, residual / static_cast<double>(n)};
     return true;
 }
 
@@ -38,10 +57,11 @@ const char* ReadingName(Reading r) {
     }
 }
 
-std::optional<double> ReproducedUnit(std::string_view code, int protocol, const CapturedRuns& runs) {
-    if (protocol != kProtoNec && protocol != kProtoSony && protocol != kProtoRc5) return std::nullopt;
+CodeFit FitCode(std::string_view code, int protocol, const CapturedRuns& runs) {
+    CodeFit best;
+    if (protocol != kProtoNec && protocol != kProtoSony && protocol != kProtoRc5) return best;
     if (!code.empty() && (code.front() == 'G' || code.front() == 'g')) code.remove_prefix(1);
-    if (code.empty()) return std::nullopt;
+    if (code.empty()) return best;
     ProtocolHeader h = HeaderFromPreset(protocol);
     h.repeat = 0;
     h.grepeat = 0;
@@ -51,11 +71,25 @@ std::optional<double> ReproducedUnit(std::string_view code, int protocol, const 
     for (const PulseRun& r : CellsToRuns(EncodeCommand(sent, h, toggle), 1.0))
         if (r.mark || !expected.empty()) expected.push_back(r.us); // sampling starts with carrier
     for (const CapturedFrame& f : runs.frames) {
-        double unit = 0;
-        if (f.complete && Matches(f.runs, expected, unit)) return unit;
+        CodeFit fit;
+        if (f.complete && Fits(f.runs, expected, fit) && (!best.ok || fit.residual < best.residual)) best = fit;
     }
-    return std::nullopt;
+    return best;
 }
+
+namespace {
+
+// The run analysis' code stands when it fits the capture, unless the timing reading read
+// another code that fits it more closely.
+bool KeepLiteral(const CodeFit& literal, const TimingReading& t, std::string_view literalBits,
+                 const CapturedRuns& runs) {
+    if (!literal.ok) return false;
+    if (!t.ok || t.bits == literalBits) return true;
+    const CodeFit timing = FitCode(t.bits, t.protocol, runs);
+    return !timing.ok || literal.residual <= timing.residual;
+}
+
+} // namespace
 
 DecodedRecording DecodeCapture(std::vector<std::uint8_t> capture) {
     DecodedRecording d;
@@ -64,14 +98,15 @@ DecodedRecording DecodeCapture(std::vector<std::uint8_t> capture) {
     d.unit = d.signal.unitSamples;
     if (d.signal.signal.empty()) return d;
     const CapturedRuns runs = SplitFrames(UnpackSamples(d.signal.signal));
+    const TimingReading t = ReadTiming(runs);
     if (d.signal.recognised) {
-        if (auto unit = ReproducedUnit(d.signal.code, d.signal.protocol, runs)) {
+        const CodeFit fit = FitCode(d.signal.code, d.signal.protocol, runs);
+        if (KeepLiteral(fit, t, std::string_view(d.signal.code).substr(1), runs)) {
             d.reading = Reading::Literal;
-            d.unit = *unit;
+            d.unit = fit.unit;
             return d;
         }
     }
-    const TimingReading t = ReadTiming(runs);
     if (t.ok && t.bits.size() >= 8) {
         RecordedSignal& s = d.signal;
         s.protocol = t.protocol;
@@ -94,13 +129,13 @@ DecodedFrame DecodeMonitorFrame(const std::vector<std::uint8_t>& capture) {
     const std::string& literal = d.literal.frame;
     const CapturedRuns runs = SplitFrames(UnpackSamples(capture));
     const int literalProtocol = d.literal.analysis.protocol;
-    if (!literal.empty() && ReproducedUnit(literal, literalProtocol, runs)) {
+    const TimingReading t = ReadTiming(runs);
+    if (!literal.empty() && KeepLiteral(FitCode(literal, literalProtocol, runs), t, literal, runs)) {
         d.frame = literal;
         d.protocol = literalProtocol;
         d.reading = Reading::Literal;
         return d;
     }
-    const TimingReading t = ReadTiming(runs);
     if (t.ok && t.bits.size() >= kMinFrameLength) {
         d.frame = t.bits;
         d.protocol = t.protocol;

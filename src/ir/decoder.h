@@ -2,14 +2,13 @@
 
 // The decoder that recording, learning, calibration, monitoring and quenix-ir share. The run
 // analysis reads a capture first; its code is kept when, sent again with its protocol's
-// timing, it gives the captured runs back. Otherwise, or when it fails, the timing reading
-// stands.
+// timing, it gives the captured runs back (and the timing reading's code, if another, does
+// not fit them more closely). Otherwise, or when it fails, the timing reading stands.
 
 #include "ir/analysis.h"
 #include "ir/timing_reading.h"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,10 +18,15 @@ namespace quenix {
 enum class Reading { None, Literal, Timing };
 const char* ReadingName(Reading r);
 
-// The unit, in samples, at which code ("G" + bits, or bits) sent with its protocol's preset
-// gives one whole sequence of the capture again, each run within 30 % or 100 us; nullopt
-// when none does.
-std::optional<double> ReproducedUnit(std::string_view code, int protocol, const CapturedRuns& runs);
+// How code ("G" + bits, or bits), sent with its protocol's preset, fits the closest whole
+// sequence of the capture: each run within 30 % or 100 us once the unit and a receiver's
+// stretch of the marks are fitted.
+struct CodeFit {
+    bool ok = false;
+    double unit = 0;     // samples
+    double residual = 0; // mean squared deviation, relative to each run
+};
+CodeFit FitCode(std::string_view code, int protocol, const CapturedRuns& runs);
 
 struct DecodedRecording {
     RecordedSignal signal; // the run analysis' result, or one built from the timing reading

@@ -19,22 +19,29 @@ struct FrameReading {
     bool leadIn = false; // read behind a lead-in
     int protocol = kProtoUnknown;
     std::string bits;
-    double unit = 0; // samples
+    double unit = 0;  // samples
+    double doubt = 0; // how far runs strayed beyond the threshold they were read by, in units
 };
 
 // Lengths in units of the shortest runs.
-constexpr double kGapUnits = 12;          // a space this long ends a sequence (NEC's lead-in space is 8)
-constexpr double kGapBeforeLeadUnits = 5; // and one this long when a lead-in mark follows it
-constexpr double kLeadMarkUnits = 2.7;    // SONY's lead-in is 4 units, its longest bit mark 2
-constexpr double kLeadSpaceUnits = 2.5;   // behind a pulse-distance lead-in (NEC 8, repeat 4); SONY's is a bit's
-constexpr double kEvenSpread = 1.7;       // longest to median of runs that do not carry the bits
+constexpr double kGapUnits = 12;              // a space this long ends a sequence (NEC's lead-in space is 8)
+constexpr double kGapBeforeLeadUnits = 5;     // and one this long when a lead-in mark follows it
+constexpr double kLeadMarkUnits = 2.7;        // SONY's lead-in is 4 units, its longest bit mark 2
+constexpr double kLeadSpaceUnits = 2.5;       // behind a pulse-distance lead-in (NEC 8, repeat 4); SONY's is a bit's
+constexpr double kPulseDistanceLeadMark = 4;  // times a bit's mark
+constexpr double kPulseDistanceLeadSpace = 2; // times a bit's mark
+constexpr double kPulseWidthLeadLong = 1.4;   // times a long mark
+constexpr double kPulseWidthLeadShort = 2.5;  // times a short mark, when no mark is long
+constexpr double kEvenSpread = 1.7;           // longest to median of runs that do not carry the bits
 // RC5's 889 us unit at any sampling from 45 to 65 us, taken as 55.
 constexpr double kNominalSampleUs = 55;
 constexpr double kBiPhaseMinUs = 600;
 constexpr double kBiPhaseMaxUs = 1250;
 constexpr double kMinUnitUs = 300;
-constexpr std::size_t kRc5Halves = 28; // half-bits of RC5's 14 bits
-constexpr double kRc5Preference = 1.0; // in units of deviation
+constexpr double kBiPhaseLongest = 3.2; // units: two, stretched by jitter and the receiver
+constexpr double kStretched = 0.15;     // marks this much longer or shorter than spaces
+constexpr std::size_t kRc5Halves = 28;  // half-bits of RC5's 14 bits
+constexpr double kRc5Preference = 3.0;  // in units of deviation
 
 // Marks and spaces from the first carrier on; the last entry is the silence behind the
 // last mark (0 when the capture ends in carrier).
@@ -54,13 +61,13 @@ std::vector<int> RunLengths(std::string_view s) {
     return runs;
 }
 
-// The mean of the runs near the shortest; the tenth shortest and above, so that a glitch
-// does not set it.
+// The mean of the runs near the shortest, from the one at 2 % on, so that a glitch does
+// not set it.
 double ShortRun(std::vector<int> runs) {
     if (runs.size() < 2) return 0;
     runs.pop_back();
     std::sort(runs.begin(), runs.end());
-    const double low = runs[runs.size() / 10];
+    const double low = runs[runs.size() / 50];
     double sum = 0;
     int n = 0;
     for (int r : runs)
@@ -171,6 +178,8 @@ FrameReading PulseDistance(const std::vector<int>& r, std::size_t first) {
     const double mark = Median(marks);
     if (spaces.empty() || !Even(marks, mark)) return f;
     const Classes c = TwoLengths(spaces, mark, 1.8);
+    // NEC's lead-in is 16 units of carrier and 8 (4 for a repeat) of silence; Samsung's 8 and 8.
+    if (first == 2 && (r[0] < kPulseDistanceLeadMark * mark || r[1] < kPulseDistanceLeadSpace * mark)) return f;
     f.bits = Bits(c);
     const double units =
         static_cast<double>(marks.size()) + c.shorts + static_cast<double>(LongUnits(c, mark)) * c.longs;
@@ -190,6 +199,10 @@ FrameReading PulseWidth(const std::vector<int>& r, std::size_t first) {
     const double space = Median(spaces);
     if (marks.empty() || !Even(spaces, space)) return f;
     const Classes c = TwoLengths(marks, space, 1.5);
+    // SONY's lead-in is 4 units, twice its long mark: a bi-phase frame opening with a
+    // 2-unit mark is no lead-in.
+    if (first == 1 && r[0] < (c.longs ? kPulseWidthLeadLong * c.longMean : kPulseWidthLeadShort * c.shortMean))
+        return f;
     f.bits = Bits(c);
     const double units =
         static_cast<double>(spaces.size()) + c.shorts + static_cast<double>(LongUnits(c, space)) * c.longs;
@@ -215,19 +228,30 @@ BiPhaseScale BiPhaseScaleOf(const std::array<std::vector<double>, 2>& kinds) {
     double threshold = 0;
     if (c.shorts && c.longs) {
         if (c.longMean > 2.6 * c.shortMean) return s;
-        s.unit = Sum(x) / (c.shorts + 2.0 * c.longs);
         threshold = c.threshold;
     } else {
-        s.unit = Sum(x) / static_cast<double>(x.size());
-        if (s.unit * kNominalSampleUs > kBiPhaseMaxUs) s.unit /= 2;
-        threshold = 1.5 * s.unit;
+        double unit = Sum(x) / static_cast<double>(x.size());
+        if (unit * kNominalSampleUs > kBiPhaseMaxUs) unit /= 2;
+        threshold = 1.5 * unit;
     }
-    if (s.unit * kNominalSampleUs < kBiPhaseMinUs || s.unit * kNominalSampleUs > kBiPhaseMaxUs) s.unit = 0;
+    // Marks and spaces measure apart only when the receiver stretches one of them; otherwise
+    // the threshold of all runs, measured on twice as many, is the steadier.
+    std::array<Classes, 2> own;
+    std::array<double, 2> scale{};
     for (std::size_t k = 0; k < 2; ++k) {
-        const Classes own = TwoLengths(kinds[k], 0, 0);
-        const bool split = own.shorts && own.longs && own.longMean < 2.6 * own.shortMean;
-        s.threshold[k] = split ? own.threshold : threshold;
+        own[k] = TwoLengths(kinds[k], 0, 0);
+        if (own[k].shorts && own[k].longs && own[k].longMean < 2.6 * own[k].shortMean)
+            scale[k] = (own[k].shortMean * own[k].shorts + own[k].longMean * own[k].longs) /
+                       (own[k].shorts + 2.0 * own[k].longs);
     }
+    const bool stretched = scale[0] > 0 && scale[1] > 0 && std::abs(scale[0] / scale[1] - 1) > kStretched;
+    double units = 0;
+    for (std::size_t k = 0; k < 2; ++k) {
+        s.threshold[k] = stretched ? own[k].threshold : threshold;
+        for (double v : kinds[k]) units += v > s.threshold[k] ? 2 : 1;
+    }
+    s.unit = Sum(x) / units;
+    if (s.unit * kNominalSampleUs < kBiPhaseMinUs || s.unit * kNominalSampleUs > kBiPhaseMaxUs) s.unit = 0;
     return s;
 }
 
@@ -241,7 +265,7 @@ FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
     f.protocol = kProtoRc5;
     if (r.size() < 2 || s.unit <= 0) return f;
     for (int v : r)
-        if (v > 2.7 * s.unit) return f;
+        if (v > kBiPhaseLongest * s.unit) return f;
 
     constexpr double kNone = std::numeric_limits<double>::infinity();
     const std::size_t n = r.size();
@@ -282,6 +306,7 @@ FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
     if (cells.size() % 2 == 1) cells += '0'; // a last 0 bit's space half runs into the gap
     for (std::size_t i = 0; i + 1 < cells.size(); i += 2) f.bits += cells[i] == '0' ? '1' : '0';
     f.unit = std::accumulate(r.begin(), r.end(), 0.0) / total;
+    f.doubt = last[h];
     f.ok = true;
     return f;
 }
@@ -290,15 +315,17 @@ bool HasLeadIn(const std::vector<int>& runs, double shortRun) {
     return runs.size() >= 3 && runs[0] >= kLeadMarkUnits * shortRun;
 }
 
-FrameReading ReadFrame(const std::vector<int>& runs, double shortRun, const BiPhaseScale& scale) {
-    if (HasLeadIn(runs, shortRun)) {
-        FrameReading f = runs[1] >= kLeadSpaceUnits * shortRun ? PulseDistance(runs, 2) : PulseWidth(runs, 1);
-        f.leadIn = f.ok;
-        if (f.ok) return f;
-    }
+FrameReading ReadBehindLeadIn(const std::vector<int>& runs, double shortRun) {
+    if (!HasLeadIn(runs, shortRun)) return {};
+    FrameReading f = runs[1] >= kLeadSpaceUnits * shortRun ? PulseDistance(runs, 2) : PulseWidth(runs, 1);
+    f.leadIn = f.ok;
+    return f;
+}
+
+FrameReading ReadWithoutLeadIn(const std::vector<int>& runs, const BiPhaseScale& scale) {
     FrameReading f = BiPhase(runs, scale);
-    if (!f.ok) f = PulseDistance(runs, 0);
-    if (!f.ok) f = PulseWidth(runs, 0);
+    if (!f.ok && scale.unit == 0) f = PulseDistance(runs, 0);
+    if (!f.ok && scale.unit == 0) f = PulseWidth(runs, 0);
     // Without a lead-in only a plausible unit makes it a code.
     if (f.unit * kNominalSampleUs < kMinUnitUs) f.ok = false;
     return f;
@@ -339,8 +366,8 @@ CapturedRuns SplitFrames(std::string_view samples) {
     return c;
 }
 
-// Of the sequences read, the one read most often; then one of a usual length, the longer,
-// the earlier. A sequence the capture cut off counts only when no whole one was read. When
+// Of the sequences read, the one read most often; then one of a usual length, the one read
+// with less doubt, the longer, the earlier. A sequence the capture cut off counts only when no whole one was read. When
 // some sequence opens with a lead-in, those without one are repeats sent without it, or
 // pieces.
 TimingReading ReadTiming(const CapturedRuns& runs) {
@@ -348,31 +375,36 @@ TimingReading ReadTiming(const CapturedRuns& runs) {
         int votes = 0;
         std::size_t first = 0;
         double unitSum = 0;
+        double doubt = 0;
     };
     TimingReading t;
-    // Bi-phase frames share their scale: more runs measure it better.
-    const bool anyWhole =
-        std::any_of(runs.frames.begin(), runs.frames.end(), [](const CapturedFrame& f) { return f.complete; });
-    std::array<std::vector<double>, 2> pooled;
-    for (const CapturedFrame& frame : runs.frames)
-        if ((frame.complete || !anyWhole) && !HasLeadIn(frame.runs, runs.shortRun))
-            for (std::size_t i = 0; i < frame.runs.size(); ++i) pooled[i % 2].push_back(frame.runs[i]);
-    const BiPhaseScale scale = BiPhaseScaleOf(pooled);
     std::vector<FrameReading> read;
     bool leadIns = false;
     for (const CapturedFrame& frame : runs.frames) {
-        read.push_back(ReadFrame(frame.runs, runs.shortRun, scale));
+        read.push_back(ReadBehindLeadIn(frame.runs, runs.shortRun));
         leadIns = leadIns || read.back().leadIn;
+    }
+    if (!leadIns) {
+        // Bi-phase frames share their scale: more runs measure it better.
+        const bool anyWhole =
+            std::any_of(runs.frames.begin(), runs.frames.end(), [](const CapturedFrame& f) { return f.complete; });
+        std::array<std::vector<double>, 2> pooled;
+        for (const CapturedFrame& frame : runs.frames)
+            if (frame.complete || !anyWhole)
+                for (std::size_t i = 0; i < frame.runs.size(); ++i) pooled[i % 2].push_back(frame.runs[i]);
+        const BiPhaseScale scale = BiPhaseScaleOf(pooled);
+        for (std::size_t i = 0; i < runs.frames.size(); ++i) read[i] = ReadWithoutLeadIn(runs.frames[i].runs, scale);
     }
     for (bool wholeOnly : {true, false}) {
         std::map<std::pair<int, std::string>, Seen> seen;
         for (std::size_t i = 0; i < runs.frames.size(); ++i) {
             const FrameReading& r = read[i];
-            if ((wholeOnly && !runs.frames[i].complete) || (leadIns && !r.leadIn)) continue;
+            if (wholeOnly && !runs.frames[i].complete) continue;
             if (!r.ok || r.repeat || r.bits.empty()) continue;
             Seen& s = seen[{r.protocol, r.bits}];
             if (s.votes++ == 0) s.first = i;
             s.unitSum += r.unit;
+            s.doubt += r.doubt;
         }
         const std::pair<const std::pair<int, std::string>, Seen>* best = nullptr;
         for (const auto& entry : seen) {
@@ -383,7 +415,11 @@ TimingReading ReadTiming(const CapturedRuns& runs) {
                 const std::size_t lb = best->first.second.size();
                 const bool ua = UsualLength(entry.first.first, la);
                 const bool ub = UsualLength(best->first.first, lb);
-                if (a.votes != b.votes ? a.votes < b.votes : ua != ub ? ub : la != lb ? la < lb : a.first > b.first)
+                if (a.votes != b.votes   ? a.votes < b.votes
+                    : ua != ub           ? ub
+                    : a.doubt != b.doubt ? a.doubt > b.doubt
+                    : la != lb           ? la < lb
+                                         : a.first > b.first)
                     continue;
             }
             best = &entry;
