@@ -11,4 +11,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 # Programs that need no runtime DLLs beside them, so Wine runs them from any folder.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 # Tests and the tool run under Wine, in the prefix each test run makes afresh (wine-prefix.sh).
-set(CMAKE_CROSSCOMPILING_EMULATOR env WINEDEBUG=-all WINEPREFIX=${CMAKE_BINARY_DIR}/wine wine)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/wine-run.sh ${CMAKE_BINARY_DIR}/wine)
