@@ -54,6 +54,8 @@ TEST(QuenixIrTool, BadInputIsOneLineOnStderrAndStatusTwo) {
         "encode --protocol NEC --code G101 --bit0 12", "encode --protocol NEC --code G101 --frobnicate",
         "encode --protocol NEC",                       "decode /nonexistent/file",
         "decode --period x",                           "frobnicate",
+        "decode " QUENIX_PROGRAM_DIR, // a folder, which once ended the tool with an uncaught exception
+        "encode --protocol NEC --code \"$(printf '1\\n0')\"", // a line break in the quoted argument
     };
     for (const std::string& args : cases) {
         ShellOutput o = Shell(kTool + " " + args + " 2>&1 >/dev/null");

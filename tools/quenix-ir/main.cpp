@@ -84,9 +84,13 @@ std::string ReadAll(const std::string& file) {
     if (file == "-") return std::string(std::istreambuf_iterator<char>(std::cin), {});
     std::ifstream in(file, std::ios::binary);
     if (!in) throw BadInput{"cannot read " + file};
-    std::string data((std::istreambuf_iterator<char>(in)), {});
-    if (in.bad()) throw BadInput{"cannot read " + file};
-    return data;
+    try {
+        // A folder opens and then fails its first read, by an exception of the library.
+        std::string data((std::istreambuf_iterator<char>(in)), {});
+        if (!in.bad()) return data;
+    } catch (const std::exception&) {
+    }
+    throw BadInput{"cannot read " + file};
 }
 
 std::string ProtocolName(int protocol) {
@@ -191,7 +195,14 @@ int main(int argc, char** argv) {
     try {
         return command == "decode" ? Decode(argc, argv) : Encode(argc, argv);
     } catch (const BadInput& e) {
-        std::fprintf(stderr, "quenix-ir: %s\n", e.what.c_str());
+        // One line, whatever the argument it quotes holds.
+        std::string line = e.what;
+        for (char& c : line)
+            if (static_cast<unsigned char>(c) < 0x20) c = '?';
+        std::fprintf(stderr, "quenix-ir: %s\n", line.c_str());
+        return 2;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "quenix-ir: %s\n", e.what());
         return 2;
     }
 }
