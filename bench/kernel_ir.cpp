@@ -69,8 +69,6 @@ std::vector<std::uint32_t> Durations(const Key& k) {
     return CellsToDurations(packed.data(), static_cast<int>(packed.size()), k.sendpls);
 }
 
-bool Complete(const std::vector<std::uint8_t>& b) { return !DecodeMonitorFrame(b).frame.empty(); }
-
 void Drain(int fd) {
     char sink[4096];
     while (::read(fd, sink, sizeof sink) > 0) {
@@ -87,7 +85,7 @@ void Exactness(const std::string& text) {
     int size = 1 << 20;
     ::setsockopt(sv[0], SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
     auto system = MakeSystemKernelIr();
-    KernelIrLibrary library(*system, Complete);
+    KernelIrLibrary library(*system);
     library.SetHandle(sv[1]);
     const std::vector<Key> keys = ShippedKeys(text);
     std::mt19937 random(10);

@@ -2,7 +2,6 @@
 
 #include "io/dynamic_library.h"
 #include "io/kernel_ir_device.h"
-#include "ir/decoder.h"
 
 #include "serpulse/serpulse.h"
 
@@ -85,9 +84,7 @@ private:
 class RoutingCaptureLibrary final : public CaptureLibrary {
 public:
     explicit RoutingCaptureLibrary(std::string path)
-        : serial_(std::move(path)), system_(MakeSystemKernelIr()),
-          // A monitoring capture ends as soon as it holds a frame the monitoring path takes.
-          kernel_(*system_, [](const std::vector<std::uint8_t>& b) { return !DecodeMonitorFrame(b).frame.empty(); }) {}
+        : serial_(std::move(path)), system_(MakeSystemKernelIr()), kernel_(*system_) {}
 
     std::optional<std::int32_t> SetHandle(PortHandle handle) override {
         onKernel_ = handle != kNoPort && handle != 0 && IsKernelIrHandle(handle);

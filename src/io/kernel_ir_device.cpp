@@ -1,5 +1,7 @@
 #include "io/kernel_ir_device.h"
 
+#include "ir/analysis.h"
+#include "ir/decoder.h"
 #include "serpulse/pulse_engine.h"
 
 #include <algorithm>
@@ -163,9 +165,12 @@ bool KernelIrDevice::send(const std::uint8_t* packed, int byteCount, int pulseUs
     return true;
 }
 
-KernelIrLibrary::KernelIrLibrary(KernelIrSystem& system,
-                                 std::function<bool(const std::vector<std::uint8_t>&)> monitorComplete)
-    : system_(system), monitorComplete_(std::move(monitorComplete)) {}
+bool MonitorCaptureComplete(const std::vector<std::uint8_t>& capture) {
+    if (capture.size() < kMinCapturedBytes) return false;
+    const bool long_ =
+        std::any_of(capture.begin() + kMinCapturedBytes - 1, capture.end(), [](std::uint8_t b) { return b != 0; });
+    return long_ && !DecodeMonitorFrame(capture).frame.empty();
+}
 
 std::optional<std::int32_t> KernelIrLibrary::SetHandle(PortHandle handle) {
     device_.reset();
@@ -200,7 +205,7 @@ std::optional<std::int32_t> KernelIrLibrary::IRRecord(std::uint8_t* buffer, int 
 }
 
 std::optional<std::int32_t> KernelIrLibrary::IRMonitor(std::uint8_t* buffer, int procDelay) {
-    return Capture(buffer, procDelay, 600, CaptureRule{kMonitorFirstWaitMs, monitorComplete_});
+    return Capture(buffer, procDelay, 600, CaptureRule{kMonitorFirstWaitMs, MonitorCaptureComplete});
 }
 
 std::optional<std::int32_t> KernelIrLibrary::IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength, int) {

@@ -91,11 +91,14 @@ private:
     std::size_t partialBytes_ = 0;
 };
 
+// Whether a monitoring capture holds what the monitoring tick takes: a frame the decoder reads,
+// and carrier beyond the bytes the tick passes over.
+bool MonitorCaptureComplete(const std::vector<std::uint8_t>& capture);
+
 // The capture library on a kernel device, for whichever handle SetHandle last gave it.
 class KernelIrLibrary final : public CaptureLibrary {
 public:
-    // monitorComplete decides when a monitoring capture has what the monitoring path needs.
-    KernelIrLibrary(KernelIrSystem& system, std::function<bool(const std::vector<std::uint8_t>&)> monitorComplete);
+    explicit KernelIrLibrary(KernelIrSystem& system) : system_(system) {}
 
     std::optional<std::int32_t> SetHandle(PortHandle handle) override;
     std::optional<std::int32_t> IRRecord(std::uint8_t* buffer, int procDelay, int length) override;
@@ -116,7 +119,6 @@ private:
     std::optional<std::int32_t> Capture(std::uint8_t* buffer, int procDelay, int length, const CaptureRule& rule);
 
     KernelIrSystem& system_;
-    std::function<bool(const std::vector<std::uint8_t>&)> monitorComplete_;
     std::unique_ptr<KernelIrDevice> device_;
     std::string error_;
 };
