@@ -20,13 +20,16 @@ std::string Field(const std::string& out, const std::string& key) {
 
 TEST(QuenixIrTool, EncodeToPulseTextAndDecodeGivesTheCodeBack) {
     struct Case {
-        std::string protocol, code, decoded, name, verdict;
+        std::string protocol, code, decoded, name, verdict, reading;
     };
     const Case cases[] = {
-        {"SONY", "G1010100100001000", "G1010100100001000", "SONY", "A possible invalid SONY"},
-        {"RC5", "G11010000001100", "G11110000001100", "RC5", "A valid RC5"}, // the first send carries toggle 1
+        {"SONY", "G1010100100001000", "G1010100100001000", "SONY", "A possible invalid SONY", "literal"},
+        // The first send carries toggle 1.
+        {"RC5", "G11010000001100", "G11110000001100", "RC5", "A valid RC5", "literal"},
+        // More 1s than 0s: the run analysis takes SONY's lead-in for a bit.
+        {"SONY", "G111101111110", "G111101111110", "SONY", "A valid SONY", "timing"},
         // Custom has NEC's patterns but no stop mark: the last gap runs into the pause, the last bit is lost.
-        {"CUSTOM", "G0010000011011111", "G001000001101111", "NEC", "A possible invalid NEC"},
+        {"CUSTOM", "G0010000011011111", "G001000001101111", "NEC", "A possible invalid NEC", "literal"},
     };
     for (const Case& c : cases) {
         ShellOutput o = Shell(kTool + " encode --protocol " + c.protocol + " --code " + c.code + " --format mode2 | " +
@@ -35,6 +38,7 @@ TEST(QuenixIrTool, EncodeToPulseTextAndDecodeGivesTheCodeBack) {
         EXPECT_EQ(Field(o.out, "protocol") + " " + Field(o.out, "code") + " " + Field(o.out, "frame"),
                   c.name + " " + c.decoded + " " + c.decoded.substr(1));
         EXPECT_EQ(Field(o.out, "verdict").rfind(c.verdict + " type command has been received", 0), 0u) << o.out;
+        EXPECT_EQ(Field(o.out, "reading"), c.reading);
     }
 }
 
@@ -54,6 +58,7 @@ TEST(QuenixIrTool, BadInputIsOneLineOnStderrAndStatusTwo) {
         "encode --protocol NEC --code G101 --bit0 12", "encode --protocol NEC --code G101 --frobnicate",
         "encode --protocol NEC",                       "decode /nonexistent/file",
         "decode --period x",                           "frobnicate",
+        "decode /dev/null",                            "decode " + kTool, // no pulse/space lines; binary data
         "decode " QUENIX_PROGRAM_DIR, // a folder, which once ended the tool with an uncaught exception
         "encode --protocol NEC --code \"$(printf '1\\n0')\"", // a line break in the quoted argument
     };
