@@ -16,6 +16,11 @@ for target in config capture pulse_text mode2 import lircd_conf phone x10 events
     cp tests/fuzz/corpus/"$target"/* "$work"/ 2>/dev/null || true
     # The shipped configuration seeds the targets that read whole files.
     case $target in config | import) cp data/telvorin.cfg "$work"/shipped.cfg ;; esac
+    # LIRC's own remote files, where its package put them, seed the lircd.conf reader.
+    if [ "$target" = lircd_conf ] && [ -d /usr/share/lirc/remotes ]; then
+        find /usr/share/lirc/remotes -name 'lircd.conf*' -size -4k | sort | head -n 30 |
+            while read -r f; do cp "$f" "$work/$(echo "$f" | tr / _)"; done
+    fi
     TMPDIR=/dev/shm build/fuzz/bin/${target}_fuzz -max_total_time="${QUENIX_FUZZ_SECONDS:-22}" -timeout=10 -max_len=4096 -artifact_prefix=build/fuzz/ \
         -print_final_stats=1 "$work" >build/fuzz/$target.log 2>&1 || { tail -n 40 build/fuzz/$target.log; exit 1; }
     echo "$target: $(grep -o 'stat::number_of_executed_units: *[0-9]*' build/fuzz/$target.log | grep -o '[0-9]*$') runs"
