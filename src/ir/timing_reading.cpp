@@ -37,11 +37,12 @@ constexpr double kEvenSpread = 1.7;           // longest to median of runs that 
 constexpr double kNominalSampleUs = 55;
 constexpr double kBiPhaseMinUs = 600;
 constexpr double kBiPhaseMaxUs = 1250;
-constexpr double kMinUnitUs = 300;
-constexpr double kBiPhaseLongest = 3.2; // units: two, stretched by jitter and the receiver
-constexpr double kStretched = 0.15;     // marks this much longer or shorter than spaces
-constexpr std::size_t kRc5Halves = 28;  // half-bits of RC5's 14 bits
-constexpr double kRc5Preference = 3.0;  // in units of deviation
+constexpr double kMinUnitUs = 300;          // shorter units are noise, not a remote
+constexpr double kBiPhaseLongest = 3.2;     // units: two, stretched by jitter and the receiver
+constexpr double kStretched = 0.15;         // marks this much longer or shorter than spaces
+constexpr std::size_t kRc5Halves = 28;      // half-bits of RC5's 14 bits
+constexpr std::size_t kBiPhaseMaxRuns = 80; // beyond RC5 and its longer kin: noise, not worth the search
+constexpr double kRc5Preference = 3.0;      // in units of deviation
 
 // Marks and spaces from the first carrier on; the last entry is the silence behind the
 // last mark (0 when the capture ends in carrier).
@@ -224,7 +225,7 @@ BiPhaseScale BiPhaseScaleOf(const std::array<std::vector<double>, 2>& kinds) {
     std::vector<double> x = kinds[0];
     x.insert(x.end(), kinds[1].begin(), kinds[1].end());
     if (x.empty()) return s;
-    const Classes c = TwoLengths(x, 0, 0);
+    const Classes c = TwoLengths(x, 0, 0); // a single length stays one class
     double threshold = 0;
     if (c.shorts && c.longs) {
         if (c.longMean > 2.6 * c.shortMean) return s;
@@ -263,7 +264,7 @@ BiPhaseScale BiPhaseScaleOf(const std::array<std::vector<double>, 2>& kinds) {
 FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
     FrameReading f;
     f.protocol = kProtoRc5;
-    if (r.size() < 2 || s.unit <= 0) return f;
+    if (r.size() < 2 || r.size() > kBiPhaseMaxRuns || s.unit <= 0) return f;
     for (int v : r)
         if (v > kBiPhaseLongest * s.unit) return f;
 
@@ -367,9 +368,9 @@ CapturedRuns SplitFrames(std::string_view samples) {
 }
 
 // Of the sequences read, the one read most often; then one of a usual length, the one read
-// with less doubt, the longer, the earlier. A sequence the capture cut off counts only when no whole one was read. When
-// some sequence opens with a lead-in, those without one are repeats sent without it, or
-// pieces.
+// with less doubt, the longer, the earlier. A sequence the capture cut off counts only when
+// no whole one was read. When some sequence opens with a lead-in, those without one are
+// repeats sent without it, or pieces.
 TimingReading ReadTiming(const CapturedRuns& runs) {
     struct Seen {
         int votes = 0;
