@@ -103,8 +103,8 @@ TEST_F(MainTest, StartUpRunsItsStepsInOrder) {
 
 TEST_F(MainTest, WithoutInfraredNoProgressWindowAndMonitoringStopped) {
     std::string cfg = WithKey(WithKey(DefaultConfiguration(), "IRINENA", "0"), "IROUTENA", "0");
-    // 21: TxD output and a receiver type out of the table, which start-up names "Unknown".
-    Write(WithKey(WithKey(cfg, "BTMODE", "2"), "ITYPE", "21"));
+    // 22: TxD output and a receiver type out of the table, which start-up names "Unknown".
+    Write(WithKey(WithKey(cfg, "BTMODE", "2"), "ITYPE", "22"));
     ASSERT_TRUE(Start());
     EXPECT_EQ(view.text("ReceiverType"), "Unknown");
     EXPECT_EQ(ctx.txdOutput, 1);
