@@ -110,7 +110,7 @@ int main(int argc, char** argv) {
     if (codes < 1) codes = 1000;
     static Table combined;
     static Table literal;
-    Disagreement disagree[std::size(kKinds)][2] = {};
+    Disagreement disagree[std::size(kKinds)][kConditionCount][2] = {};
 
     for (std::size_t k = 0; k < std::size(kKinds); ++k) {
         const Kind& kind = kKinds[k];
@@ -156,8 +156,8 @@ int main(int argc, char** argv) {
                         ++d.kept;
                         d.right += bits == sent;
                     };
-                    note(disagree[k][0], rec.reading, rec.signal.code.substr(rec.signal.code.empty() ? 0 : 1));
-                    note(disagree[k][1], mon.reading, mon.frame);
+                    note(disagree[k][c][0], rec.reading, rec.signal.code.substr(rec.signal.code.empty() ? 0 : 1));
+                    note(disagree[k][c][1], mon.reading, mon.frame);
                 }
             }
         }
@@ -166,9 +166,13 @@ int main(int argc, char** argv) {
     Print("combined: the run analysis where its code re-encodes to the capture, else the timing reading", combined,
           codes);
     Print("literal: the run analysis alone", literal, codes);
-    std::printf("literal kept although the timing reading disagrees (recorder; monitoring), all cells:\n");
+    std::printf("literal kept although the timing reading disagrees, over all periods (none where not listed):\n");
     for (std::size_t k = 0; k < std::size(kKinds); ++k)
-        std::printf("  %-8s %d, %d of them right; %d, %d of them right\n", kKinds[k].name, disagree[k][0].kept,
-                    disagree[k][0].right, disagree[k][1].kept, disagree[k][1].right);
+        for (int c = 0; c < kConditionCount; ++c) {
+            const Disagreement(&d)[2] = disagree[k][c];
+            if (d[0].kept + d[1].kept == 0) continue;
+            std::printf("  %-8s %-10s recorder %d (literal right in %d), monitoring %d (literal right in %d)\n",
+                        kKinds[k].name, kConditions[c].name, d[0].kept, d[0].right, d[1].kept, d[1].right);
+        }
     return 0;
 }
