@@ -85,7 +85,7 @@ void X10ConfigController::onAdd() {
         refuse("The X10 device name must be less than 20 characters!");
         return;
     }
-    if (name.find_first_of(",[]") != std::string::npos) {
+    if (name.find_first_of(",[]") != std::string::npos || HasControlCharacter(name)) {
         refuse("The X10 Device Name cannot contain the following characters: \",\", \"[\" and \"]\" !");
         return;
     }

@@ -90,7 +90,11 @@ std::string GetDeviceDescription(std::string_view name, std::string_view text) {
 
 bool IsValidName(std::string& name) {
     name = Trim(name);
-    return name.find_first_of("[],#%&") == std::string::npos;
+    return name.find_first_of("[],#%&") == std::string::npos && !HasControlCharacter(name);
+}
+
+bool HasControlCharacter(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
 }
 
 std::string WithCrLf(std::string text) {

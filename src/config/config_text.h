@@ -30,8 +30,11 @@ std::string FindSectionHeader(std::string_view needle, std::string_view text);
 // The text behind the "#" of the device's comment line (not trimmed), or empty.
 std::string GetDeviceDescription(std::string_view name, std::string_view text);
 
-// Trims the name in place; false when it holds one of [ ] , # % &.
+// Trims the name in place; false when it holds one of [ ] , # % & or a control character.
 bool IsValidName(std::string& name);
+// True when the text holds a line break or another control character, which no name in the
+// line-based file can carry.
+bool HasControlCharacter(std::string_view text);
 
 // Files edited on other systems may end their lines in LF alone; the configuration text keeps
 // CR LF everywhere. A bare CR is left alone.

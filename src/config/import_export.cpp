@@ -161,7 +161,7 @@ std::optional<std::string> ImportExport::ImportDevice(const std::string& name) {
                 if (!answer) return std::nullopt;
                 target = Trim(*answer);
                 if (target.empty()) return std::nullopt;
-                if (target.find_first_of("[]#,") != std::string::npos) {
+                if (target.find_first_of("[]#,") != std::string::npos || HasControlCharacter(target)) {
                     ctx_.dialogs.message("Device name cannot contain the following characters: [ ] , # ");
                     continue;
                 }

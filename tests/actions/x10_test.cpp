@@ -206,7 +206,7 @@ TEST(X10Config, AddRefusalsAndQuestions) {
     } rows[] = {
         {"Garden Light", {}, "garden light"}, {"", {}, ""}, {"abcdefghijklmnopqrst", {}, "abcdefghijklmnopqrst"},
         {"abcdefghijklmnopqrstu", {"The X10 device name must be less than 20 characters!"}, ""},
-        {"a,b", {badChars}, ""}, {"[x", {badChars}, ""},
+        {"a,b", {badChars}, ""}, {"[x", {badChars}, ""}, {"lamp\r\nfan", {badChars}, ""},
         {"FAN", {"There is another device with this name!"}, ""},
         {"Ceiling", {modify}, "ceiling", 2, 1, {MsgAnswer::Yes}},
         {"Ceiling", {modify}, "Fan", 2, 1, {MsgAnswer::No}},

@@ -203,6 +203,14 @@ TEST_F(BrowserTest, AddApplicationEntry) {
         {"/usr/bin/xeyes", "Eyes", MsgAnswer::Yes, {"Display ON?"}, "@/usr/bin/xeyes,Eyes\r\n"},
         {"/usr/bin/xclock", "Clock", MsgAnswer::No, {"Display ON?"}, "/usr/bin/xclock,Clock\r\n"},
         {"/home/me/ding.MP3", "Ding", std::nullopt, {}, "/home/me/ding.MP3,Ding\r\n"},
+        // A file name may hold a line break; a name may be binary, or as long as a megabyte.
+        {"/tmp/a\r\nCOMPORT= 9\r\nb", std::nullopt, std::nullopt,
+         {"The name of the file contains invalid characters!"}, ""},
+        {"/usr/bin/xlogo", std::string("Lo\0go", 5), std::nullopt, {"Do not use '[' ']' ',' '%' '&' characters"}, ""},
+        {"/usr/bin/xlogo", std::string(1 << 20, 'x'), MsgAnswer::No,
+         {"Display ON?", "The configuration file cannot grow beyond 32767 characters; the change was not made."}, ""},
+        // A Latin-1 file name and a UTF-8 entry are stored as they are.
+        {"/home/me/caf\xe9.wav", "Caf\xc3\xa9", std::nullopt, {}, "/home/me/caf\xe9.wav,Caf\xc3\xa9\r\n"},
     };
     Select("Application");
     for (const auto& row : rows) {
@@ -226,7 +234,8 @@ TEST_F(BrowserTest, AddApplicationEntry) {
             EXPECT_LT(entry, after.find("[Monitoring]"));
         }
     }
-    EXPECT_EQ(view.items("SendCmd"), (std::vector<std::string>{"Terminal", "Chime", "Eyes", "Clock", "Ding"}));
+    EXPECT_EQ(view.items("SendCmd"),
+              (std::vector<std::string>{"Terminal", "Chime", "Eyes", "Clock", "Ding", "Caf\xc3\xa9"}));
     EXPECT_EQ(dialogs.fileDialogs.back(),
               (std::pair<std::string, std::vector<std::string>>{
                   "Select file to run",
