@@ -102,7 +102,8 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
         return started ? 1 : 0;
     };
 
-    for (;;) {
+    // No signal has more edges than samples: a stream of empty words must not hold the window.
+    for (std::size_t events = 0; events <= buffer.size() * 16;) {
         const std::int64_t now = system_.nowUs();
         int waitMs = 0;
         if (!started) {
@@ -120,6 +121,7 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
             continue;
         }
         lastEvent = system_.nowUs();
+        ++events;
         switch (e.kind) {
         case Kind::Pulse:
             if (started && lastGapUs >= kFrameGapUs) ++frames;
@@ -143,6 +145,7 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
         }
         if (writer.full()) return done();
     }
+    return done();
 }
 
 bool KernelIrDevice::send(const std::uint8_t* packed, int byteCount, int pulseUs) {
