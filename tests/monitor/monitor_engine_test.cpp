@@ -135,6 +135,8 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
         {"key without an event", "Sony TV", "G101010010000", 0, "Sony TV&Power", "none", received},
         {"RC5 with the toggle set", "Philips Amp", "G11110000010000", 0, "Philips Amp&Vol+", "none", received},
         {"unlearned code", "Sony TV", "G111111111111", 0, "UNKNOWN", "none", received},
+        // Learned before the timing reading: the run analysis took the lead-in for a leading 1.
+        {"key stored as the run analysis read it", "Sony TV", "G111101111110", 0, "Sony TV&Old", "none", received},
         {"no capture", nullptr, nullptr, 0, "", "", ""},
         // Each receiver idles on its own level of DCD, the standard one on, the IRMouse off: an
         // idle tick is one line read and never calls the library.
@@ -150,6 +152,7 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
     // A key runs every line it starts, matched in any case, and no line it only begins.
     std::string config = DefaultConfiguration();
     config.insert(config.find("[End]"), "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n");
+    config.insert(config.find("G001010010000,Mute\r\n"), "G1111101111110,Old\r\n");
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         EngineRig rig(config);
