@@ -34,8 +34,8 @@ bool Fits(const std::vector<int>& captured, const std::vector<double>& expected,
     const double det = ee * static_cast<double>(n) - es * es;
     if (det <= 0) return false;
     const double unit = (xe * static_cast<double>(n) - es * xs) / det;
-    const double stretch = std::clamp((ee * xs - es * xe) / det, -kMaxStretch * unit, kMaxStretch * unit);
     if (unit <= 0) return false;
+    const double stretch = std::clamp((ee * xs - es * xe) / det, -kMaxStretch * unit, kMaxStretch * unit);
     double residual = 0;
     for (std::size_t i = 0; i < n; ++i) {
         const double want = expected[i] * unit + (i % 2 == 0 ? stretch : -stretch);
