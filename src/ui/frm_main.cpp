@@ -142,6 +142,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     wireMonitoring(io);
     wirePhone(io);
     wireRecording(io);
+    wireLircd();
 
     resize(sizeHint().expandedTo(QSize(980, 640)));
 }

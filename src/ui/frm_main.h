@@ -11,6 +11,7 @@
 #include "ir/learning.h"
 #include "ir/recorder.h"
 #include "ir/waveform.h"
+#include "lirc/lircd_server.h"
 #include "monitor/monitor_engine.h"
 #include "monitor/phone_remote.h"
 #include "ui/frm_wait_to_start.h"
@@ -33,6 +34,7 @@ class QWidget;
 
 namespace quenix {
 
+class LircdSocket;
 class SoundPlayer;
 
 // The serial port and the capture library of the receiver; without them (window tests) the
@@ -88,6 +90,7 @@ private:
     void wireMonitoring(Io io);
     void wirePhone(Io io);
     void wireRecording(Io io);
+    void wireLircd();
     void setCompactLayout(bool compact);
     QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
                        const QKeySequence& shortcut = {});
@@ -111,6 +114,8 @@ private:
     std::unique_ptr<Waveform> waveform_; // ShowSamples() draws what was sent
     std::unique_ptr<Recorder> recorder_;
     std::unique_ptr<Learning> learning_;
+    std::unique_ptr<LircdServer> lircdServer_;
+    LircdSocket* lircdSocket_ = nullptr;
 
     QListWidget* devices_ = nullptr;
     QListWidget* commands_ = nullptr;

@@ -1,0 +1,41 @@
+#include "ui/frm_main.h"
+
+#include "core/version.h"
+#include "lirc/lircd_server.h"
+#include "ui/lircd_socket.h"
+
+#include <chrono>
+
+namespace quenix {
+
+// The lircd socket: recognised keys out to irw, Kodi or irexec; irsend's SEND_ONCE in through
+// the executor, as the Send button runs it.
+void FrmMain::wireLircd() {
+    LircdServer::Backend backend;
+    backend.remotes = [this] { return RemotesOfConfiguration(ctx_.config.text()); };
+    backend.send = [this](const std::string& device, const std::string& command) -> std::string {
+        if (!executor_) return "Sending is not available.";
+        std::string result = executor_->Execute(device, command);
+        view_.setStatus(result);
+        return result;
+    };
+    const std::string version = "quenix " + std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." +
+                                std::to_string(kVersionRevision);
+    lircdServer_ = std::make_unique<LircdServer>(std::move(backend), version);
+    lircdSocket_ = new LircdSocket(*lircdServer_, this);
+    std::string error;
+    if (!lircdSocket_->Listen(LircdSocket::DefaultPath(), error)) view_.setStatus("lircd socket: " + error);
+    if (monitor_)
+        monitor_->hooks().keyRecognised = [this](const std::string& key) {
+            const std::size_t amp = key.find('&');
+            if (amp == std::string::npos ||
+                (key.rfind("BT", 0) == 0 && key.find("CONNECTED", amp) != std::string::npos))
+                return;
+            const auto now = std::chrono::steady_clock::now().time_since_epoch();
+            lircdServer_->KeyRecognised(key.substr(0, amp), key.substr(amp + 1),
+                                        std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+            lircdSocket_->Flush();
+        };
+}
+
+} // namespace quenix
