@@ -23,6 +23,7 @@ constexpr double kDefaultGapUs = 40000;
 constexpr int kNecBurstMark = 16; // the encoder's data-less repeat burst, in cells
 constexpr int kNecBurstSpace = 4;
 constexpr double kCaptureSampleUs = 55; // the capture library's sample, once calibrated
+constexpr double kReadBackGapUs = 100000;
 
 // Encodings LIRC knows that a fixed pattern per bit value cannot carry.
 constexpr const char* kUnsupported[] = {"RC6",    "RCMM",      "XMP",         "GRUNDIG",  "BO",
@@ -95,19 +96,48 @@ int TogglePosition(const LircRemote& r) {
     return -1;
 }
 
-// Whether the first key, sent with the fitted header and captured as the receiver would, is
-// read back as its code; the reason when not.
-std::string ReadBack(const ImportedRemote& m) {
-    const HeaderFields& f = m.header;
-    ProtocolHeader h{f.gproto, f.sendpls, f.repeat, f.grepeat, f.bitg, f.bit0, f.bit1};
-    std::string code = m.commands.front().code;
-    bool toggle = true; // the next send carries toggle 0, as the stored code does
-    std::vector<PulseRun> runs = CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls);
-    runs.push_back({false, 100000});
-    std::string read = DecodeCapture(SampleRuns(runs, kCaptureSampleUs)).signal.code;
-    if (read == m.commands.front().code) return {};
-    return read.empty() ? "the decoder does not recognise its signal"
-                        : "the decoder reads its first key as " + read + ", not " + m.commands.front().code;
+// One frame of a key as the remote itself sends it, in LIRC's timings, and a long gap.
+std::vector<PulseRun> RemoteFrame(const LircRemote& r, std::string_view bits, bool biphase) {
+    std::vector<PulseRun> runs;
+    auto add = [&](bool mark, double us) {
+        if (us <= 0) return;
+        if (!runs.empty() && runs.back().mark == mark)
+            runs.back().us += us;
+        else
+            runs.push_back({mark, us});
+    };
+    add(true, r.header.pulse);
+    add(false, r.header.space);
+    add(true, r.plead);
+    for (char b : bits) {
+        const LircPair& p = b == '1' ? r.one : r.zero;
+        if (biphase && b == '1') {
+            add(false, p.space);
+            add(true, p.pulse);
+        } else {
+            add(true, p.pulse);
+            add(false, p.space);
+        }
+    }
+    add(true, r.ptrail);
+    add(false, kReadBackGapUs);
+    return runs;
+}
+
+// Whether the decoder reads each key, captured from the remote's own signal, as its code;
+// the reason when not.
+std::string ReadBack(const ImportedRemote& m, const std::vector<std::vector<PulseRun>>& frames) {
+    int failed = 0;
+    std::string first;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        std::string read = DecodeCapture(SampleRuns(frames[i], kCaptureSampleUs)).signal.code;
+        if (m.header.gproto == kProtoRc5) read = WithRc5Toggle(read, '0');
+        if (read == m.commands[i].code) continue;
+        if (failed++ == 0) first = m.commands[i].name + (read.empty() ? " is not recognised" : " reads as " + read);
+    }
+    if (failed == 0) return {};
+    return "the decoder misreads " + std::to_string(failed) + " of " + std::to_string(frames.size()) + " keys (" +
+           first + ")";
 }
 
 ImportedRemote Refused(ImportedRemote m, std::string why) {
@@ -230,14 +260,21 @@ ImportedRemote FitRemote(const LircRemote& remote) {
     h.sendpls = unit;
 
     std::size_t longest = 0;
+    std::vector<std::vector<PulseRun>> frames;
+    std::set<std::string> names;
     for (const LircKey& k : r.keys) {
         ImportedCommand c;
         c.lircName = k.name;
         c.name = Sanitised(k.name);
         if (c.name.empty()) c.name = "key";
+        if (!names.insert(ToLower(c.name)).second) {
+            m.duplicates.push_back(k.name); // only the first line of a name can be sent
+            continue;
+        }
         std::string bits = KeyBits(r, k.code);
         if (inverted)
             for (char& b : bits) b = b == '1' ? '0' : '1';
+        frames.push_back(RemoteFrame(r, bits, biphase));
         if (biphase) {
             if (r.plead > 0) bits.insert(0, 1, '1'); // the first start bit, whose mark is the lead pulse
             bits = WithRc5Toggle(bits, '0');
@@ -259,7 +296,7 @@ ImportedRemote FitRemote(const LircRemote& remote) {
         CellsOf(r.repeat.space, unit) == kNecBurstSpace && Fits(r.repeat.pulse, unit) && Fits(r.repeat.space, unit))
         h.repeat = 0; // NEC's data-less repeat burst
     m.ok = true;
-    m.unreadable = ReadBack(m);
+    m.unreadable = ReadBack(m, frames);
     return m;
 }
 

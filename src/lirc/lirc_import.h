@@ -25,9 +25,11 @@ struct ImportedRemote {
     std::string why; // when not ok: the reason, for the user
     HeaderFields header;
     std::vector<ImportedCommand> commands;
-    // Set when the decoder does not read the remote's own signal back as its code: the
-    // device sends, but monitoring will not recognise its keys.
+    // Set when the decoder does not read the remote's own signal (in LIRC's timings) back as
+    // the imported codes: the device sends, but monitoring will not recognise those keys.
     std::string unreadable;
+    // Keys whose name an earlier key of the remote already has; they are left out.
+    std::vector<std::string> duplicates;
 
     // The device section: header lines, one line per command, and a blank line.
     std::string SectionText() const;

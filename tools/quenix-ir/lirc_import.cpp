@@ -30,8 +30,11 @@ int LircImportCommand(int argc, char** argv) {
             std::fprintf(stderr, "quenix-ir: remote %s not imported: %s\n", m.lircName.c_str(), m.why.c_str());
             continue;
         }
+        for (const std::string& k : m.duplicates)
+            std::fprintf(stderr, "quenix-ir: remote %s: key %s comes twice; the second is left out\n",
+                         m.lircName.c_str(), k.c_str());
         if (!m.unreadable.empty())
-            std::fprintf(stderr, "quenix-ir: remote %s: monitoring will not recognise its keys: %s\n",
+            std::fprintf(stderr, "quenix-ir: remote %s: monitoring will not recognise all its keys: %s\n",
                          m.lircName.c_str(), m.unreadable.c_str());
         std::cout << m.SectionText();
         ++imported;
