@@ -2,11 +2,10 @@
 
 #include "io/capture_library.h"
 #include "io/serial_port.h"
-#include "ir/codec.h"
-#include "ir/protocols.h"
+#include "pty_pair.h"
 #include "serpulse/pulse_engine.h"
 #include "support/fakes.h"
-#include "pty_pair.h"
+#include "support/txd_frame.h"
 
 #include <gtest/gtest.h>
 
@@ -47,13 +46,10 @@ TEST(CaptureLibrary, TxdSendPutsTheCarrierStreamOnThePort) {
     auto library = MakeCaptureLibrary(QUENIX_PROGRAM_DIR);
     ASSERT_EQ(library->SetHandle(h), 1) << library->error();
 
-    std::string code = "G101010010000";
-    bool toggle = false;
-    const std::vector<std::uint8_t> packed = PackCells(EncodeCommand(code, HeaderFromPreset(kProtoSony), toggle));
-    const std::vector<std::uint8_t> stream = serpulse::TxdStream(packed.data(), static_cast<int>(packed.size()), 550);
-    auto received = std::async(std::launch::async, [&] { return pty.receive(stream.size(), 5000); });
-    EXPECT_TRUE(library->IRSend(packed.data(), static_cast<int>(packed.size()), 550, 1).has_value());
-    EXPECT_EQ(received.get(), std::string(stream.begin(), stream.end()));
+    const TxdFrame frame = SonyTxdFrame();
+    auto received = std::async(std::launch::async, [&] { return pty.receive(frame.stream.size(), 5000); });
+    EXPECT_TRUE(library->IRSend(frame.packed.data(), static_cast<int>(frame.packed.size()), 550, 1).has_value());
+    EXPECT_EQ(received.get(), frame.stream);
     library->SetHandle(0);
     port.CloseHandle(h);
 }

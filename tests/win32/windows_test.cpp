@@ -10,11 +10,9 @@
 #include "core/program_folder.h"
 #include "io/capture_library.h"
 #include "io/receiver_controller.h"
-#include "ir/codec.h"
-#include "ir/protocols.h"
-#include "serpulse/pulse_engine.h"
 #include "support/rig.h"
 #include "support/sim_serial.h"
+#include "support/txd_frame.h"
 
 #include <gmock/gmock.h>
 
@@ -100,12 +98,9 @@ TEST_F(ComPortTest, CaptureLibrarySendsTheCarrierStream) {
     ASSERT_TRUE(port.ConfigureComPort(115200, 6, h));
     auto library = MakeCaptureLibrary(QUENIX_PROGRAM_DIR);
     ASSERT_EQ(library->SetHandle(h), 1) << library->error();
-    std::string code = "G101010010000";
-    bool toggle = false;
-    const std::vector<std::uint8_t> packed = PackCells(EncodeCommand(code, HeaderFromPreset(kProtoSony), toggle));
-    const std::vector<std::uint8_t> stream = serpulse::TxdStream(packed.data(), static_cast<int>(packed.size()), 550);
-    EXPECT_TRUE(library->IRSend(packed.data(), static_cast<int>(packed.size()), 550, 1).has_value());
-    EXPECT_EQ(echo(h, stream.size()), std::string(stream.begin(), stream.end()));
+    const TxdFrame frame = SonyTxdFrame();
+    EXPECT_TRUE(library->IRSend(frame.packed.data(), static_cast<int>(frame.packed.size()), 550, 1).has_value());
+    EXPECT_EQ(echo(h, frame.stream.size()), frame.stream);
     library->SetHandle(kNoPort);
     port.CloseHandle(h);
 }
