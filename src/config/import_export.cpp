@@ -88,6 +88,7 @@ std::vector<ImportExport::Row> ImportExport::Rows(Mode mode) const {
         if (lower == "general") started = true;
         if (!started) continue;
         if (lower == "end") break;
+        if (lower == "general" && foreign_ && mode == Mode::Import) continue;
         // [General] has no description line; the lookup would borrow the first device's.
         rows.push_back({"[" + name + "]", lower == "general" ? std::string() : GetDeviceDescription(name, text)});
     }
@@ -293,9 +294,17 @@ void ImportExport::FileImport() {
         return;
     }
     ctx_.config.importText() = WithCrLf(std::move(data));
+    foreign_ = false;
     if (!IsValidConfiguration(ctx_.config.importText())) {
-        ctx_.dialogs.message("This is not a valid configuration file!");
-        return;
+        std::string notes;
+        auto converted = convertForeign ? convertForeign(ctx_.config.importText(), notes) : std::nullopt;
+        if (!converted) {
+            ctx_.dialogs.message("This is not a valid configuration file!");
+            return;
+        }
+        if (!notes.empty()) ctx_.dialogs.message(notes);
+        ctx_.config.importText() = *converted;
+        foreign_ = true;
     }
     if (auto sections = Choose(Mode::Import)) Import(*sections);
 }

@@ -26,6 +26,9 @@ public:
     // The selection form: shows the rows and returns the indices the user ticked, or nullopt
     // when the form is closed without its button.
     std::function<std::optional<std::vector<int>>(Mode, const std::vector<Row>&)> chooseRows;
+    // Turns a file of another program (a lircd.conf) into the text of a configuration file
+    // holding its devices; nullopt when it is not one. notes tells what was left out.
+    std::function<std::optional<std::string>(const std::string& text, std::string& notes)> convertForeign;
 
     // The menu commands: file dialog, check, selection, merge or write.
     void FileImport();
@@ -52,6 +55,7 @@ private:
     std::optional<std::string> ImportDevice(const std::string& name);
 
     Context& ctx_;
+    bool foreign_ = false; // the import text was converted: it has no settings to offer
 };
 
 // The section of text headed by "[name]" (case ignored), from the "[" up to the CR LF before

@@ -7,6 +7,7 @@
 #include "ir/device_editor.h"
 #include "lirc/lircd_conf.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -51,5 +52,10 @@ std::string DeviceNameFor(std::string_view lircName);
 
 // True when the text looks like a lircd.conf file rather than one of our configurations.
 bool LooksLikeLircdConf(std::string_view text);
+
+// A lircd.conf as the text of a configuration file holding the remotes that import, for the
+// import form; nullopt when the text holds no LIRC remote. notes lists the remotes left out
+// and the keys monitoring will not recognise.
+std::optional<std::string> LircdConfAsConfiguration(std::string_view text, std::string& notes);
 
 } // namespace quenix

@@ -1,6 +1,7 @@
 #include "ui/frm_main.h"
 
 #include "core/version.h"
+#include "lirc/lirc_import.h"
 #include "lirc/lircd_server.h"
 #include "ui/lircd_socket.h"
 
@@ -25,6 +26,7 @@ void FrmMain::wireLircd() {
     lircdSocket_ = new LircdSocket(*lircdServer_, this);
     std::string error;
     if (!lircdSocket_->Listen(LircdSocket::DefaultPath(), error)) view_.setStatus("lircd socket: " + error);
+    if (importExport_) importExport_->convertForeign = LircdConfAsConfiguration; // File > Import takes a lircd.conf
     if (monitor_)
         monitor_->hooks().keyRecognised = [this](const std::string& key) {
             const std::size_t amp = key.find('&');
