@@ -3,7 +3,8 @@
 # and a Wine server that stays up until cleanup, so that each test program pays only Wine's
 # process start. cleanup: both servers end.
 set -e
-export WINEPREFIX="$2" WINEDEBUG=-all
+# No Mono or Gecko: nothing here needs them, and their installers would ask on the X server.
+export WINEPREFIX="$2" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 case "$1" in
 setup)
     "$0" cleanup "$2"
