@@ -12,6 +12,9 @@ namespace quenix {
 // The lircd socket: recognised keys out to irw, Kodi or irexec; irsend's SEND_ONCE in through
 // the executor, as the Send button runs it.
 void FrmMain::wireLircd() {
+    if (importExport_) importExport_->convertForeign = LircdConfAsConfiguration; // File > Import takes a lircd.conf
+    // Without a port and a library (window tests) nothing is recognised or sent: no socket.
+    if (!monitor_) return;
     LircdServer::Backend backend;
     backend.remotes = [this] { return RemotesOfConfiguration(ctx_.config.text()); };
     backend.send = [this](const std::string& device, const std::string& command) -> std::string {
@@ -26,18 +29,15 @@ void FrmMain::wireLircd() {
     lircdSocket_ = new LircdSocket(*lircdServer_, this);
     std::string error;
     if (!lircdSocket_->Listen(LircdSocket::DefaultPath(), error)) view_.setStatus("lircd socket: " + error);
-    if (importExport_) importExport_->convertForeign = LircdConfAsConfiguration; // File > Import takes a lircd.conf
-    if (monitor_)
-        monitor_->hooks().keyRecognised = [this](const std::string& key) {
-            const std::size_t amp = key.find('&');
-            if (amp == std::string::npos ||
-                (key.rfind("BT", 0) == 0 && key.find("CONNECTED", amp) != std::string::npos))
-                return;
-            const auto now = std::chrono::steady_clock::now().time_since_epoch();
-            lircdServer_->KeyRecognised(key.substr(0, amp), key.substr(amp + 1),
-                                        std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
-            lircdSocket_->Flush();
-        };
+    monitor_->hooks().keyRecognised = [this](const std::string& key) {
+        const std::size_t amp = key.find('&');
+        if (amp == std::string::npos || (key.rfind("BT", 0) == 0 && key.find("CONNECTED", amp) != std::string::npos))
+            return;
+        const auto now = std::chrono::steady_clock::now().time_since_epoch();
+        lircdServer_->KeyRecognised(key.substr(0, amp), key.substr(amp + 1),
+                                    std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+        lircdSocket_->Flush();
+    };
 }
 
 } // namespace quenix

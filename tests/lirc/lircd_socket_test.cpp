@@ -18,13 +18,7 @@
 namespace quenix {
 namespace {
 
-QCoreApplication& App() {
-    static int argc = 1;
-    static char name[] = "test_lirc";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication* app = QCoreApplication::instance() ? nullptr : new QCoreApplication(argc, argv);
-    return app ? *app : *QCoreApplication::instance();
-}
+QCoreApplication& App() { return *QCoreApplication::instance(); }
 
 // Runs the event loop until done() or five seconds.
 template <class Done>
