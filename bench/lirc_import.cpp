@@ -8,7 +8,7 @@
 //   build/<dir>/bench/lirc_import [--check] [--verbose] [--decode-keys N] [DIR]
 //
 // DIR defaults to /usr/share/lirc/remotes. Keys that LIRC does not read back from its own
-// irsimsend are not counted; remotes the importer marks as unreadable by the decoder are not
+// irsimsend are not counted; keys the importer marks as not recognised by the decoder are not
 // decoded. --decode-keys decodes only the first N keys of each remote (decoding is the slow
 // part). --check exits 1 when a counted key fails either way.
 #include "lirc/lirc_import.h"
@@ -102,7 +102,8 @@ std::vector<std::string> Received(const fs::path& conf, const fs::path& dir, con
 }
 
 struct Tally {
-    int remotes = 0, imported = 0, sendOnly = 0, allKeys = 0, keys = 0, encodeOk = 0, decodeChecked = 0, decodeOk = 0;
+    int remotes = 0, imported = 0, sendOnly = 0, unrecognised = 0, allKeys = 0, keys = 0, encodeOk = 0,
+        decodeChecked = 0, decodeOk = 0;
 };
 
 void CheckRemote(const LircRemote& r, const ImportedRemote& m, const std::string& text, const fs::path& dir, Tally& t) {
@@ -163,8 +164,8 @@ void CheckRemote(const LircRemote& r, const ImportedRemote& m, const std::string
     };
     std::vector<bool> decoded(m.commands.size(), false);
     std::size_t next = 0;
-    const bool decodeCheck = m.unreadable.empty();
-    for (std::size_t i = 0; decodeCheck && i < m.commands.size() && i < decodeKeys; ++i) {
+    for (std::size_t i = 0; i < m.commands.size() && i < decodeKeys; ++i) {
+        if (!m.commands[i].recognised) continue;
         for (std::size_t s = next; s < segments.size() && s < next + 4 && !decoded[i]; ++s)
             if (readSegment(s) == m.commands[i].code) {
                 decoded[i] = true;
@@ -180,7 +181,8 @@ void CheckRemote(const LircRemote& r, const ImportedRemote& m, const std::string
         if (!readable[i]) continue;
         ++keys;
         enc += encoded[i];
-        if (decodeCheck && i < decodeKeys) {
+        t.unrecognised += m.commands[i].recognised ? 0 : 1;
+        if (m.commands[i].recognised && i < decodeKeys) {
             ++decChecked;
             dec += decoded[i];
         }
@@ -190,11 +192,13 @@ void CheckRemote(const LircRemote& r, const ImportedRemote& m, const std::string
     t.encodeOk += enc;
     t.decodeChecked += decChecked;
     t.decodeOk += dec;
-    t.sendOnly += decodeCheck ? 0 : 1;
+    bool none =
+        std::none_of(m.commands.begin(), m.commands.end(), [](const ImportedCommand& c) { return c.recognised; });
+    t.sendOnly += none ? 1 : 0;
     if (verbose)
         std::printf("%-24s %-13s %4zu keys %4d LIRC %4d encode %4d/%d decode%s\n", m.lircName.c_str(),
                     m.header.name.c_str(), m.commands.size(), keys, enc, dec, decChecked,
-                    decodeCheck ? "" : "  (monitoring cannot read it)");
+                    m.unreadable.empty() ? "" : ("  (" + m.unreadable + ")").c_str());
 }
 
 } // namespace
@@ -254,6 +258,7 @@ int main(int argc, char** argv) {
     std::printf("  keys checked            %5d   (irsimsend -> irsimreceive names them: LIRC reads them itself)\n",
                 t.keys);
     std::printf("  keys passing encode     %5d   (quenix-ir encode -> irsimreceive names the key)\n", t.encodeOk);
+    std::printf("  keys the importer marks as not recognised %d (left out of decoding)\n", t.unrecognised);
     std::printf("  keys passing decode     %5d   of %d decoded (irsimsend -> quenix-ir decode gives the code)\n",
                 t.decodeOk, t.decodeChecked);
     std::printf("Remotes not imported, by reason:\n");

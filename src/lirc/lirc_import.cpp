@@ -146,13 +146,14 @@ std::vector<PulseRun> RemoteFrame(const LircRemote& r, std::string_view bits, bo
 
 // Whether the decoder reads each key, captured from the remote's own signal, as its code;
 // the reason when not.
-std::string ReadBack(const ImportedRemote& m, const std::vector<std::vector<PulseRun>>& frames) {
+std::string ReadBack(ImportedRemote& m, const std::vector<std::vector<PulseRun>>& frames) {
     int failed = 0;
     std::string first;
     for (std::size_t i = 0; i < frames.size(); ++i) {
         std::string read = DecodeCapture(SampleRuns(frames[i], kCaptureSampleUs)).signal.code;
         if (m.header.gproto == kProtoRc5) read = WithRc5Toggle(read, '0');
         if (read == m.commands[i].code) continue;
+        m.commands[i].recognised = false;
         if (failed++ == 0) first = m.commands[i].name + (read.empty() ? " is not recognised" : " reads as " + read);
     }
     if (failed == 0) return {};

@@ -16,8 +16,9 @@ namespace quenix {
 
 struct ImportedCommand {
     std::string name;
-    std::string code;     // "G" + bits
-    std::string lircName; // the key as the file names it
+    std::string code;       // "G" + bits
+    std::string lircName;   // the key as the file names it
+    bool recognised = true; // the decoder reads the remote's own signal of the key as code
 };
 
 struct ImportedRemote {
