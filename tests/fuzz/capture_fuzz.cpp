@@ -1,9 +1,11 @@
 // A capture as the library hands it over (600 bytes for monitoring, 100 for a short recording):
 // either raw bytes, or pulse/space runs sampled at any period, as a remote would put them on
-// the air. The analysis, the code reading, the tick's frame and the lookup on the shipped file.
+// the air. The analysis, the code reading, the tick's frame and the lookup on the shipped file,
+// by the run analysis and by the decoder that also reads the timing.
 #include "fuzz_support.h"
 #include "ir/analysis.h"
 #include "ir/codec.h"
+#include "ir/decoder.h"
 #include "ir/pulse_text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -29,5 +31,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const MonitorFrame f = ExtractFrame(capture);
     if (!f.frame.empty()) (void)MonitorKey(fuzz::Shipped(), f.frame, f.analysis.protocol);
     (void)DecodeRecording(capture);
+    // The tick's and the recorder's decoder, which also reads the timing.
+    const DecodedFrame d = DecodeMonitorFrame(capture);
+    if (!d.frame.empty()) (void)LookupKey(fuzz::Shipped(), d);
+    (void)DecodeCapture(capture);
+    (void)MeasuredUnit(capture);
     return 0;
 }
