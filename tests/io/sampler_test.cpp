@@ -51,42 +51,6 @@ std::string Encode(const std::string& bits, ProtocolHeader h) {
     return EncodeCommand(code, h, toggle);
 }
 
-TEST(Sampler, FramesOfEachProtocolComeBackAsTheirCode) {
-    struct Case {
-        const char* name;
-        int protocol;
-        std::string bits;
-        bool mouse;            // IRMouse receiver, read with the inverted polarity
-        double afterUs = 3217; // when the key starts; a monitor call comes once the line is active
-    };
-    const Case cases[] = {
-        {"nec", kProtoNec, "00100000110111110001000011101111", false},
-        {"sony", kProtoSony, "101010010000", false},
-        {"sony 15", kProtoSony, "011010010001101", true},
-        {"rc5", kProtoRc5, "11010110001101", false},
-        {"monitor call 0.3 ms into the lead-in", kProtoSony, "101010010000", false, -300},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Rig rig(c.mouse ? IRMouseReceiver() : StandardReceiver());
-        ProtocolHeader h = HeaderFromPreset(c.protocol);
-        std::string code = "G" + c.bits;
-        bool toggle = false;
-        rig.transmit(EncodeCommand(code, h, toggle), h.sendpls, c.afterUs, c.afterUs > 0 ? 25.0 : 0);
-        const std::string sent = code.substr(1); // RC5 carries the toggle the first press set
-
-        std::vector<std::uint8_t> buffer(600, 0);
-        const bool monitor = c.afterUs < 0;
-        ASSERT_EQ(rig.capture(buffer, c.mouse ? Polarity::MarkWhenDcdOn : Polarity::MarkWhenDcdOff, monitor), 1);
-        EXPECT_EQ(buffer[0], monitor ? 0xFF : buffer[0] | 0x80) << "sampling starts on the first carrier";
-
-        const MonitorFrame frame = ExtractFrame(buffer);
-        EXPECT_TRUE(frame.analysis.protocol == c.protocol && frame.frame == sent) << frame.code;
-        const RecordedSignal recorded = DecodeRecording(buffer);
-        EXPECT_TRUE(recorded.recognised && recorded.protocol == c.protocol) << recorded.status;
-    }
-}
-
 TEST(Sampler, StopsSoonAfterTheLastCarrierAndLeavesTheRestZero) {
     ProtocolHeader nec = HeaderFromPreset(kProtoNec);
     nec.repeat = 0; // one sequence, no repeats

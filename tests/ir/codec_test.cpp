@@ -49,24 +49,6 @@ TEST(AnalyseRuns, ClassifiesByWhichRunsAreLong) {
     }
 }
 
-TEST(QuantiseSamples, CellsPausesAndMeasuredLengths) {
-    QuantisedSamples q = QuantiseSamples(Runs("80 -10 21 -30 10 -101"), 10);
-    EXPECT_EQ(q.cells, "G0110001g");
-    EXPECT_EQ(q.plen1, "-80-21-10");
-    EXPECT_EQ(q.plen0, "-10-30");
-    // A gap cut off by the end counts only when it is over 100 samples.
-    EXPECT_EQ(QuantiseSamples(Runs("10 -100"), 10).cells, "1");
-    EXPECT_EQ(QuantiseSamples(Runs("-10 10"), 10).cells, "01");
-}
-
-TEST(SelectFrame, LongerOfTheFirstTwoSecondOnATie) {
-    EXPECT_EQ(SelectFrame("GG0101G011G"), "0101");
-    EXPECT_EQ(SelectFrame("G011GG0101G1"), "0101");
-    EXPECT_EQ(SelectFrame("G0101GG1010G11111111"), "1010");
-    EXPECT_EQ(SelectFrame("G0101"), "0101");
-    EXPECT_EQ(SelectFrame("GGG"), "");
-}
-
 TEST(BitCountVerdict, TextsAndValueFields) {
     for (std::size_t bits : {16, 32, 42, 48})
         EXPECT_EQ(BitCountVerdict(kProtoNec, std::string(bits, '0')).status, "A valid NEC type command has been received.");
@@ -186,25 +168,6 @@ TEST(RecordedToCode, ByProtocol) {
         {kProtoSony, "g01x011", "G01"},
     };
     for (const auto& [protocol, cells, code] : cases) EXPECT_EQ(RecordedToCode(cells, protocol), code) << cells;
-}
-
-const char* kConfig = "[General]\r\nCOMPORT= 1\r\nG101,InGeneral\r\n\r\n"
-                      "[TV Set]\r\n# tv\r\nGPROTO=1\r\nG101010010000,Power \r\nG0101,Mute\r\n\r\n"
-                      "[ Amp ]\r\nGPROTO=2\r\nG11010000001100,Standby\r\n\r\n[X10]\r\n[End]\r\n";
-
-TEST(FindLearnedCommand, LooksUpCodeLinesOutsideGeneral) {
-    const std::tuple<std::string, int, std::string> cases[] = { // code, protocol, device&command
-        {"101010010000", kProtoSony, "TV Set&Power"},
-        {"g0101", kProtoNec, "TV Set&Mute"},
-        {"11110000001100", kProtoRc5, "Amp&Standby"}, // toggle 1 finds the toggle-0 line
-        {"11110000001100", kProtoNec, ""},            // only RC5 ignores the toggle
-        {"101", kProtoNec, ""},                       // inside [General]
-        {"0000", kProtoNec, ""},
-    };
-    for (const auto& [code, protocol, found] : cases) {
-        LearnedCommand r = FindLearnedCommand(kConfig, code, protocol);
-        EXPECT_EQ(r.found ? r.device + "&" + r.command : "", found) << code;
-    }
 }
 
 } // namespace

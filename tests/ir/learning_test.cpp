@@ -3,8 +3,6 @@
 #include "config/config_text.h"
 #include "ir/decoder.h"
 #include "ir/learning.h"
-#include "monitor/capture_source.h"
-#include "support/sim_serial.h"
 
 #include <gtest/gtest.h>
 
@@ -340,25 +338,6 @@ TEST_F(LearningTest, Calibration) {
     source.calls.clear();
     learning.onCalibrationMenu();
     EXPECT_TRUE(source.calls.empty());
-}
-
-// A missing or broken capture library says so, through the real receiver on the port.
-TEST_F(LearningTest, CaptureLibraryFailureIsShown) {
-    SimClock simClock;
-    SimSerialDriver driver{simClock};
-    SerialPort port{driver};
-    FakeCaptureLibrary library;
-    library.missing = true;
-    PortCaptureSource real{ctx, port, library};
-    Recorder recording{ctx, view, real, waveform};
-    Learning calibration{ctx, view, real};
-    const std::string missing = "libserpulse.so: cannot open shared object file: No such file or directory";
-    recording.onRecButton();
-    EXPECT_EQ(view.text("StatusBar"), missing);
-    dialogs.answers = {MsgAnswer::Ok};
-    calibration.onCalibrationMenu();
-    EXPECT_EQ(view.text("StatusBar"), missing);
-    EXPECT_EQ(store.settings().procDelay, 20);
 }
 
 } // namespace
