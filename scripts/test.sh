@@ -10,7 +10,7 @@ bash scripts/install-deps.sh
 # together; a crash, a leak or an input that runs longer than the time-out fails the run.
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
-for target in config capture pulse_text mode2 import lircd_conf phone x10 events; do
+for target in config capture pulse_text mode2 import lircd_conf lircd_socket phone x10 events; do
     work=build/fuzz/corpus-work/$target
     rm -rf "$work" && mkdir -p "$work"
     cp tests/fuzz/corpus/"$target"/* "$work"/ 2>/dev/null || true
@@ -21,7 +21,7 @@ for target in config capture pulse_text mode2 import lircd_conf phone x10 events
         find /usr/share/lirc/remotes -name 'lircd.conf*' -size -4k | sort | head -n 30 |
             while read -r f; do cp "$f" "$work/$(echo "$f" | tr / _)"; done
     fi
-    TMPDIR=/dev/shm build/fuzz/bin/${target}_fuzz -max_total_time="${QUENIX_FUZZ_SECONDS:-22}" -timeout=10 -max_len=4096 -artifact_prefix=build/fuzz/ \
+    TMPDIR=/dev/shm build/fuzz/bin/${target}_fuzz -max_total_time="${QUENIX_FUZZ_SECONDS:-20}" -timeout=10 -max_len=4096 -artifact_prefix=build/fuzz/ \
         -print_final_stats=1 "$work" >build/fuzz/$target.log 2>&1 || { tail -n 40 build/fuzz/$target.log; exit 1; }
     echo "$target: $(grep -o 'stat::number_of_executed_units: *[0-9]*' build/fuzz/$target.log | grep -o '[0-9]*$') runs"
 done
