@@ -122,6 +122,9 @@ void LircdServer::Queue(Client& c, const std::string& text) {
 }
 
 void LircdServer::Receive(int client, std::string_view bytes) {
+    // The devices are read once for all the lines of one read, so that a flood costs little.
+    std::vector<LircdRemote> remotes;
+    bool fetched = false;
     for (char ch : bytes) {
         auto found = clients_.find(client); // a send may have run the event loop; look again
         if (found == clients_.end() || found->second.dropped) return;
@@ -145,22 +148,33 @@ void LircdServer::Receive(int client, std::string_view bytes) {
         }
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (Words(line).empty()) continue;
-        std::string reply = Answer(line);
+        std::string reply = Answer(line, remotes, fetched);
+        if (reply.find("\nSEND_ONCE") != std::string::npos) fetched = false; // a send may change the devices
         auto again = clients_.find(client);
         if (again != clients_.end()) Queue(again->second, reply);
     }
 }
 
 std::string LircdServer::Answer(std::string_view line) {
+    std::vector<LircdRemote> remotes;
+    bool fetched = false;
+    return Answer(line, remotes, fetched);
+}
+
+std::string LircdServer::Answer(std::string_view line, std::vector<LircdRemote>& remotes, bool& fetched) {
     std::vector<std::string> w = Words(line);
     // Clients match the reply by the command exactly as they sent it.
     std::string command(line);
     for (char c : command)
-        if (static_cast<unsigned char>(c) < 32) return Block("", false, {"control characters in the command"});
+        if (static_cast<unsigned char>(c) < 32 && c != '\t')
+            return Block("", false, {"control characters in the command"});
     std::string verb = w.empty() ? "" : w[0];
     for (char& c : verb) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     auto error = [&](const std::string& why) { return Block(command, false, {why}); };
-    std::vector<LircdRemote> remotes = backend_.remotes ? backend_.remotes() : std::vector<LircdRemote>{};
+    if (!fetched && (verb == "LIST" || verb == "SEND_ONCE")) {
+        remotes = backend_.remotes ? backend_.remotes() : std::vector<LircdRemote>{};
+        fetched = true;
+    }
 
     if (verb == "VERSION") {
         if (w.size() != 1) return error("bad send packet");

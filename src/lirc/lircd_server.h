@@ -69,6 +69,7 @@ private:
         bool dropped = false;
     };
     void Queue(Client& c, const std::string& text);
+    std::string Answer(std::string_view line, std::vector<LircdRemote>& remotes, bool& fetched);
 
     Backend backend_;
     std::string version_;
