@@ -31,8 +31,7 @@ TEST(CaptureLibrary, AMissingOrBrokenLibraryFailsWithTheSystemsTextAndNoCrash) {
     EXPECT_TRUE(MakeCaptureLibrary(QUENIX_PROGRAM_DIR)->Ready());
 }
 
-// The software carrier through the loaded library: the far end receives the character stream
-// of the cells, whole.
+// The software carrier through the loaded library: the far end gets the cells' stream whole.
 TEST(CaptureLibrary, TxdSendPutsTheCarrierStreamOnThePort) {
     TempDir folder;
     PtyPair pty;
@@ -54,8 +53,7 @@ TEST(CaptureLibrary, TxdSendPutsTheCarrierStreamOnThePort) {
     port.CloseHandle(h);
 }
 
-// 2000 cells of 550 us alternate: carrier characters for "1", idle ones for "0", and every
-// boundary within half a character of its time.
+// 2000 alternating cells: every boundary within half a character of its time.
 TEST(TxdStream, CellBoundariesNeverDrift) {
     std::vector<std::uint8_t> packed(250, 0xAA);
     std::vector<std::uint8_t> stream = serpulse::TxdStream(packed.data(), 250, 550);

@@ -1,5 +1,4 @@
-// Kernel infrared devices: the requests made of a device, sending into a pipe and receiving
-// from a FIFO of mode2 words, and the serial layer's LIRC ports.
+// Kernel infrared devices: requests, sending into a pipe, receiving mode2 words from a FIFO.
 
 #include "core/text.h"
 #include "io/kernel_ir_device.h"
@@ -109,8 +108,7 @@ TEST(KernelIr, TheRequestsFollowWhatTheDeviceOffers) {
     }
 }
 
-// The kernel's own loopback test, with the encoder, the transmit path into a pipe, and the
-// monitoring path's capture from a FIFO.
+// The kernel's loopback test: encoder, transmit path into a pipe, monitor capture from a FIFO.
 TEST(KernelIr, EveryShippedKeySentThroughThePipeIsRecognisedFromTheFifo) {
     const std::string text = testing::DefaultConfiguration();
     testing::TempDir dir;

@@ -1,7 +1,6 @@
 #pragma once
 
-// A pseudo-terminal pair whose slave a program folder links as com<n>, as a serial port
-// with a device on the far end would appear.
+// A pseudo-terminal pair whose slave a program folder links as com<n>.
 
 #include <fcntl.h>
 #include <filesystem>

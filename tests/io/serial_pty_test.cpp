@@ -1,5 +1,4 @@
-// The serial port layer on real pseudo-terminals through the POSIX driver, and its own rules
-// over the simulated one.
+// The serial port layer on real pseudo-terminals, and its own rules over the simulated driver.
 
 #include "io/serial_port.h"
 #include "support/fakes.h"
@@ -94,10 +93,8 @@ TEST_F(SerialPtyTest, ConfiguringSetsSpeedAndRawBytesAndLinesReadOn) {
     EXPECT_TRUE(port.IsCTSOn(h) && port.IsDSROn(h) && port.IsDCDOn(h));
 }
 
-// Speed, bits and binary-only go to the driver, parity and stop bits stay as it had them, the
-// time-outs are the layer's own. DTR and RTS drop when their control is first switched to
-// "disable"; configured again (TxD sending does it before every send), the lines stay as set,
-// so the receiver they power keeps hearing.
+// Parity and stop bits stay as the driver had them. DTR and RTS drop once; configured again
+// (TxD sending does it before every send) they stay, so the receiver they power keeps hearing.
 TEST(SerialPort, ConfiguringWritesSpeedBitsAndBinaryOnlyAndDropsTheLinesOnce) {
     SimClock clock;
     SimSerialDriver driver{clock};

@@ -1,6 +1,5 @@
 #pragma once
-// Captures for the recorder and calibration tests, made by the project's own encoder and
-// sampled the way the capture library samples the receiver line.
+// Captures for the recorder and calibration tests, from the project's own encoder.
 
 #include "ir/codec.h"
 #include "ir/protocols.h"
@@ -57,8 +56,7 @@ public:
     void showMessage(const std::string& text) override { messages.push_back(text); }
 };
 
-// A context on the configuration that ships with the program, a scripted receiver, and the
-// recorder on them.
+// The shipped configuration, a scripted receiver, and the recorder on them.
 class ShippedConfigTest : public ::testing::Test, protected Rig {
 protected:
     void Record(std::optional<std::vector<std::uint8_t>> capture) {

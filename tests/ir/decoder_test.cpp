@@ -1,5 +1,4 @@
-// The decoder that the recorder, monitoring and quenix-ir share: the run analysis' code where
-// it re-encodes to the capture, the timing reading where it does not.
+// The decoder that the recorder, monitoring and quenix-ir share.
 #include "ir/codec.h"
 #include "ir/decoder.h"
 #include "ir/protocols.h"
@@ -12,9 +11,8 @@
 namespace quenix {
 namespace {
 
-// A press of code under header as pulse/space text, every run stretched by its own factor in
-// [1 - jitter, 1 + jitter] from a fixed sequence, sampled every 55 us. code comes back as
-// sent (RC5: with the toggle the first press sets).
+// A press, every run stretched by a fixed pseudo-random factor within the jitter, sampled
+// every 55 us. code comes back as sent (RC5: with the toggle the first press sets).
 std::vector<std::uint8_t> Recording(const ProtocolHeader& h, std::string& code, double jitter, unsigned seed = 1) {
     bool toggle = false;
     std::vector<PulseRun> runs = CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls);

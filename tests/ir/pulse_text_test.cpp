@@ -1,5 +1,4 @@
-// Pulse/space text from files and other programs: what is read writes back the same, and what
-// cannot be written back is refused with the line that holds it.
+// What is read writes back the same; what cannot is refused with its line.
 #include "ir/pulse_text.h"
 
 #include <gtest/gtest.h>

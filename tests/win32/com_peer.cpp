@@ -1,9 +1,5 @@
-// The far ends of the COM ports a Windows test program opens under Wine, as Linux processes do
-// it for the Linux tests: COM1 is the CM11 simulator, COM2 an IRMan that answers "IR" with "OK",
-// COM3 and COM4 loopback plugs. Runs the command after "--" and ends with its status; fails too when the
-// CM11 heard bytes other than those given with --cm11.
-//
-//   com_peer DOSDEVICES [--cm11 HEX] -- COMMAND...
+// Far ends of the COM ports under Wine: COM1 the CM11 simulator, COM2 an IRMan, COM3/COM4 loopbacks.
+//   com_peer DOSDEVICES [--cm11 HEX] -- COMMAND...   (fails too if the CM11 heard other bytes)
 
 #include "support/cm11_sim.h"
 

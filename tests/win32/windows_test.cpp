@@ -1,7 +1,5 @@
-// The Windows code paths under Wine: the COM port layer against the peers of com_peer, the
-// capture library loaded from the program folder, the player's window messages, the pointer,
-// program start and the configuration file. Wine and Windows differ in places; each check
-// holds on both, and the comment says what Windows does.
+// The Windows code paths under Wine. Where Wine and Windows differ, each check holds on both
+// and the comment says what Windows does.
 
 #include "actions/launcher.h"
 #include "actions/mouse.h"
@@ -121,8 +119,7 @@ TEST(CaptureLibrary, AMissingLibraryGivesTheSystemsText) {
     EXPECT_THAT(library->error(), ::testing::EndsWith(CaptureLibraryFileName() + ": " + system));
 }
 
-// The player's window, as the player registers it: records what arrives and answers the
-// queries; asked for the current song, it writes its playlist file first.
+// The player's window: records what arrives, answers queries, writes its playlist when asked.
 struct Message {
     UINT id;
     WPARAM w;
@@ -194,32 +191,6 @@ TEST_F(WinampTest, EachCallIsItsMessage) {
         EXPECT_EQ(received(), c.messages) << c.messages[0].l;
     }
     EXPECT_EQ(player.PlaylistSong(5), "C:\\music\\two.mp3");
-}
-
-// The words as the executor runs them: the buttons they press and the texts they give.
-TEST_F(WinampTest, WordsPressTheirButtons) {
-    struct Case {
-        const char* word;
-        std::string result;
-        std::vector<WPARAM> buttons;
-    };
-    const Case cases[] = {
-        {"getname", "two", {}},
-        {"next in pl", "three", {}},
-        {"play", "(>)  two", {kWinampNext}},
-        {"pause", "(||)  two", {kWinampPause}},
-        {"voldown", "VOLUME DOWN 10% OK.", std::vector<WPARAM>(5, kWinampVolumeDown)},
-        {"power off", "Winamp CLOSED.", {kWinampClose}},
-        {"dance", "Invalid Winamp command!", {}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.word);
-        EXPECT_EQ(WinampAction(ctx, player, c.word), c.result);
-        std::vector<WPARAM> buttons;
-        for (const Message& m : received())
-            if (m.id == WM_COMMAND) buttons.push_back(m.w);
-        EXPECT_EQ(buttons, c.buttons);
-    }
 }
 
 TEST(Mouse, MovesAndButtonsReachThePointer) {
