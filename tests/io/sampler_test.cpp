@@ -88,9 +88,8 @@ TEST(Sampler, StopsSoonAfterTheLastCarrierAndLeavesTheRestZero) {
     }
 }
 
-// An idle receiver or a line stuck active has no edge to start on: a record call waits 5 s for
-// one. A monitor call runs on the window's thread: on a stuck line it samples 44 ms once, then
-// answers at once until the line idles; on an idle one it waits only its short edge time.
+// No edge to start on: a record call waits 5 s; a monitor call (the window's thread) waits its
+// short edge time, or on a stuck line samples 44 ms once and then answers at once until it idles.
 TEST(Sampler, CallsWithoutAnEdgeGiveUpInTheirTime) {
     struct Case {
         const char* name;

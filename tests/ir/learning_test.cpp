@@ -169,8 +169,7 @@ TEST_F(LearningTest, SaveRefusesBadOrKnownCodes) {
     EXPECT_TRUE(dialogs.prompts.empty());
 }
 
-// A key learned on a press that carried toggle 1 is stored with toggle 0, which is what the
-// monitoring lookup asks for, so both toggles of the key are recognised, and valid at once.
+// Learned from a toggle-1 press, stored with toggle 0: both toggles are recognised at once.
 TEST_F(LearningTest, LearnedRc5KeyIsStoredAndRecognisedWithBothToggles) {
     const std::string key = "G11010000001111";
     const Bytes toggle0 = Press(kProtoRc5, key, kSampleUs, kRecordBytes, true);
@@ -276,8 +275,7 @@ TEST_F(LearningTest, ProcDelayByHand) {
               "Procdelay value: Enter the new ProcDelay value");
 }
 
-// A held SONY key sampled so slowly or quickly that its unit measures the given number of
-// samples, in the calibration's 100-byte buffer.
+// A held SONY key sampled so that its unit measures `unit` samples in a 100-byte buffer.
 Bytes SonyWithUnit(int unit) {
     for (double perCell = 4; perCell < 30; perCell += 0.05) {
         Bytes b = Press(kProtoSony, "G100000000000", 550.0 / perCell, 100);

@@ -66,8 +66,7 @@ TEST(Dialogs, ExportAndImportThroughTheRealWindows) {
                                         StartsWith("The following devices has been imported successfully:")));
 }
 
-// The patterns of a filter are what the dialog lists; programs without an extension count as
-// executables, and every file is one filter away.
+// Each filter lists its patterns; programs without an extension count as executables.
 TEST(Dialogs, FileFiltersListWhatTheyName) {
     TempDir dir;
     for (const char* name : {"player", "setup.exe", "run.bat", "tune.wav", "notes.txt"}) dir.write(name, "x");

@@ -33,8 +33,7 @@ void ExpectNothingClipped(const QWidget* window, const char* when) {
     }
 }
 
-// The controllers address controls by these names and skip a missing one silently; the walk below
-// reaches the other controls.
+// The controllers skip a missing name silently; the walk below reaches the other controls.
 TEST(FrmMain, NamesSpokenNamesAcceleratorsAndClicks) {
     WindowRig rig;
     for (const char* name :
@@ -138,8 +137,8 @@ TEST(FrmMain, NamesSpokenNamesAcceleratorsAndClicks) {
     Shot(wait, "wait_to_start");
 }
 
-// The notification area needs the X server with a tray host of QUENIX_UI_XVFB (see ui_main.cpp).
-// Without its icon files the tray still shows an icon, or the minimised window could not be found.
+// Needs the tray host of QUENIX_UI_XVFB. Without icon files the tray still shows an icon, or the
+// minimised window could not be found.
 TEST(Screens, TrayIconAndMenuWithAndWithoutIconFiles) {
     if (qgetenv("QT_QPA_PLATFORM") != "xcb") GTEST_SKIP() << "needs the X server of QUENIX_UI_XVFB";
     ASSERT_TRUE(QSystemTrayIcon::isSystemTrayAvailable()) << "trayer did not start";

@@ -1,5 +1,4 @@
-// Runs the window tests inside one QApplication, offscreen; with QUENIX_UI_XVFB=<WxHxD> on a private
-// X server of that size with a tray host, so that screenshots show what a user sees.
+// One QApplication, offscreen; with QUENIX_UI_XVFB=<WxHxD> on a private X server with a tray host.
 
 #include "support/peers.h"
 

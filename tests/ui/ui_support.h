@@ -89,8 +89,7 @@ struct WindowRig {
     std::unique_ptr<FrmMain> window;
 };
 
-// Saves a picture of a widget, or of the whole screen without one, for a person to look at; only
-// on the X server of QUENIX_UI_XVFB (see ui_main.cpp).
+// A picture of a widget, or of the screen, for a person to look at; only under QUENIX_UI_XVFB.
 inline void Shot(QWidget* w, const QString& name) {
     const QString folder = qEnvironmentVariable("QUENIX_SCREENSHOT_DIR");
     if (folder.isEmpty() || qgetenv("QT_QPA_PLATFORM") != "xcb") return;

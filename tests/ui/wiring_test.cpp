@@ -26,8 +26,7 @@ bool HasTrace(const QImage& image) {
     return false;
 }
 
-// Start-up opens the port, a key is learned (recorded twice, drawn, stored) and sent, the
-// interface menu switches the receiver, and exit releases the port and saves.
+// Start-up, a key learned and sent, the receiver switched, and exit releasing the port and saving.
 TEST(Wiring, StartLearnSendSwitchAndExit) {
     SimClock clock;
     SimSerialDriver driver{clock};
