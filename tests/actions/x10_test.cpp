@@ -168,6 +168,7 @@ TEST(X10Send, FaultsOfTheInterface) {
         bool ok;
         int headers; // address headers sent: one per attempt
         std::int64_t maxSleptMs;
+        int good = 0; // answers before the fault starts
     } rows[] = {
         {"silent", F::Silent, 1 << 30, 0, false, 2, 4000},
         {"silent once", F::Silent, 1, 0, true, 2, 4000},
@@ -177,6 +178,8 @@ TEST(X10Send, FaultsOfTheInterface) {
         {"ready after 3 s", F::LateReady, 1 << 30, 3000, false, 2, 20000},
         // The power line may take 4 s; only the address's ready must come within 2 s.
         {"function's ready after 3.4 s", F::LateFunctionReady, 1, 3400, true, 1, 8000},
+        {"silent after the address", F::Silent, 1 << 30, 0, false, 2, 12000, 2},
+        {"garbage after the address", F::WrongChecksum, 1 << 30, 0, false, 2, 8000, 1},
     };
     for (const Row& r : rows) {
         SCOPED_TRACE(r.name);
@@ -184,6 +187,7 @@ TEST(X10Send, FaultsOfTheInterface) {
         rig.sim.fault = r.fault;
         rig.sim.faultyAnswers = r.faulty;
         rig.sim.readyDelayMs = r.delayMs;
+        rig.sim.goodAnswers = r.good;
         PortHandle h = rig.serial.OpenComPort(3);
         rig.serial.ConfigureComPort(4800, 8, h);
         EXPECT_EQ(X10Send(rig.serial, h, rig.clock, 1, 1, kX10On, 0), r.ok);

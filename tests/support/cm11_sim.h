@@ -32,6 +32,7 @@ public:
 
     Fault fault = Fault::None;
     int faultyAnswers = 1 << 30; // how many answers the fault spoils before it heals
+    int goodAnswers = 0;         // how many answers come right before the fault starts
     int readyDelayMs = 0;        // LateReady, LateFunctionReady: the ready byte comes this late
 
     std::vector<Event> events;           // what went out on the power line
@@ -41,7 +42,7 @@ public:
 private:
     void onByte(std::uint8_t b, std::int64_t now);
     void answer(std::string bytes, std::int64_t at) { out_.push_back({at, std::move(bytes)}); }
-    bool spoil() { return fault != Fault::None && faultyAnswers-- > 0; }
+    bool spoil() { return fault != Fault::None && goodAnswers-- <= 0 && faultyAnswers-- > 0; }
 
     enum class State { Header, Second, AwaitGo, ClockRecord } state_ = State::Header;
     std::uint8_t header_ = 0, second_ = 0;
