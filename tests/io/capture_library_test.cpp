@@ -31,7 +31,6 @@ TEST(CaptureLibrary, AMissingOrBrokenLibraryFailsWithTheSystemsTextAndNoCrash) {
     EXPECT_TRUE(MakeCaptureLibrary(QUENIX_PROGRAM_DIR)->Ready());
 }
 
-// The software carrier through the loaded library: the far end gets the cells' stream whole.
 TEST(CaptureLibrary, TxdSendPutsTheCarrierStreamOnThePort) {
     TempDir folder;
     PtyPair pty;

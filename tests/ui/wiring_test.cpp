@@ -26,7 +26,6 @@ bool HasTrace(const QImage& image) {
     return false;
 }
 
-// Start-up, a key learned and sent, the receiver switched, and exit releasing the port and saving.
 TEST(Wiring, StartLearnSendSwitchAndExit) {
     SimClock clock;
     SimSerialDriver driver{clock};

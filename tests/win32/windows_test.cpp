@@ -222,7 +222,6 @@ TEST(Launcher, ProgramsStartHiddenOrShownWithoutFocus) {
     }
 }
 
-// The program folder is the executable's; the shipped file goes back to disk byte for byte.
 TEST(ConfigFile, ProgramFolderAndCrLfBytes) {
     EXPECT_TRUE(std::filesystem::exists(ProgramFolder() + "\\test_win32.exe")) << ProgramFolder();
     Rig rig;
