@@ -82,37 +82,32 @@ TEST_F(ReceiverTest, DetectionTellsTheReceiversApartByTheirLines) {
 }
 
 TEST_F(ReceiverTest, IRManHandshakeAcceptsOkWithinTwoSecondsOnce) {
-    struct Case {
-        std::string answer; // empty: never answers
-        int delayMs;
-        bool accepted;
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, int, bool> cases[] = { // answer ("": none), its delay, accepted
         {"OK", 100, true}, {"  ok", 300, true}, {"Ok\r\n", 1900, true}, {" ok", 2100, false}, {"", 0, false}};
     IRManPeer irman;
     com2().peer = &irman;
     start();
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.answer);
-        irman.answer = c.answer;
-        irman.delayMs = c.delayMs;
+    for (const auto& [answer, delayMs, accepted] : cases) {
+        SCOPED_TRACE(answer);
+        irman.answer = answer;
+        irman.delayMs = delayMs;
         ctx.irmanInitialised = false;
         dialogs.messages.clear();
         clock.sleeps.clear();
         controller.onIRManMenu();
         // Power off 200 ms, on 500 ms, "I", 500 ms, "R", then polls of 100 ms: twenty at most.
         std::vector<int> want{200, 500, 500};
-        want.resize(3 + static_cast<std::size_t>(c.accepted ? (c.delayMs + 99) / 100 : 20), 100);
+        want.resize(3 + static_cast<std::size_t>(accepted ? (delayMs + 99) / 100 : 20), 100);
         EXPECT_EQ(clock.sleeps, want);
         ASSERT_EQ(dialogs.messages.size(), 1u);
         EXPECT_EQ(dialogs.messages[0].text,
-                  c.accepted ? "IRMan interface initialized OK" : "IRMan interface cannot be initialized!");
-        EXPECT_EQ(dialogs.messages[0].icon, c.accepted ? MsgIcon::Information : MsgIcon::Exclamation);
-        EXPECT_EQ(ctx.irmanInitialised, c.accepted);
+                  accepted ? "IRMan interface initialized OK" : "IRMan interface cannot be initialized!");
+        EXPECT_EQ(dialogs.messages[0].icon, accepted ? MsgIcon::Information : MsgIcon::Exclamation);
+        EXPECT_EQ(ctx.irmanInitialised, accepted);
         // Chosen again on a port that answered, IRMan does not repeat the handshake.
         clock.sleeps.clear();
         controller.onIRManMenu();
-        EXPECT_EQ(clock.sleeps.empty(), c.accepted);
+        EXPECT_EQ(clock.sleeps.empty(), accepted);
     }
 }
 

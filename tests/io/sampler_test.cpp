@@ -91,25 +91,20 @@ TEST(Sampler, StopsSoonAfterTheLastCarrierAndLeavesTheRestZero) {
 // No edge to start on: a record call waits 5 s; a monitor call (the window's thread) waits its
 // short edge time, or on a stuck line samples 44 ms once and then answers at once until it idles.
 TEST(Sampler, CallsWithoutAnEdgeGiveUpInTheirTime) {
-    struct Case {
-        const char* name;
-        bool peer, monitor;
-        std::int64_t firstNs, thenNs;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, bool, bool, std::int64_t, std::int64_t> cases[] = { // peer, monitor, waits
         {"record idle", true, false, 5'000'000'000, 5'000'000'000},
         {"record stuck", false, false, 5'000'000'000, 5'000'000'000},
         {"monitor idle", true, true, serpulse::kMonitorEdgeWaitNs, serpulse::kMonitorEdgeWaitNs},
         {"monitor stuck", false, true, serpulse::kStuckMarkSamples * 55'000, 0},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Rig rig(StandardReceiver(), c.peer);
-        const Polarity polarity = c.peer ? Polarity::MarkWhenDcdOff : Polarity::MarkWhenDcdOn;
-        for (std::int64_t expected : {c.firstNs, c.thenNs}) {
+    for (const auto& [name, peer, monitor, firstNs, thenNs] : cases) {
+        SCOPED_TRACE(name);
+        Rig rig(StandardReceiver(), peer);
+        const Polarity polarity = peer ? Polarity::MarkWhenDcdOff : Polarity::MarkWhenDcdOn;
+        for (std::int64_t expected : {firstNs, thenNs}) {
             std::vector<std::uint8_t> buffer(600, 0);
             const std::int64_t start = rig.clock.nowNs();
-            EXPECT_EQ(rig.capture(buffer, polarity, c.monitor), 0);
+            EXPECT_EQ(rig.capture(buffer, polarity, monitor), 0);
             EXPECT_NEAR(static_cast<double>(rig.clock.nowNs() - start), static_cast<double>(expected), 1e6);
             EXPECT_EQ(std::count(buffer.begin(), buffer.end(), 0), 600);
         }
