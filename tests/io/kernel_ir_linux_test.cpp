@@ -77,34 +77,26 @@ struct Fifo {
 };
 
 TEST(KernelIr, TheRequestsFollowWhatTheDeviceOffers) {
-    struct Case {
-        std::uint32_t features;
-        bool answers;
-        std::vector<std::string> requests;
-        bool receives, sends;
-    };
-    const Case cases[] = {
-        {kLircCanRecMode2 | kLircCanSetRecTimeout | kLircCanSendPulse | kLircCanSetSendCarrier |
-             kLircCanSetSendDutyCycle,
+    // Features, whether the device answers, the requests made, receives, sends.
+    const std::tuple<std::uint32_t, bool, std::vector<std::string>, bool, bool> cases[] = {
+        {kLircCanRecMode2 | kLircCanSetRecTimeout | kLircCanSendPulse | kLircCanSetSendCarrier | kLircCanSetSendDutyCycle,
          true,
          {"GetFeatures 268698370", "SetRecMode 4", "GetMinTimeout 1000", "GetMaxTimeout 10000", "SetRecTimeout 10000",
-          "SetSendMode 2", "SetSendCarrier 38000", "SetSendDutyCycle 33"},
-         true,
-         true},
+          "SetSendMode 2", "SetSendCarrier 38000", "SetSendDutyCycle 33"}, true, true},
         {kLircCanRecMode2, true, {"GetFeatures 262144", "SetRecMode 4"}, true, false},
         {kLircCanSendPulse, true, {"GetFeatures 2", "SetSendMode 2"}, false, true},
         // A FIFO answers nothing: mode2 words in, nothing out.
         {kLircCanSendPulse, false, {"GetFeatures 2"}, true, false},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.requests.front());
+    for (const auto& [features, answers, requests, receives, sends] : cases) {
+        SCOPED_TRACE(requests.front());
         RecordingSystem system;
-        system.features = c.features;
-        system.answers = c.answers;
+        system.features = features;
+        system.answers = answers;
         KernelIrDevice device(system, 3);
-        EXPECT_EQ(system.requests, c.requests);
-        EXPECT_EQ(device.canReceive(), c.receives);
-        EXPECT_EQ(device.canSend(), c.sends);
+        EXPECT_EQ(system.requests, requests);
+        EXPECT_EQ(device.canReceive(), receives);
+        EXPECT_EQ(device.canSend(), sends);
     }
 }
 

@@ -112,63 +112,54 @@ TEST_F(ReceiverTest, IRManHandshakeAcceptsOkWithinTwoSecondsOnce) {
 }
 
 TEST_F(ReceiverTest, EachInterfaceSetsItsLinesAndControls) {
-    struct Case {
-        int type;
-        bool rts, dtr, brk, firmShown, txdEnabled;
-    };
-    // The lines start as on, on, on; a line the interface leaves alone stays so.
-    const Case cases[] = {
+    // Type, then RTS, DTR, break (all on before; a line the interface leaves alone stays so),
+    // FirM's fields shown, TxD box enabled.
+    const std::tuple<int, bool, bool, bool, bool, bool> cases[] = {
         {0, true, false, true, false, true},  {1, true, true, false, false, true}, {3, true, true, true, false, true},
         {4, false, false, true, true, false}, {9, true, true, true, false, true},
     };
     start();
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.type);
+    for (const auto& [type, rts, dtr, brk, firmShown, txdEnabled] : cases) {
+        SCOPED_TRACE(type);
         ctx.txdOutput = 1;
         com2().rts = com2().dtr = com2().brk = true;
-        controller.selectInterface(c.type);
+        controller.selectInterface(type);
 
-        EXPECT_EQ((std::vector<bool>{com2().rts, com2().dtr, com2().brk}), (std::vector<bool>{c.rts, c.dtr, c.brk}));
-        EXPECT_EQ(view.text("ReceiverType"), InterfaceName(c.type));
-        for (int other : {0, 1, 2, 3, 4, 9}) EXPECT_EQ(view.isChecked(InterfaceMenu(other)), other == c.type);
-        for (const char* firm : {"FirmAnswer", "ZoneNr", "Zone"}) EXPECT_EQ(view.isVisible(firm), c.firmShown);
-        EXPECT_EQ(view.isEnabled("TxDCheckBox"), c.txdEnabled);
+        EXPECT_EQ((std::vector<bool>{com2().rts, com2().dtr, com2().brk}), (std::vector<bool>{rts, dtr, brk}));
+        EXPECT_EQ(view.text("ReceiverType"), InterfaceName(type));
+        for (int other : {0, 1, 2, 3, 4, 9}) EXPECT_EQ(view.isChecked(InterfaceMenu(other)), other == type);
+        for (const char* firm : {"FirmAnswer", "ZoneNr", "Zone"}) EXPECT_EQ(view.isVisible(firm), firmShown);
+        EXPECT_EQ(view.isEnabled("TxDCheckBox"), txdEnabled);
         // FirM talks at 9600 baud and drops the TxD transmitter.
-        const int mode = c.type == 4 ? 0 : 1;
+        const int mode = type == 4 ? 0 : 1;
         EXPECT_EQ(ctx.txdOutput, mode);
-        EXPECT_EQ(saved().itypeHigh * 16 + saved().itypeLow, mode * 16 + c.type);
+        EXPECT_EQ(saved().itypeHigh * 16 + saved().itypeLow, mode * 16 + type);
     }
     EXPECT_EQ(com2().state.baudRate, 9600u);
 }
 
 TEST_F(ReceiverTest, ThePortListShowsExistingPortsAndOnlyAnOpenOneAsChosen) {
-    struct Case {
-        int comPort;
-        bool com2Present;
-        std::vector<std::string> items;
-        int current;
-        std::string status;
-    }; // a stored port that is gone is chosen by no item and opened by nobody
-    const Case cases[] = {
+    // Stored port, COM2 present, the list, the chosen item; a port that is gone is opened by nobody.
+    const std::tuple<int, bool, std::vector<std::string>, int, std::string> cases[] = {
         {12, true, {"COM2", "COM5", "COM12", "COM30"}, 2, ""},
         {7, true, {"COM2", "COM5", "COM12", "COM30"}, -1, "COM7 is missing; choose another port."},
         {2, false, {"COM5", "COM12", "COM30"}, -1, "COM2 is missing; choose another port."},
     };
     for (int n : {5, 12, 30, 31}) driver.port(n);
     driver.port(7).present = false;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.comPort);
+    for (const auto& [comPort, com2Present, items, current, status] : cases) {
+        SCOPED_TRACE(comPort);
         view.setStatus("");
         library.handles.clear();
-        store.settings().comPort = c.comPort;
-        com2().present = c.com2Present;
+        store.settings().comPort = comPort;
+        com2().present = com2Present;
         controller.listPorts();
-        EXPECT_EQ(view.items("ComList"), c.items);
-        EXPECT_EQ(view.currentIndex("ComList"), c.current);
-        EXPECT_EQ(view.text("StatusBar"), c.status);
-        EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), c.current >= 0 ? kGreen : kRed);
-        EXPECT_EQ(ctx.irPortHandle != kNoPort, c.current >= 0);
-        EXPECT_EQ(library.handles, std::vector<PortHandle>(c.current >= 0 ? 1 : 0, ctx.irPortHandle));
+        EXPECT_EQ(view.items("ComList"), items);
+        EXPECT_EQ(view.currentIndex("ComList"), current);
+        EXPECT_EQ(view.text("StatusBar"), status);
+        EXPECT_EQ(view.color("ComList", View::ColorRole::Foreground), current >= 0 ? kGreen : kRed);
+        EXPECT_EQ(ctx.irPortHandle != kNoPort, current >= 0);
+        EXPECT_EQ(library.handles, std::vector<PortHandle>(current >= 0 ? 1 : 0, ctx.irPortHandle));
     }
     EXPECT_FALSE(driver.port(12).open);
     for (int n : {2, 5, 12, 30}) driver.port(n).present = false;

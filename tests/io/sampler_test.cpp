@@ -57,30 +57,23 @@ TEST(Sampler, StopsSoonAfterTheLastCarrierAndLeavesTheRestZero) {
     const std::string necFrame = Encode(necBits, nec);
     // RC5's encoder leaves 150 units between sequences; the first two of them.
     const std::string rc5Pair = Encode("11010110001101", HeaderFromPreset(kProtoRc5)).substr(0, 220);
-    struct Case {
-        const char* name;
-        std::string cells;
-        double cellUs;
-        std::string bits;
-        double stopsAfterMs; // silence behind the last carrier
-    };
-    // One frame may yet be followed by the second that RC5 needs: 140 ms. Two frames are
-    // enough: 35 ms. Both far below the 264 ms of a full buffer.
-    const Case cases[] = {
+    // Silence behind the last carrier: one frame may yet be followed by the second that RC5
+    // needs, 140 ms; two frames are enough, 35 ms. Both far below the 264 ms of a full buffer.
+    const std::tuple<const char*, std::string, double, std::string, double> cases[] = {
         {"one frame", necFrame, 550, necBits, 140.0},
         {"two frames", necFrame + std::string(60, '0') + necFrame, 550, necBits, 35.0},
         {"rc5 pair", rc5Pair, 850, "11110110001101", 35.0},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, cells, cellUs, bits, stopsAfterMs] : cases) {
+        SCOPED_TRACE(name);
         Rig rig(StandardReceiver());
-        Waveform& w = rig.transmit(c.cells, c.cellUs, 1000);
+        Waveform& w = rig.transmit(cells, cellUs, 1000);
         std::vector<std::uint8_t> buffer(600, 0);
         ASSERT_EQ(rig.capture(buffer, Polarity::MarkWhenDcdOff, false), 1);
         const std::int64_t lastCarrier =
-            w.startNs + static_cast<std::int64_t>((c.cells.find_last_of('1') + 1) * c.cellUs * 1000);
-        EXPECT_NEAR(static_cast<double>(rig.clock.nowNs() - lastCarrier) / 1e6, c.stopsAfterMs, 0.2);
-        EXPECT_EQ(ExtractFrame(buffer).frame, c.bits);
+            w.startNs + static_cast<std::int64_t>((cells.find_last_of('1') + 1) * cellUs * 1000);
+        EXPECT_NEAR(static_cast<double>(rig.clock.nowNs() - lastCarrier) / 1e6, stopsAfterMs, 0.2);
+        EXPECT_EQ(ExtractFrame(buffer).frame, bits);
         // Nothing is written behind the stop.
         const auto stopByte = static_cast<long>((rig.clock.nowNs() - w.startNs) / 55'000 / 8) + 1;
         ASSERT_LT(stopByte, 600);
