@@ -20,15 +20,10 @@ std::string Runs(const std::string& lengths) {
 }
 
 TEST(AnalyseRuns, ClassifiesByWhichRunsAreLong) {
-    struct Case {
-        std::string name;
-        std::string samples;
-        bool ok;
-        int cM, cS, unit, protocol;
-    };
+    // Name, samples, ok, cM, cS, unit, protocol.
     // A run length standing alone in its bin reads one short: the windows around n - 1, n
     // and n + 1 hold the same sum, and the first of them wins.
-    const Case cases[] = {
+    const std::tuple<std::string, std::string, bool, int, int, int, int> cases[] = {
         {"short marks, gaps of 1 and 3 units: pulse distance", Runs("10 -10 10 -30 10 -10 10"), true, 9, 9, 9, kProtoNec},
         {"gaps of 1 unit, marks of 1 and 2: pulse width", Runs("40 -10 20 -10 10 -10 10"), true, 9, 9, 9, kProtoSony},
         {"both doubled: bi-phase", Runs("10 -10 20 -20 10 -10 10"), true, 9, 9, 9, kProtoRc5},
@@ -41,22 +36,19 @@ TEST(AnalyseRuns, ClassifiesByWhichRunsAreLong) {
         {"half units round to even: down", Runs("9 -10 9 -30 9"), true, 8, 9, 8, kProtoNec},
         {"half units round to even: up", Runs("12 -13 12 -39 12"), true, 11, 12, 12, kProtoNec},
     };
-    for (const Case& c : cases) {
-        RunAnalysis a = AnalyseRuns(c.samples);
+    for (const auto& [name, samples, ok, cM, cS, unit, protocol] : cases) {
+        RunAnalysis a = AnalyseRuns(samples);
         EXPECT_EQ((std::vector<int>{a.ok, a.cM, a.cS, a.unit, a.protocol}),
-                  (std::vector<int>{c.ok, c.cM, c.cS, c.unit, c.protocol}))
-            << c.name;
+                  (std::vector<int>{ok, cM, cS, unit, protocol}))
+            << name;
     }
 }
 
 TEST(BitCountVerdict, TextsAndValueFields) {
     for (std::size_t bits : {16, 32, 42, 48})
         EXPECT_EQ(BitCountVerdict(kProtoNec, std::string(bits, '0')).status, "A valid NEC type command has been received.");
-    struct Case {
-        int protocol;
-        std::string code, status, fields; // AddrVal/CmdVal/ToggleVal
-    };
-    const Case cases[] = {
+    // Protocol, code, status, AddrVal/CmdVal/ToggleVal.
+    const std::tuple<int, std::string, std::string, std::string> cases[] = {
         {kProtoNec, "G" + std::string(33, '1'), "A possible invalid NEC type command has been received.", "//N"},
         {kProtoSony, "G101010010000111", "A valid 15 bits SONY type command has been received.", "169/7/N"},
         {kProtoRc5, "G11110000001100", "A valid RC5 type command has been received.", "16/12/1"},
@@ -64,9 +56,9 @@ TEST(BitCountVerdict, TextsAndValueFields) {
          "16/6/0"},
         {kProtoRc5, "G110100000011001", "A possible valid command has been received (more than 14 bits).", "16/25/0"},
     };
-    for (const Case& c : cases) {
-        CodeVerdict v = BitCountVerdict(c.protocol, c.code);
-        EXPECT_EQ(v.status + " " + v.addrVal + "/" + v.cmdVal + "/" + v.toggleVal, c.status + " " + c.fields);
+    for (const auto& [protocol, code, status, fields] : cases) {
+        CodeVerdict v = BitCountVerdict(protocol, code);
+        EXPECT_EQ(v.status + " " + v.addrVal + "/" + v.cmdVal + "/" + v.toggleVal, status + " " + fields);
     }
     EXPECT_EQ(BitCountVerdict(kProtoNec, "G0101").gType, "2");
 }
