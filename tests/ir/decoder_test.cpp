@@ -39,16 +39,8 @@ ProtocolHeader Samsung() {
 }
 
 TEST(Decoder, CasesTheRunAnalysisGetsWrong) {
-    struct Case {
-        std::string name;
-        ProtocolHeader header;
-        std::string code;
-        double jitter;
-        unsigned seed;
-        std::string literal; // what the run analysis alone reads
-        Reading reading;
-    };
-    const Case cases[] = {
+    // Name, header, code, jitter, seed, what the run analysis alone reads, the reading taken.
+    const std::tuple<std::string, ProtocolHeader, std::string, double, unsigned, std::string, Reading> cases[] = {
         {"SONY with more 1s than 0s: the lead-in reads as a leading 1", Preset(kProtoSony), "G111101111110", 0, 1,
          "G1111101111110", Reading::Timing},
         // The code is right, only its unit is not: the code stays, the unit is measured again.
@@ -59,19 +51,19 @@ TEST(Decoder, CasesTheRunAnalysisGetsWrong) {
         {"Samsung's 4.5 ms lead-in: taken for bi-phase and read empty", Samsung(), "G11100000111000000100000010111111",
          0, 1, "", Reading::Timing},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        std::string code = c.code;
-        const std::vector<std::uint8_t> capture = Recording(c.header, code, c.jitter, c.seed);
-        EXPECT_EQ(DecodeRecording(capture).code, c.literal);
+    for (const auto& [name, header, sent, jitter, seed, literal, reading] : cases) {
+        SCOPED_TRACE(name);
+        std::string code = sent;
+        const std::vector<std::uint8_t> capture = Recording(header, code, jitter, seed);
+        EXPECT_EQ(DecodeRecording(capture).code, literal);
         const DecodedRecording d = DecodeCapture(capture);
         EXPECT_EQ(d.signal.code, code);
-        EXPECT_EQ(d.reading, c.reading);
-        EXPECT_NEAR(d.unit * 55, c.header.sendpls, 0.05 * c.header.sendpls);
-        EXPECT_EQ(d.signal.status, BitCountVerdict(c.header.gproto, code.substr(1)).status);
+        EXPECT_EQ(d.reading, reading);
+        EXPECT_NEAR(d.unit * 55, header.sendpls, 0.05 * header.sendpls);
+        EXPECT_EQ(d.signal.status, BitCountVerdict(header.gproto, code.substr(1)).status);
         const DecodedFrame f = DecodeMonitorFrame(capture);
         EXPECT_EQ(f.frame, code.substr(1));
-        EXPECT_EQ(f.protocol, c.header.gproto);
+        EXPECT_EQ(f.protocol, header.gproto);
     }
 }
 

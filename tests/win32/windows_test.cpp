@@ -166,13 +166,8 @@ protected:
 };
 
 TEST_F(WinampTest, EachCallIsItsMessage) {
-    struct Case {
-        std::function<int()> call;
-        int result;
-        std::vector<Message> messages;
-    };
     const UINT U = WM_USER, C = WM_COMMAND;
-    const Case cases[] = {
+    const std::tuple<std::function<int()>, int, std::vector<Message>> cases[] = { // call, result, messages
         {[&] { return player.Version(); }, 0x5010, {{U, 0, 0}}},
         {[&] { return player.AddPlaylist("a b"), 0; }, 0, {{U, 'a', 100}, {U, ' ', 100}, {U, 'b', 100}, {U, 0, 100}}},
         {[&] { return player.DeletePlaylist(), 0; }, 0, {{U, 0, 101}}},
@@ -186,9 +181,9 @@ TEST_F(WinampTest, EachCallIsItsMessage) {
         {[&] { return player.CommandCloseWinamp(); }, 1, {{C, 40001, 0}}},
         {[&] { return player.PressButton(kWinampRewind); }, 1, {{C, 40144, 0}}},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.call(), c.result);
-        EXPECT_EQ(received(), c.messages) << c.messages[0].l;
+    for (const auto& [call, result, messages] : cases) {
+        EXPECT_EQ(call(), result);
+        EXPECT_EQ(received(), messages) << messages[0].l;
     }
     EXPECT_EQ(player.PlaylistSong(5), "C:\\music\\two.mp3");
 }
