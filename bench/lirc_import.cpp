@@ -93,7 +93,9 @@ std::vector<std::string> Received(const fs::path& conf, const fs::path& dir, con
     WriteFile(dir / "keys.mode2", kFence + mode2 + kFence);
     std::vector<std::string> names;
     for (const std::string& l :
-         Lines(Run("irsimreceive '" + conf.string() + "' '" + (dir / "keys.mode2").string() + "' 2>/dev/null"))) {
+         // irsimreceive leaves dummy.out in its working folder.
+         Lines(Run("cd '" + dir.string() + "' && irsimreceive '" + conf.string() + "' '" +
+                   (dir / "keys.mode2").string() + "' 2>/dev/null"))) {
         std::istringstream w(l);
         std::string code, count, name;
         if (w >> code >> count >> name && count == "00") names.push_back(name);
@@ -215,7 +217,7 @@ int main(int argc, char** argv) {
         else if (a == "--decode-keys" && i + 1 < argc)
             decodeKeys = std::stoul(argv[++i]);
         else
-            root = a;
+            root = fs::absolute(a);
     }
     if (!fs::is_directory(root)) {
         std::fprintf(stderr, "lirc_import: no remotes in %s\n", root.c_str());

@@ -62,9 +62,9 @@ TEST(LircdSocket, IrwAndIrsendTalkToTheProgram) {
     irw.kill();
     irw.waitForFinished();
 
-    // irsend runs beside the event loop, which must keep serving it.
+    // irsend runs beside the event loop, which must keep serving it; a hung one is killed.
     auto irsend = [&](const std::string& args) {
-        auto run = std::async(std::launch::async, [cmd = "irsend -d " + path + " " + args + " 2>&1; echo $?"] {
+        auto run = std::async(std::launch::async, [cmd = "timeout 10 irsend -d " + path + " " + args + " 2>&1; echo $?"] {
             std::string out;
             if (FILE* f = popen(cmd.c_str(), "r")) {
                 char buf[512];
