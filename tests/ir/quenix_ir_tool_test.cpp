@@ -61,6 +61,7 @@ TEST(QuenixIrTool, BadInputIsOneLineOnStderrAndStatusTwo) {
         "decode /dev/null",                            "decode " + kTool, // no pulse/space lines; binary data
         "decode " QUENIX_PROGRAM_DIR, // a folder, which once ended the tool with an uncaught exception
         "encode --protocol NEC --code \"$(printf '1\\n0')\"", // a line break in the quoted argument
+        "lirc-import /dev/null",
     };
     for (const std::string& args : cases) {
         ShellOutput o = Shell(kTool + " " + args + " 2>&1 >/dev/null");

@@ -19,11 +19,13 @@ int LircImportCommand(int argc, char** argv) {
     }
     std::string text((std::istreambuf_iterator<char>(in)), {});
     quenix::LircFile file = quenix::ParseLircdConf(text);
-    for (const std::string& e : file.errors) std::fprintf(stderr, "quenix-ir: %s: %s\n", argv[2], e.c_str());
+    // Not a remote description at all: one line and status 2, as for every malformed input.
     if (file.remotes.empty()) {
-        std::fprintf(stderr, "quenix-ir: %s holds no LIRC remote\n", argv[2]);
-        return 1;
+        std::fprintf(stderr, "quenix-ir: %s holds no LIRC remote%s%s\n", argv[2], file.errors.empty() ? "" : ": ",
+                     file.errors.empty() ? "" : file.errors.front().c_str());
+        return 2;
     }
+    for (const std::string& e : file.errors) std::fprintf(stderr, "quenix-ir: %s: %s\n", argv[2], e.c_str());
     int imported = 0;
     for (const quenix::ImportedRemote& m : quenix::ImportLircFile(file)) {
         if (!m.ok) {
