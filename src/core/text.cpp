@@ -16,8 +16,7 @@ std::string Trim(std::string_view s) {
 
 std::string ToLower(std::string_view s) {
     std::string r(s);
-    std::transform(r.begin(), r.end(), r.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(r.begin(), r.end(), r.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return r;
 }
 
@@ -36,6 +35,18 @@ long LeadingNumber(std::string_view s) {
 int LeadingInt16(std::string_view s) {
     long v = LeadingNumber(s);
     return static_cast<int>(std::clamp<long>(v, INT16_MIN, INT16_MAX));
+}
+
+std::vector<std::string_view> SplitLines(std::string_view text) {
+    std::vector<std::string_view> lines;
+    std::size_t pos = 0;
+    while (pos < text.size()) {
+        std::size_t end = text.find('\n', pos);
+        if (end == std::string_view::npos) end = text.size();
+        lines.push_back(text.substr(pos, end - pos));
+        pos = end + 1;
+    }
+    return lines;
 }
 
 } // namespace quenix

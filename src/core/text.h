@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quenix {
 
@@ -14,5 +15,8 @@ std::string ToLower(std::string_view s);
 long LeadingNumber(std::string_view s);
 // The same, rounded into a 16-bit signed integer the way the system stores its numbers.
 int LeadingInt16(std::string_view s);
+// The lines of a text split at LF, line ends left out; a final LF starts no empty line. A CR
+// before the LF stays with its line.
+std::vector<std::string_view> SplitLines(std::string_view text);
 
 } // namespace quenix

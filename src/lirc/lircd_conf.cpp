@@ -1,5 +1,7 @@
 #include "lirc/lircd_conf.h"
 
+#include "core/text.h"
+
 #include <cctype>
 #include <cmath>
 
@@ -9,11 +11,6 @@ namespace {
 
 std::string Upper(std::string s) {
     for (char& c : s) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return s;
-}
-
-std::string Lower(std::string s) {
-    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return s;
 }
 
@@ -81,18 +78,13 @@ LircFile ParseLircdConf(std::string_view text) {
         file.errors.push_back("line " + std::to_string(lineNo) + ": " + what);
     };
 
-    std::size_t pos = 0;
-    while (pos < text.size()) {
-        std::size_t end = text.find('\n', pos);
-        if (end == std::string_view::npos) end = text.size();
-        std::string_view line = text.substr(pos, end - pos);
-        pos = end + 1;
+    for (std::string_view line : SplitLines(text)) {
         ++lineNo;
         std::vector<std::string> w = Words(line);
         if (w.empty()) continue;
-        std::string key = Lower(w[0]);
+        std::string key = ToLower(w[0]);
 
-        std::string what = w.size() > 1 ? Lower(w[1]) : "";
+        std::string what = w.size() > 1 ? ToLower(w[1]) : "";
         // A key may be called "End"; only the block words make a line a keyword.
         bool block = what == "remote" || what == "codes" || what == "raw_codes";
         if ((key == "begin" || key == "end") && (block || in == In::Nothing || in == In::Remote)) {

@@ -76,12 +76,7 @@ std::vector<LircdRemote> RemotesOfConfiguration(std::string_view text) {
         current = {};
         isDevice = false;
     };
-    std::size_t pos = 0;
-    while (pos < text.size()) {
-        std::size_t end = text.find('\n', pos);
-        if (end == std::string_view::npos) end = text.size();
-        std::string_view line = text.substr(pos, end - pos);
-        pos = end + 1;
+    for (std::string_view line : SplitLines(text)) {
         if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
         if (!line.empty() && line.front() == '[') {
             flush();
