@@ -61,7 +61,7 @@ TEST(QuenixIrTool, BadInputIsOneLineOnStderrAndStatusTwo) {
         "decode /dev/null",                            "decode " + kTool, // no pulse/space lines; binary data
         "decode " QUENIX_PROGRAM_DIR, // a folder, which once ended the tool with an uncaught exception
         "encode --protocol NEC --code \"$(printf '1\\n0')\"", // a line break in the quoted argument
-        "lirc-import /dev/null",
+        "lirc-import /dev/null",                       "lirc-import " QUENIX_SOURCE_DIR "/data/help", // no remote
     };
     for (const std::string& args : cases) {
         ShellOutput o = Shell(kTool + " " + args + " 2>&1 >/dev/null");
@@ -71,6 +71,19 @@ TEST(QuenixIrTool, BadInputIsOneLineOnStderrAndStatusTwo) {
     EXPECT_EQ(Shell(kTool + " decode --packed /dev/null 2>&1").out,
               "quenix-ir: a packed capture has 600 bytes, this one 0\n");
     EXPECT_EQ(Shell("printf 'space abc' | " + kTool + " decode 2>/dev/null").status, 2); // not a length
+}
+
+// LIRC's remote database is a tree of files with notes beside them: a folder imports every remote
+// under it, names kept apart across the files.
+TEST(QuenixIrTool, LircImportOfAFolderTakesEveryRemoteUnderIt) {
+    const std::string remote = "begin remote\\n name tv\\n bits 16\\n flags SPACE_ENC\\n header 9000 4500\\n"
+                               " one 560 1690\\n zero 560 560\\n ptrail 560\\n gap 108000\\n begin codes\\n"
+                               " KEY_POWER 0x10EF\\n end codes\\nend remote\\n";
+    ShellOutput o = Shell("d=$(mktemp -d) && mkdir $d/a && printf '" + remote + "' >$d/a/lircd.conf && printf '" +
+                          remote + "' >$d/lircd.conf.tv && echo notes >$d/README && " + kTool +
+                          " lirc-import $d; s=$?; rm -r $d; exit $s");
+    EXPECT_EQ(o.status, 0);
+    EXPECT_TRUE(o.out.find("[tv_]\r\n") != std::string::npos && o.out.find("[tv__2]\r\n") != std::string::npos) << o.out;
 }
 
 } // namespace
