@@ -219,14 +219,17 @@ void ReceiverController::onComListClick() {
         if (ctx_.x10PortHandle > 0 && ctx_.x10PortHandle != old) port_.CloseHandle(ctx_.x10PortHandle);
         ctx_.x10PortHandle = kNoPort;
     }
+    ctx_.irmanInitialised = false;
+    const PortHandle before = handle(); // none, unless no port was chosen before
     ctx_.Written(ctx_.config.SetGeneralKey("COMPORT", std::to_string(s.comPort)) &&
                  ctx_.config.SetGeneralKey("X10COM", std::to_string(s.x10Com)));
-
-    const bool opened = openChosen();
+    // A reload ("No" to overwriting a file another program changed) has opened the port the file
+    // names: a second open would leak that handle, and with it the port's lock.
+    const bool reopened = handle() != before;
+    const bool opened = reopened || openChosen();
     // An X10 interface on the "Default" port shares the infrared handle.
     if (old != kNoPort && ctx_.x10PortHandle == old) ctx_.x10PortHandle = ctx_.irPortHandle;
-    ctx_.irmanInitialised = false;
-    if (opened || onKernelDevice()) applyStoredInterface();
+    if (!reopened && (opened || onKernelDevice())) applyStoredInterface();
 }
 
 bool ReceiverController::irmanHandshake() {
