@@ -63,9 +63,9 @@ int main(int argc, char** argv) {
     constexpr int kClients = 50; // client 0 floods
     LircdServer lircd({[&] { return RemotesOfConfiguration(rig.store.text()); }, {}}, "soak");
     for (int c = 0; c < kClients; ++c) lircd.Connect(c);
-    engine.hooks().keyRecognised = [&](const std::string& key) {
+    engine.hooks().keyRecognised = [&](const std::string& key, int repeat) {
         const std::size_t amp = key.find('&');
-        lircd.KeyRecognised(key.substr(0, amp), key.substr(amp + 1), rig.clock.nowMs());
+        lircd.KeyRecognised(key.substr(0, amp), key.substr(amp + 1), repeat);
     };
     const std::string garbage = std::string(3000, '\x01') + "\nSEND_ONCE nobody nothing 99\nLIST\n";
     long clientLines = 0, floods = 0;

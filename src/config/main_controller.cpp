@@ -171,7 +171,10 @@ bool MainController::Toggle(const std::string& control) {
         if (ctx_.Written(ctx_.config.SetGeneralKey(row.key, on ? "1" : "0"))) ctx_.settings().*row.flag = on;
         on = ctx_.settings().*row.flag;
         view_.setChecked(control, on);
-        if (control == std::string("InfraredInMenu")) view_.setEnabled("InterfaceMenu", on);
+        if (control == std::string("InfraredInMenu")) {
+            view_.setEnabled("InterfaceMenu", on);
+            if (hooks_.irInputChanged) hooks_.irInputChanged();
+        }
         return true;
     }
     return false;

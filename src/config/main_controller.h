@@ -24,6 +24,8 @@ public:
         // MonitoringStartMenu / MonitoringStopMenu.
         std::function<void()> startMonitoring;
         std::function<void()> stopMonitoring;
+        // Infrared input was switched on or off.
+        std::function<void()> irInputChanged;
         // Closes one serial port.
         std::function<void(PortHandle)> closePort;
         // Hands the capture library a port handle (0 = none).

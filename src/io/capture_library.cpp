@@ -109,6 +109,7 @@ public:
         return active().IRSend(buffer, byteCount, pulseLength, txdMode);
     }
     bool CanSend() override { return active().CanSend(); }
+    void Discard() override { active().Discard(); }
     bool Ready() override { return active().Ready(); }
     std::string error() const override { return onKernel_ ? kernel_.error() : serial_.error(); }
 

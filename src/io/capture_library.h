@@ -31,6 +31,9 @@ public:
 
     // Whether IRSend reaches a transmitter on the current handle.
     virtual bool CanSend() { return true; }
+    // Throws away what the receiver holds from before now (a kernel device queues every key;
+    // a serial line holds nothing).
+    virtual void Discard() {}
 
     // Loads the library and finds every entry point; false, with error() saying why, when
     // it cannot be used.

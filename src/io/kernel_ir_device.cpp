@@ -4,29 +4,35 @@
 #include "ir/decoder.h"
 #include "serpulse/pulse_engine.h"
 
+#include "ir/protocols.h"
+
 #include <algorithm>
+#include <cmath>
 
 namespace quenix {
 
 namespace {
 
-// A pause this long after a frame shows the decoder its end (it needs over 100 samples of
-// 55 us): the moment to ask whether the capture holds enough.
+// A pause this long after a pulse shows the decoder its end (it needs over 100 samples of
+// 55 us): the moment to ask whether the capture holds a whole frame.
 constexpr std::int64_t kCheckPauseUs = 8000;
 // The frame gap and the silences that end a capture, as the serial sampler has them.
 constexpr std::int64_t kFrameGapUs = serpulse::kFrameGapNs / 1000;
 constexpr std::int64_t kEndIdleUs = serpulse::kEndIdleNs / 1000;
 constexpr std::int64_t kSingleFrameEndIdleUs = serpulse::kSingleFrameEndIdleNs / 1000;
+// A pipe or a network link may hold back part of a frame for a while; only a silence this
+// long, with no word to say what it was, ends a capture on one.
+constexpr std::int64_t kStallUs = 250000;
 // A monitoring call comes once the device has words; the first pulse word follows its pulse's
 // end, so wait as long as the longest lead-in mark.
 constexpr int kMonitorFirstWaitMs = 50;
-// The silence that ends a frame at the device, where it can be set.
-constexpr std::uint32_t kRecTimeoutUs = 20000;
 constexpr std::uint32_t kCarrierHz = 38000;
 constexpr std::uint32_t kDutyCyclePercent = 33;
 // What one write may carry: the kernel refuses more values, or a longer signal, in one go.
 constexpr std::size_t kMaxWriteValues = 511;
 constexpr std::uint32_t kMaxWriteUs = 450000;
+// NEC's repeat burst: a 9 ms mark, a 2.25 ms space and a 560 us mark.
+constexpr double kNecBurstUs[] = {9000, 2250, 560};
 
 } // namespace
 
@@ -36,21 +42,22 @@ KernelIrDevice::KernelIrDevice(KernelIrSystem& system, int fd) : system_(system)
 
 bool KernelIrDevice::set(LircRequest request, std::uint32_t value) { return system_.request(fd_, request, value) == 0; }
 
+// Only the modes are set here: the receive timeout, carrier and duty cycle belong to the whole
+// device and every other reader of it, so the receive side leaves them alone and the send side
+// sets its carrier for each signal it sends.
 void KernelIrDevice::setUp() {
-    std::uint32_t features = 0;
     // A FIFO or a file answers no request: it carries mode2 words and cannot send.
-    if (system_.request(fd_, LircRequest::GetFeatures, features) != 0) return;
-    canReceive_ = (features & kLircCanRecMode2) != 0 && set(LircRequest::SetRecMode, kLircModeMode2);
-    if (canReceive_ && (features & kLircCanSetRecTimeout) != 0) {
-        std::uint32_t low = 0, high = 0;
-        std::uint32_t timeout = kRecTimeoutUs;
-        if (system_.request(fd_, LircRequest::GetMinTimeout, low) == 0) timeout = std::max(timeout, low);
-        if (system_.request(fd_, LircRequest::GetMaxTimeout, high) == 0 && high > 0) timeout = std::min(timeout, high);
-        set(LircRequest::SetRecTimeout, timeout);
+    if (system_.request(fd_, LircRequest::GetFeatures, features_) != 0) return;
+    answers_ = true;
+    canReceive_ = (features_ & kLircCanRecMode2) != 0 && set(LircRequest::SetRecMode, kLircModeMode2);
+    canSend_ = (features_ & kLircCanSendPulse) != 0 && set(LircRequest::SetSendMode, kLircModePulse);
+}
+
+void KernelIrDevice::discard() {
+    std::uint8_t sink[4096];
+    while (system_.read(fd_, sink, sizeof sink) > 0) {
     }
-    canSend_ = (features & kLircCanSendPulse) != 0 && set(LircRequest::SetSendMode, kLircModePulse);
-    if (canSend_ && (features & kLircCanSetSendCarrier) != 0) set(LircRequest::SetSendCarrier, kCarrierHz);
-    if (canSend_ && (features & kLircCanSetSendDutyCycle) != 0) set(LircRequest::SetSendDutyCycle, kDutyCyclePercent);
+    partialBytes_ = 0;
 }
 
 bool KernelIrDevice::next(Mode2Event& event, int ms) {
@@ -86,16 +93,33 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
     bool checked = false;
     int frames = 0;
     std::int64_t lastGapUs = 0;
+    // The silence the signal itself reported with its last word: after a pulse none yet; after
+    // a timeout word the device tells that it fell silent and says nothing more until the next
+    // edge. Whether the time since then is silence too: on a device, which hands each word over
+    // as its edge passes, yes; on a pipe, which may stall mid-frame, only after a timeout word.
+    std::int64_t reportedUs = 0;
+    bool trustQuiet = answers_;
     std::int64_t lastEvent = system_.nowUs();
     const std::int64_t deadline = lastEvent + static_cast<std::int64_t>(rule.firstWaitMs) * 1000;
     auto endIdle = [&] { return frames >= 2 ? kEndIdleUs : kSingleFrameEndIdleUs; };
-    // Whether a pause of pauseUs after the last pulse ends the capture.
-    auto ends = [&](std::int64_t pauseUs) {
-        if (pauseUs >= kCheckPauseUs && !checked) {
+    auto silence = [&](std::int64_t quiet) { return reportedUs + (trustQuiet ? quiet : 0); };
+    // Whether the capture ends after this long without a word.
+    auto ends = [&](std::int64_t quiet) {
+        if (quiet >= kCheckPauseUs && !checked) {
             checked = true;
             if (rule.complete && rule.complete(buffer)) return true;
         }
-        return pauseUs >= endIdle();
+        const std::int64_t s = silence(quiet);
+        if (rule.frameEnded && s >= kFrameGapUs && rule.frameEnded(buffer)) return true;
+        return s >= endIdle() || quiet >= kStallUs;
+    };
+    // When to look again: the next of the marks ends() measures against.
+    auto nextLookUs = [&](std::int64_t quiet) {
+        std::int64_t at = kStallUs;
+        for (std::int64_t mark : {kFrameGapUs, endIdle()})
+            if (trustQuiet && mark - reportedUs > quiet) at = std::min(at, mark - reportedUs);
+        if (!checked) at = std::min(at, kCheckPauseUs);
+        return std::max<std::int64_t>(at - quiet, 0);
     };
     auto done = [&] {
         std::copy(buffer.begin(), buffer.end(), out);
@@ -111,8 +135,7 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
         } else {
             const std::int64_t quiet = now - lastEvent;
             if (ends(quiet)) return done();
-            const std::int64_t nextLook = quiet < kCheckPauseUs ? kCheckPauseUs : endIdle();
-            waitMs = static_cast<int>((nextLook - quiet + 999) / 1000);
+            waitMs = static_cast<int>((nextLookUs(quiet) + 999) / 1000);
         }
         Mode2Event e;
         if (!next(e, std::max(waitMs, 0))) {
@@ -129,17 +152,25 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
             started = true;
             checked = false;
             lastGapUs = 0;
+            reportedUs = 0;
+            trustQuiet = answers_;
             writer.add(true, e.value);
             break;
         case Kind::Space:
             if (!started) break; // the silence before a key
             writer.add(false, e.value);
             lastGapUs = e.value;
-            if (ends(e.value)) return done();
+            // The space is over (a pulse has begun): it ends the capture by its own length.
+            if (e.value >= endIdle() || (rule.frameEnded && e.value >= kFrameGapUs && rule.frameEnded(buffer)))
+                return done();
+            reportedUs = 0;
+            trustQuiet = answers_;
             break;
         case Kind::Timeout:
-            // The silence so far; the space that follows carries all of it.
-            if (started && ends(e.value)) return done();
+            if (!started) break;
+            reportedUs = e.value;
+            trustQuiet = true;
+            if (ends(0)) return done();
             break;
         default: break; // carrier reports and overflows carry no timing
         }
@@ -154,6 +185,8 @@ bool KernelIrDevice::send(const std::uint8_t* packed, int byteCount, int pulseUs
         error_ = name_ + " is a receiver only: it cannot send.";
         return false;
     }
+    if ((features_ & kLircCanSetSendCarrier) != 0) set(LircRequest::SetSendCarrier, kCarrierHz);
+    if ((features_ & kLircCanSetSendDutyCycle) != 0) set(LircRequest::SetSendDutyCycle, kDutyCyclePercent);
     for (const auto& [piece, gapUs] :
          SendPieces(CellsToDurations(packed, byteCount, pulseUs), kMaxWriteValues, kMaxWriteUs)) {
         const int err = system_.write(fd_, reinterpret_cast<const std::uint8_t*>(piece.data()),
@@ -168,11 +201,30 @@ bool KernelIrDevice::send(const std::uint8_t* packed, int byteCount, int pulseUs
     return true;
 }
 
-bool MonitorCaptureComplete(const std::vector<std::uint8_t>& capture) {
-    if (capture.size() < kMinCapturedBytes) return false;
-    const bool long_ =
-        std::any_of(capture.begin() + kMinCapturedBytes - 1, capture.end(), [](std::uint8_t b) { return b != 0; });
-    return long_ && !DecodeMonitorFrame(capture).frame.empty();
+bool IsNecRepeatBurst(const std::vector<std::uint8_t>& capture, int procDelay) {
+    const std::string samples = UnpackSamples(capture);
+    const double sampleUs = static_cast<double>(serpulse::SamplePeriodNs(procDelay)) / 1000;
+    std::size_t at = samples.find('1');
+    for (std::size_t i = 0; i < 3; ++i) {
+        if (at == std::string::npos || samples[at] != (i % 2 == 0 ? '1' : '0')) return false;
+        std::size_t end = samples.find(samples[at] == '1' ? '0' : '1', at);
+        if (end == std::string::npos) end = samples.size();
+        const double us = static_cast<double>(end - at) * sampleUs, want = kNecBurstUs[i];
+        if (std::abs(us - want) > std::max(want * 0.3, 300.0)) return false;
+        at = end;
+    }
+    return samples.find('1', at) == std::string::npos;
+}
+
+bool IsWholeFrame(const DecodedFrame& f) {
+    std::size_t bits = 0;
+    for (char c : f.frame) bits += c == '0' || c == '1';
+    switch (f.protocol) {
+    case kProtoNec: return bits == 32 || bits == 16 || bits == 42 || bits == 48;
+    case kProtoSony: return bits == 12 || bits == 15 || bits == 20;
+    case kProtoRc5: return bits == 14 || bits == 13;
+    default: return false;
+    }
 }
 
 std::optional<std::int32_t> KernelIrLibrary::SetHandle(PortHandle handle) {
@@ -181,6 +233,10 @@ std::optional<std::int32_t> KernelIrLibrary::SetHandle(PortHandle handle) {
     if (handle == kNoPort || handle == 0) return 1;
     device_ = std::make_unique<KernelIrDevice>(system_, static_cast<int>(handle));
     return 1;
+}
+
+void KernelIrLibrary::Discard() {
+    if (device_) device_->discard();
 }
 
 bool KernelIrLibrary::Ready() {
@@ -204,11 +260,23 @@ std::optional<std::int32_t> KernelIrLibrary::Capture(std::uint8_t* buffer, int p
 }
 
 std::optional<std::int32_t> KernelIrLibrary::IRRecord(std::uint8_t* buffer, int procDelay, int length) {
+    // Record waits for a key pressed from now on, not one that came before the click.
+    if (Ready()) device_->discard();
     return Capture(buffer, procDelay, length, CaptureRule{});
 }
 
 std::optional<std::int32_t> KernelIrLibrary::IRMonitor(std::uint8_t* buffer, int procDelay) {
-    return Capture(buffer, procDelay, 600, CaptureRule{kMonitorFirstWaitMs, MonitorCaptureComplete});
+    // Early, at a pause, only a frame of its protocol's whole length or a repeat burst: a pipe
+    // that stalls mid-frame must not cut a shorter code off it. Any frame ends at the gap after it.
+    CaptureRule rule;
+    rule.firstWaitMs = kMonitorFirstWaitMs;
+    rule.complete = [procDelay](const std::vector<std::uint8_t>& capture) {
+        return IsWholeFrame(DecodeMonitorFrame(capture)) || IsNecRepeatBurst(capture, procDelay);
+    };
+    rule.frameEnded = [procDelay](const std::vector<std::uint8_t>& capture) {
+        return !DecodeMonitorFrame(capture).frame.empty() || IsNecRepeatBurst(capture, procDelay);
+    };
+    return Capture(buffer, procDelay, 600, rule);
 }
 
 std::optional<std::int32_t> KernelIrLibrary::IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength, int) {

@@ -20,9 +20,6 @@ namespace quenix {
 enum class LircRequest {
     GetFeatures,
     SetRecMode,
-    GetMinTimeout,
-    GetMaxTimeout,
-    SetRecTimeout,
     SetSendMode,
     SetSendCarrier,
     SetSendDutyCycle,
@@ -56,8 +53,11 @@ bool IsKernelIrHandle(PortHandle handle);
 // How a capture ends.
 struct CaptureRule {
     int firstWaitMs = 5000;
-    // Asked at every pause after a frame: true when the buffer holds all a caller needs.
+    // Asked at the first pause after a pulse: true when the buffer holds all a caller needs,
+    // however the words that follow may arrive.
     std::function<bool(const std::vector<std::uint8_t>&)> complete;
+    // Asked once the signal has been silent for a frame gap: true when what came is a frame.
+    std::function<bool(const std::vector<std::uint8_t>&)> frameEnded;
 };
 
 class KernelIrDevice {
@@ -72,6 +72,8 @@ public:
     // when the device failed (error() says why).
     int capture(std::uint8_t* buffer, int bytes, int procDelay, const CaptureRule& rule);
     bool send(const std::uint8_t* packed, int byteCount, int pulseUs);
+    // Throws away every word queued so far.
+    void discard();
     const std::string& error() const { return error_; }
 
 private:
@@ -83,6 +85,8 @@ private:
     KernelIrSystem& system_;
     int fd_;
     std::string name_;
+    std::uint32_t features_ = 0;
+    bool answers_ = false; // a device, not a pipe
     bool canReceive_ = true;
     bool canSend_ = false;
     bool failed_ = false;
@@ -91,9 +95,11 @@ private:
     std::size_t partialBytes_ = 0;
 };
 
-// Whether a monitoring capture holds what the monitoring tick takes: a frame the decoder reads,
-// and carrier beyond the bytes the tick passes over.
-bool MonitorCaptureComplete(const std::vector<std::uint8_t>& capture);
+// A capture that holds NEC's repeat burst and nothing else: the key under way is still held.
+bool IsNecRepeatBurst(const std::vector<std::uint8_t>& capture, int procDelay);
+struct DecodedFrame;
+// A frame of its protocol's whole length (NEC 16/32/42/48, SONY 12/15/20, RC5 bits).
+bool IsWholeFrame(const DecodedFrame& f);
 
 // The capture library on a kernel device, for whichever handle SetHandle last gave it.
 class KernelIrLibrary final : public CaptureLibrary {
@@ -113,6 +119,7 @@ public:
                                        int txdMode) override;
     bool Ready() override;
     bool CanSend() override { return device_ && device_->canSend(); }
+    void Discard() override;
     std::string error() const override { return error_; }
 
 private:

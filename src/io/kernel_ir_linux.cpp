@@ -31,9 +31,6 @@ unsigned long RequestNumber(LircRequest r) {
     switch (r) {
     case LircRequest::GetFeatures: return LIRC_GET_FEATURES;
     case LircRequest::SetRecMode: return LIRC_SET_REC_MODE;
-    case LircRequest::GetMinTimeout: return LIRC_GET_MIN_TIMEOUT;
-    case LircRequest::GetMaxTimeout: return LIRC_GET_MAX_TIMEOUT;
-    case LircRequest::SetRecTimeout: return LIRC_SET_REC_TIMEOUT;
     case LircRequest::SetSendMode: return LIRC_SET_SEND_MODE;
     case LircRequest::SetSendCarrier: return LIRC_SET_SEND_CARRIER;
     case LircRequest::SetSendDutyCycle: return LIRC_SET_SEND_DUTY_CYCLE;

@@ -2,8 +2,10 @@
 
 #include "config/config_text.h"
 #include "core/text.h"
+#include "io/kernel_ir_device.h"
 #include "io/receiver_controller.h"
 #include "ir/decoder.h"
+#include "ir/protocols.h"
 #include "ir/pulse_text.h"
 
 #include <algorithm>
@@ -141,6 +143,9 @@ void MonitorEngine::Start() {
     ctx_.Written(ctx_.config.SetGeneralKey("MONITOR", " 1"));
     TrayItems();
 
+    // Keys pressed while nobody listened are not this session's.
+    if (irTicks) library_.Discard();
+    press_.Reset();
     if (irTicks) view_.setTimerEnabled("IRMonTimer", true);
     if (BtInput()) view_.setTimerEnabled("BTAutoTimer", true);
     if (view_.text("StatusBar").empty()) view_.setStatus("Monitoring started OK.");
@@ -150,6 +155,7 @@ void MonitorEngine::Stop() {
     view_.setTimerEnabled("IRMonTimer", false);
     view_.setTimerEnabled("BTMonTimer", false);
     ctx_.monitoring = false;
+    press_.Reset();
 
     view_.setChecked("MonitoringStopMenu", true);
     view_.setChecked("MonitoringStartMenu", false);
@@ -176,6 +182,15 @@ void MonitorEngine::Stop() {
     TrayItems();
 }
 
+void MonitorEngine::InputChanged() {
+    if (!ctx_.monitoring || !Polled(ctx_.interfaceType)) return;
+    if (IrInput()) {
+        library_.Discard();
+        press_.Reset();
+    }
+    view_.setTimerEnabled("IRMonTimer", IrInput());
+}
+
 void MonitorEngine::Restart() {
     Stop();
     Start();
@@ -200,8 +215,13 @@ std::string MonitorEngine::LibraryFailure() const {
     return "The capture library cannot be used: " + library_.error();
 }
 
+bool MonitorEngine::FrameByFrame() const { return ctx_.interfaceType == kKernelIr; }
+
 void MonitorEngine::OnIRMonTimer() {
-    if (!IrInput()) return;
+    if (!IrInput()) {
+        library_.Discard(); // nothing queued now may fire once input is back
+        return;
+    }
     // Only these receivers are polled; for them an idle tick is one line read. The standard
     // receiver pulls DCD off for carrier, the IRMouse raises it, and a kernel device reads DCD
     // on while it holds words: the capture is called only while a key is on the air, never
@@ -214,6 +234,7 @@ void MonitorEngine::OnIRMonTimer() {
     std::vector<std::uint8_t>& buffer = ctx_.captureBuffer;
     buffer.assign(kCaptureBytes, 0);
     const int procDelay = ctx_.config.settings().procDelay;
+    const std::int64_t started = ctx_.clock.nowMs();
     auto result = type == kDcdStd ? library_.IRMonitor(buffer.data(), procDelay)
                                   : library_.IRMonitorN(buffer.data(), procDelay);
     if (!result) {
@@ -223,7 +244,18 @@ void MonitorEngine::OnIRMonTimer() {
         return;
     }
     if (*result == 0) return;
-    if (std::all_of(buffer.begin() + kLeadBytes, buffer.end(), [](std::uint8_t b) { return b == 0; })) return;
+    const std::int64_t now = ctx_.clock.nowMs();
+    const bool frameByFrame = FrameByFrame();
+    KeyPress::Step step;
+    if (frameByFrame && IsNecRepeatBurst(buffer, procDelay)) {
+        if (press_.Burst(now, HoldGapMs(kProtoNec), step)) Received(press_.key(), step);
+        return;
+    }
+    // A kernel device hands over whole frames, however short; the sampler's first bytes may
+    // hold nothing but a glitch.
+    if (!frameByFrame &&
+        std::all_of(buffer.begin() + kLeadBytes, buffer.end(), [](std::uint8_t b) { return b == 0; }))
+        return;
 
     const DecodedFrame f = DecodeMonitorFrame(buffer);
     if (f.literal.analysis.ok && f.literal.analysis.protocol != 99) {
@@ -232,21 +264,57 @@ void MonitorEngine::OnIRMonTimer() {
     }
     if (f.frame.empty()) return;
 
+    // A serial capture is one key; a held key's next frame begins within its period of the
+    // pause after it, which the capture starts with.
     const std::string key = LookupKey(ctx_.config.text(), f);
+    Received(key, press_.Frame(key, f.frame, frameByFrame ? now : started, HoldGapMs(f.protocol)));
+    if (!frameByFrame) {
+        ctx_.clock.sleep(kKeyPauseMs);
+        press_.Deaf(ctx_.clock.nowMs());
+    }
+}
+
+void MonitorEngine::Received(const std::string& key, const KeyPress::Step& step) {
     view_.setText("RecCmd", key);
     view_.setStatus("Command received");
     if (key == "UNKNOWN") {
         view_.setText("ExecCmd", "none");
-    } else {
+        return;
+    }
+    if (!step.continues) {
+        lastRepeatMs_.clear();
         std::string done = HandleEvent(key);
         view_.setText("ExecCmd", done.empty() ? "none" : done);
+        return;
     }
-    // The only repeat suppression: a held key comes round again after this pause.
-    ctx_.clock.sleep(kKeyPauseMs);
+    std::string done = HandleHeld(key, step);
+    if (!done.empty()) view_.setText("ExecCmd", done);
+}
+
+std::string MonitorEngine::HandleHeld(const std::string& key, const KeyPress::Step& step) {
+    if (hooks_.keyRecognised) hooks_.keyRecognised(key, step.repeat);
+    if (step.heldMs < kRepeatDelayMs) return {};
+    const std::int64_t now = ctx_.clock.nowMs();
+    std::string done;
+    for (const std::string& action : MonitoredActions(ctx_.config.text(), key)) {
+        auto [device, command] = SplitPart(action);
+        const HeldAction held = HeldActionOf(device, command);
+        if (!held.repeats) continue;
+        auto last = lastRepeatMs_.find(action);
+        if (last != lastRepeatMs_.end() && now - last->second < held.periodMs) continue;
+        lastRepeatMs_[action] = now;
+        ctx_.config.currentDevice = device;
+        ctx_.config.currentCommand = command;
+        std::string result = Call(hooks_.execute, device, command);
+        if (result.empty()) continue;
+        if (!done.empty()) done += "; ";
+        done += result;
+    }
+    return done;
 }
 
 std::string MonitorEngine::HandleEvent(const std::string& key) {
-    if (hooks_.keyRecognised) hooks_.keyRecognised(key);
+    if (hooks_.keyRecognised) hooks_.keyRecognised(key, 0);
     std::string done;
     for (const std::string& action : MonitoredActions(ctx_.config.text(), key)) {
         auto [device, command] = SplitPart(action);

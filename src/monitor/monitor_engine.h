@@ -10,9 +10,11 @@
 #include "io/capture_library.h"
 #include "io/serial_port.h"
 #include "monitor/ir_port_watch.h"
+#include "monitor/key_press.h"
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -38,8 +40,9 @@ public:
         // Opens the monitored-events editor.
         std::function<void()> showEditor;
         // Every key that reaches the handle-event operation (device "&" command), infrared or
-        // phone, before its actions run: listeners such as the lircd socket see it.
-        std::function<void(const std::string& key)> keyRecognised;
+        // phone, before its actions run, and every further frame of a held key with its repeat
+        // count (0 for the press itself): listeners such as the lircd socket see them.
+        std::function<void(const std::string& key, int repeat)> keyRecognised;
     };
 
     MonitorEngine(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library, Hooks hooks = {});
@@ -52,12 +55,18 @@ public:
 
     // IRMonTimer.
     void OnIRMonTimer();
+    // Infrared input was switched on or off: a receiver that queues keys is emptied and
+    // listened to again, or left alone while input is off.
+    void InputChanged();
     // SecondTimer: the tick counter the phone's reply wait measures time by.
     void OnSecondTimer() { ++ctx_.secondTicks; }
 
     // Runs every [Monitoring] line of the key (device "&" command); the results of the
     // actions joined by "; ", or empty when nothing was done.
     std::string HandleEvent(const std::string& key);
+    // The same for a further frame of a held key: only the actions that repeat while a key is
+    // held run, once it has been held long enough, and no faster than each one's period.
+    std::string HandleHeld(const std::string& key, const KeyPress::Step& step);
 
     Hooks& hooks() { return hooks_; }
 
@@ -76,7 +85,15 @@ private:
     SerialPort& port_;
     CaptureLibrary& library_;
     Hooks hooks_;
+    // Whether the receiver hands over frames as they come (a kernel device) rather than one
+    // capture per key followed by the pause.
+    bool FrameByFrame() const;
+    void Received(const std::string& key, const KeyPress::Step& step);
+
     IrPortWatch irPort_;
+    KeyPress press_;
+    // When each repeatable action of the held key last ran.
+    std::map<std::string, std::int64_t> lastRepeatMs_;
 };
 
 // The output actions of a key: the text behind "," of every [Monitoring] line whose input part

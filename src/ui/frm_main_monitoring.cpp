@@ -90,7 +90,9 @@ void FrmMain::wireMonitoring(Io io) {
             irNotifier_ = new QSocketNotifier(fd, QSocketNotifier::Read, this);
             connect(irNotifier_, &QSocketNotifier::activated, this, [this, engine, timer] {
                 irNotifier_->setEnabled(false);
-                if (!ctx_.monitoring || irNotifier_->socket() != ctx_.irPortHandle) return;
+                // With input off the device is left to queue (and emptied when input is back).
+                if (!ctx_.monitoring || !ctx_.settings().irInEna || irNotifier_->socket() != ctx_.irPortHandle)
+                    return;
                 timer->start();
                 engine->OnIRMonTimer();
             });
@@ -104,6 +106,7 @@ void FrmMain::wireMonitoring(Io io) {
     MainController::Hooks& mainHooks = main_->hooks();
     mainHooks.startMonitoring = [engine] { engine->Start(); };
     mainHooks.stopMonitoring = [engine] { engine->Stop(); };
+    mainHooks.irInputChanged = [engine] { engine->InputChanged(); };
 }
 
 } // namespace quenix

@@ -223,9 +223,9 @@ TEST(MonitorEngine, KeysStillArriveAfterTxDSends) {
     const std::string cells = EncodeCommand(code, h, toggle);
     for (int press = 0; press < 3; ++press) {
         SCOPED_TRACE(press);
-        receiver.air.push_back({cells, static_cast<double>(h.sendpls), rig.clock.nowNs() + 2'000'000});
+        receiver.air.push_back({cells, static_cast<double>(h.sendpls), rig.clock.nowNs() + 300'000'000});
         rig.view.setText("ExecCmd", "");
-        for (int tick = 0; tick < 10 && rig.view.text("ExecCmd").empty(); ++tick) {
+        for (int tick = 0; tick < 400 && rig.view.text("ExecCmd").empty(); ++tick) {
             rig.clock.advanceMs(1);
             rig.engine.OnIRMonTimer();
         }

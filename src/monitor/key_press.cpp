@@ -1,0 +1,91 @@
+#include "monitor/key_press.h"
+
+#include "core/text.h"
+#include "ir/protocols.h"
+
+#include <array>
+
+namespace quenix {
+
+namespace {
+
+// Frame periods (start to start) of a held key, and what a receiver's delivery may add.
+constexpr std::int64_t kNecPeriodMs = 108;
+constexpr std::int64_t kSonyPeriodMs = 45;
+constexpr std::int64_t kRc5PeriodMs = 114;
+constexpr std::int64_t kOtherPeriodMs = 150;
+constexpr std::int64_t kGapMarginMs = 60;
+
+bool Contains(std::string_view text, std::string_view word) { return text.find(word) != std::string_view::npos; }
+
+} // namespace
+
+KeyPress::Step KeyPress::Frame(const std::string& key, std::string_view frame, std::int64_t nowMs,
+                               std::int64_t holdGapMs) {
+    Step s;
+    if (!key_.empty() && key == key_ && frame == frame_ && nowMs - lastMs_ <= holdGapMs) {
+        repeat_ = repeat_ < 255 ? repeat_ + 1 : repeat_; // lircd's field has two hex digits
+        s.continues = true;
+    } else {
+        key_ = key;
+        frame_ = std::string(frame);
+        firstMs_ = nowMs;
+        repeat_ = 0;
+    }
+    lastMs_ = nowMs;
+    s.repeat = repeat_;
+    s.heldMs = nowMs - firstMs_;
+    return s;
+}
+
+bool KeyPress::Burst(std::int64_t nowMs, std::int64_t holdGapMs, Step& step) {
+    if (key_.empty() || nowMs - lastMs_ > holdGapMs) {
+        key_.clear();
+        return false;
+    }
+    step = Frame(key_, frame_, nowMs, holdGapMs);
+    return true;
+}
+
+std::int64_t HoldGapMs(int protocol) {
+    switch (protocol) {
+    case kProtoNec: return kNecPeriodMs + kGapMarginMs;
+    case kProtoSony: return kSonyPeriodMs + kGapMarginMs;
+    case kProtoRc5: return kRc5PeriodMs + kGapMarginMs;
+    default: return kOtherPeriodMs + kGapMarginMs;
+    }
+}
+
+HeldAction HeldActionOf(std::string_view deviceName, std::string_view commandName) {
+    const std::string device = ToLower(std::string(deviceName));
+    const std::string command = ToLower(Trim(commandName));
+    struct Row {
+        const char* device;
+        std::array<const char*, 4> commands;
+        int periodMs;
+    };
+    // Virtual devices: the commands that repeat, by exact name.
+    static constexpr Row kRows[] = {
+        {"mouse", {"left", "right", "up", "down"}, 0},
+        {"mouse", {"leftup", "rightup", "leftdown", "rightdown"}, 0},
+        {"winamp", {"volup", "voldown", "", ""}, 250},
+        {"winamp", {"ffw", "rew", "", ""}, 200},
+        {"winamp", {"next in pl", "prev in pl", "next 10 in pl", "prev 10 in pl"}, 150},
+        {"ir dimmer", {"dim/bri", "", "", ""}, 300},
+        {"irdimmer", {"dim/bri", "", "", ""}, 300},
+    };
+    for (const Row& r : kRows)
+        if (device == r.device)
+            for (const char* c : r.commands)
+                if (*c && command == c) return {true, r.periodMs};
+    if (device.rfind("x10", 0) == 0) return {command == "dim" || command == "bright", 300};
+    if (device == "mouse" || device == "winamp" || device == "ir dimmer" || device == "irdimmer" ||
+        device == "application" || device == "keyboard" || device == "bt" || device == "bluetooth")
+        return {};
+    // An infrared command passed on: the keys a remote's owner holds, by their usual names.
+    for (const char* word : {"vol", "ch+", "ch-", "+", "-", "up", "down", "left", "right", "bright", "dim", "ffw", "rew"})
+        if (Contains(command, word)) return {true, 100};
+    return {};
+}
+
+} // namespace quenix
