@@ -11,6 +11,9 @@
 #include "session_end.h"
 
 #include <QApplication>
+#include <QThread>
+
+#include <cstdlib>
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
@@ -30,8 +33,16 @@ int main(int argc, char** argv) {
 
     quenix::FrmMain window(ctx, {&port, library.get(), audio.get()});
     dialogs.setParent(&window);
-    ExitWhenSessionEnds(&window, [&window] { window.exitProgram(); });
+    bool running = false;
+    ExitWhenSessionEnds(&window, [&window, &running] {
+        window.exitProgram();
+        // quit() ends the main loop only, and only once it runs: start-up's error box, or any box
+        // waiting for an answer, turns in a loop of its own and would keep the program alive.
+        // The exit's work is done, so the process ends here.
+        if (!running || QThread::currentThread()->loopLevel() > 1) std::_Exit(0);
+    });
     if (!window.startUp()) return 1;
     window.show();
+    running = true;
     return app.exec();
 }

@@ -559,7 +559,8 @@ void FrmMain::wireReceiver(Io io) {
 
 bool FrmMain::startUp() {
     wait_->adjustSize();
-    return main_->StartUp();
+    started_ = main_->StartUp();
+    return started_;
 }
 
 void FrmMain::setCompactLayout(bool compact) {
@@ -583,7 +584,8 @@ void FrmMain::setCompactLayout(bool compact) {
 void FrmMain::exitProgram() {
     if (exiting_) return;
     exiting_ = true;
-    main_->Exit();
+    // A configuration that did not load is the user's to mend: it is not written back.
+    if (started_) main_->Exit();
     tray_->hide();
     wait_->hide();
     hide();

@@ -125,6 +125,7 @@ private:
     QSystemTrayIcon* tray_ = nullptr;
     QActionGroup* interfaceGroup_ = nullptr;
     QSize fullSize_;
+    bool started_ = false;
     bool exiting_ = false;
 };
 
