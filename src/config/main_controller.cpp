@@ -166,15 +166,17 @@ bool MainController::Toggle(const std::string& control) {
         // A check box has already changed its state when the click arrives; a menu item is
         // flipped here. Either way the stored flag decides the new value.
         bool on = !(ctx_.settings().*row.flag);
-        // The mark shows what is on disk: a write that failed leaves the old state, a reload the
-        // other program's.
-        if (ctx_.Written(ctx_.config.SetGeneralKey(row.key, on ? "1" : "0"))) ctx_.settings().*row.flag = on;
+        const bool written = ctx_.config.SetGeneralKey(row.key, on ? "1" : "0");
+        if (written) ctx_.settings().*row.flag = on;
+        // The mark shows what is on disk, already while a box tells why: a write that failed
+        // leaves the old state, a reload the other program's.
         on = ctx_.settings().*row.flag;
         view_.setChecked(control, on);
         if (control == std::string("InfraredInMenu")) {
             view_.setEnabled("InterfaceMenu", on);
             if (hooks_.irInputChanged) hooks_.irInputChanged();
         }
+        ctx_.Written(written);
         return true;
     }
     return false;

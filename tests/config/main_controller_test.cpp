@@ -212,6 +212,9 @@ TEST_F(MainTest, WriteFailuresAreReportedAndNothingClaimsSuccess) {
         {"device delete", [&] { browser.SelectDevice(1), browser.ProtoDelete(); }},
         {"exit", [&] { main->Exit(); }},
     };
+    // A check box has flipped itself when the click arrives: it is back before a box tells why.
+    view.setChecked("BeepCheckbox", true);
+    dialogs.onMessage = [&] { EXPECT_FALSE(view.isChecked("BeepCheckbox")); };
     for (const auto& [what, act] : rows) {
         dialogs.messages.clear();
         dialogs.answers = {MsgAnswer::Yes, MsgAnswer::No};

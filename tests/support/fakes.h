@@ -13,6 +13,7 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <random>
@@ -63,6 +64,7 @@ public:
     MsgAnswer messageBox(const std::string& text, const std::string& caption, MsgIcon icon,
                          MsgButtons buttons) override {
         messages.push_back({text, caption, icon, buttons});
+        if (onMessage) onMessage();
         const MsgAnswer dflt = buttons == MsgButtons::YesNo      ? MsgAnswer::No
                                : buttons == MsgButtons::OkCancel ? MsgAnswer::Cancel
                                                                  : MsgAnswer::Ok;
@@ -89,6 +91,8 @@ public:
     }
 
     std::deque<MsgAnswer> answers;
+    // Looks at the windows while a box is up.
+    std::function<void()> onMessage;
     std::deque<std::optional<std::string>> inputs;
     std::deque<std::optional<std::string>> files;
 
