@@ -15,6 +15,7 @@
 #include "io/serial_port.h"
 #include "ir/codec.h"
 #include "ir/decoder.h"
+#include "core/clock.h"
 #include "monitor/monitor_engine.h"
 #include "serpulse/system_line.h"
 #include "support/fakes.h"
@@ -142,40 +143,101 @@ double Median(std::vector<double> v) {
     return v[v.size() / 2];
 }
 
+// Monitoring a FIFO linked as lirc0 on the real clock, the way the program does.
+struct LiveRig {
+    TempDir folder;
+    std::string config;
+    ConfigStore store{folder.str()};
+    SystemClock clock;
+    FakeDialogs dialogs;
+    FakeBeeper beeper;
+    Context ctx{store, clock, dialogs, beeper};
+    std::unique_ptr<SerialDriver> driver = MakeSystemSerialDriver(folder.str());
+    SerialPort port{*driver};
+    std::unique_ptr<CaptureLibrary> library =
+        MakeCaptureLibrary((std::filesystem::canonical("/proc/self/exe").parent_path() / "../bin").string());
+    FakeView view;
+    std::unique_ptr<MonitorEngine> engine;
+    int writer = -1;
+    std::int64_t actionNs = 0;
+    int actions = 0, lastRepeat = -1;
+    serpulse::SystemTimebase time;
+
+    explicit LiveRig(const std::string& text) : config(text) {
+        const std::string fifo = folder.file("fifo").string();
+        ::mkfifo(fifo.c_str(), 0600);
+        std::filesystem::create_symlink(fifo, folder.file("lirc0"));
+        config.insert(config.find("[End]"), "Set-top Box&Ch+,winamp&NEXT\r\nPhilips Amp&Mute,winamp&STOP\r\n");
+        store.LoadFromText(config);
+        store.settings().irInEna = true;
+        ctx.irPortHandle = port.OpenComPort(kLircPortBase);
+        library->SetHandle(ctx.irPortHandle);
+        ctx.interfaceType = kKernelIr;
+        MonitorEngine::Hooks hooks;
+        hooks.execute = [this](const std::string&, const std::string&) {
+            actionNs = NowNs();
+            ++actions;
+            return std::string("done");
+        };
+        hooks.keyRecognised = [this](const std::string&, int repeat) { lastRepeat = repeat; };
+        engine = std::make_unique<MonitorEngine>(ctx, view, port, *library, hooks);
+        writer = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK);
+    }
+    ~LiveRig() { ::close(writer); }
+
+    // The kernel writes each word once its pulse or space has ended; the engine ticks whenever
+    // the device has words, as the window's notifier does, until giveMs after the signal.
+    void Play(const std::vector<std::uint32_t>& durations, std::int64_t start, int giveMs) {
+        std::thread feeder([&] {
+            std::int64_t at = start;
+            for (std::size_t i = 0; i < durations.size(); ++i) {
+                at += static_cast<std::int64_t>(durations[i]) * 1000;
+                time.waitUntilNs(at - 200'000);
+                while (NowNs() < at) {
+                }
+                const std::uint32_t word = Mode2Word(i % 2 == 0, durations[i]);
+                if (::write(writer, &word, 4) != 4) return;
+            }
+        });
+        std::int64_t end = start;
+        for (std::uint32_t d : durations) end += static_cast<std::int64_t>(d) * 1000;
+        while (NowNs() < end + giveMs * 1'000'000LL) {
+            pollfd p{static_cast<int>(ctx.irPortHandle), POLLIN, 0};
+            if (::poll(&p, 1, 20) > 0) engine->OnIRMonTimer();
+        }
+        feeder.join();
+    }
+};
+
+// A press of frames frames, period us apart (start to start); NEC's are a frame and bursts.
+std::vector<std::uint32_t> Press(const Key& k, int frames, std::uint32_t periodUs) {
+    const std::vector<std::uint32_t> frame = Durations(k);
+    const std::vector<std::uint32_t> burst = {9000, 2250, 560};
+    std::vector<std::uint32_t> out;
+    for (int i = 0; i < frames; ++i) {
+        const std::vector<std::uint32_t>& one = i > 0 && k.cells.rfind("1111111111111111", 0) == 0 ? burst : frame;
+        std::uint32_t length = 0;
+        for (std::uint32_t d : one) length += d;
+        if (!out.empty()) out.push_back(periodUs - length);
+        out.insert(out.end(), one.begin(), one.end());
+    }
+    return out;
+}
+
+Key FirstFrame(Key k) {
+    // The encoder's transmission repeats the frame: keep the first, up to the gap after it.
+    const std::size_t gap = k.cells.find(std::string(30, '0'));
+    if (gap != std::string::npos) k.cells.resize(k.cells.find_last_of('1', gap) + 1);
+    return k;
+}
+
 void Latency(const std::string& text) {
     std::printf("\n2. From the end of the last frame the monitoring path needs to the action (ms, medians)\n");
     std::printf("   (the serial column times every capture that returned, handled or not)\n");
     std::printf("   %-30s %-14s %-10s %-14s %s\n", "signal", "FIFO (kernel)", "handled", "serial (DCD)", "handled");
-    TempDir folder;
-    const std::string fifo = folder.file("fifo").string();
-    ::mkfifo(fifo.c_str(), 0600);
-    std::filesystem::create_symlink(fifo, folder.file("lirc0"));
-    std::string config = text;
-    config.insert(config.find("[End]"), "Set-top Box&Ch+,winamp&NEXT\r\nPhilips Amp&Mute,winamp&STOP\r\n");
-    ConfigStore store(folder.str());
-    FakeClock clock; // the pause after a key costs nothing here
-    FakeDialogs dialogs;
-    FakeBeeper beeper;
-    Context ctx(store, clock, dialogs, beeper);
-    if (!store.LoadFromText(config)) return;
-    store.settings().irInEna = true;
-    auto driver = MakeSystemSerialDriver(folder.str());
-    SerialPort port(*driver);
-    auto library = MakeCaptureLibrary((std::filesystem::canonical("/proc/self/exe").parent_path() / "../bin").string());
-    ctx.irPortHandle = port.OpenComPort(kLircPortBase);
-    library->SetHandle(ctx.irPortHandle);
-    ctx.interfaceType = kKernelIr;
-    FakeView view;
-    std::int64_t actionNs = 0;
-    MonitorEngine::Hooks hooks;
-    hooks.execute = [&](const std::string&, const std::string&) {
-        actionNs = NowNs();
-        return std::string("done");
-    };
-    MonitorEngine engine(ctx, view, port, *library, hooks);
-    const int writer = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK);
-
-    std::vector<Key> keys = ShippedKeys(config);
+    LiveRig rig(text);
+    rig.engine->Start();
+    std::vector<Key> keys = ShippedKeys(rig.config);
     auto key = [&](const std::string& device, const std::string& name) {
         return *std::find_if(keys.begin(), keys.end(),
                              [&](const Key& k) { return k.device == device && k.name == name; });
@@ -187,44 +249,26 @@ void Latency(const std::string& text) {
     rc5.cells = rc5.cells.substr(0, 220);
     const std::pair<const char*, Key> cases[] = {
         {"NEC frame + repeat burst", nec}, {"SONY 12 bit (encoder)", sony}, {"RC5, 2 frames (encoder gap)", rc5}};
-    serpulse::SystemTimebase time;
     constexpr int kTrials = 15;
     for (const auto& [title, k] : cases) {
         const std::vector<std::uint32_t> durations = Durations(k);
         std::vector<double> kernel, serial;
         int kernelHandled = 0, serialHandled = 0;
         for (int trial = 0; trial < kTrials; ++trial) {
-            // The kernel writes each word once its pulse or space has ended.
-            actionNs = 0;
+            rig.actionNs = 0;
             const std::int64_t start = NowNs() + 20'000'000;
-            std::thread feeder([&] {
-                std::int64_t at = start;
-                for (std::size_t i = 0; i < durations.size(); ++i) {
-                    at += static_cast<std::int64_t>(durations[i]) * 1000;
-                    time.waitUntilNs(at - 200'000);
-                    while (NowNs() < at) {
-                    }
-                    const std::uint32_t word = Mode2Word(i % 2 == 0, durations[i]);
-                    if (::write(writer, &word, 4) != 4) return;
-                }
-            });
-            const std::int64_t give = start + 600'000'000;
-            while (actionNs == 0 && NowNs() < give) {
-                pollfd p{static_cast<int>(ctx.irPortHandle), POLLIN, 0};
-                if (::poll(&p, 1, 20) > 0) engine.OnIRMonTimer();
-            }
-            feeder.join();
-            if (actionNs) {
+            rig.Play(durations, start, 300); // the pause also makes the next trial a new press
+            if (rig.actionNs) {
                 ++kernelHandled;
-                kernel.push_back(static_cast<double>(actionNs - LastPulseEnd(k.cells, k.sendpls, start, actionNs)) /
-                                 1e6);
+                kernel.push_back(
+                    static_cast<double>(rig.actionNs - LastPulseEnd(k.cells, k.sendpls, start, rig.actionNs)) / 1e6);
             }
-            Drain(static_cast<int>(ctx.irPortHandle));
+            Drain(static_cast<int>(rig.ctx.irPortHandle));
 
             // The serial path: the capture library's sampler on a line played in real time.
-            const std::int64_t lineStart = time.nowNs() + 2'000'000;
-            bench::PlayedLine line(time, k.cells, k.sendpls, lineStart);
-            serpulse::Sampler sampler(line, time);
+            const std::int64_t lineStart = rig.time.nowNs() + 2'000'000;
+            bench::PlayedLine line(rig.time, k.cells, k.sendpls, lineStart);
+            serpulse::Sampler sampler(line, rig.time);
             std::vector<std::uint8_t> buffer(600, 0);
             serpulse::Sampler::Request r;
             r.buffer = buffer.data();
@@ -232,8 +276,8 @@ void Latency(const std::string& text) {
             r.procDelay = 20;
             r.edgeWaitNs = 100'000'000;
             if (sampler.capture(r)) {
-                const bool handled = LookupKey(config, DecodeMonitorFrame(buffer)) == k.device + "&" + k.name;
-                const std::int64_t done = time.nowNs();
+                const bool handled = LookupKey(rig.config, DecodeMonitorFrame(buffer)) == k.device + "&" + k.name;
+                const std::int64_t done = rig.time.nowNs();
                 serialHandled += handled ? 1 : 0;
                 serial.push_back(static_cast<double>(done - LastPulseEnd(k.cells, k.sendpls, lineStart, done)) / 1e6);
             }
@@ -241,7 +285,41 @@ void Latency(const std::string& text) {
         std::printf("   %-30s %-14.1f %2d/%-7d %-14.1f %2d/%d\n", title, Median(kernel), kernelHandled, kTrials,
                     Median(serial), serialHandled, kTrials);
     }
-    ::close(writer);
+}
+
+void HeldKeys(const std::string& text) {
+    std::printf("\n4. Presses in real time through the FIFO: actions of a key whose event does not repeat, and the\n"
+                "   lircd repeat count of its last frame (a press of n frames counts 0 .. n-1)\n");
+    std::printf("   %-34s %-8s %-9s %s\n", "press", "frames", "actions", "last repeat");
+    std::vector<Key> keys = ShippedKeys(text);
+    auto key = [&](const std::string& device, const std::string& name) {
+        return FirstFrame(*std::find_if(keys.begin(), keys.end(),
+                                        [&](const Key& k) { return k.device == device && k.name == name; }));
+    };
+    struct Row {
+        const char* title;
+        Key key;
+        int frames;
+        std::uint32_t periodUs;
+        bool beforeStart;
+    };
+    const Row rows[] = {
+        {"SONY tapped", key("Sony TV", "Ch+"), 3, 45000, false},
+        {"SONY held", key("Sony TV", "Ch+"), 10, 45000, false},
+        {"NEC held (frame, then bursts)", key("Set-top Box", "Ch+"), 10, 108000, false},
+        {"RC5 held", key("Philips Amp", "Mute"), 10, 114000, false},
+        {"SONY held, all before Start", key("Sony TV", "Ch+"), 10, 45000, true},
+    };
+    for (const Row& row : rows) {
+        LiveRig rig(text);
+        if (!row.beforeStart) rig.engine->Start();
+        rig.Play(Press(row.key, row.frames, row.periodUs), NowNs() + 20'000'000, 300);
+        if (row.beforeStart) {
+            rig.engine->Start();
+            rig.Play({}, NowNs(), 500);
+        }
+        std::printf("   %-34s %-8d %-9d %d\n", row.title, row.frames, rig.actions, rig.lastRepeat);
+    }
 }
 
 // utime + stime of a process, in seconds.
@@ -278,17 +356,23 @@ void IdleCpu(const std::string& text) {
         const char* title;
         int comPort, itype;
         const char* monitor;
+        const char* irIn = "1";
+        bool keys = false; // a NEC key every 100 ms, all along
     };
     const Row rows[] = {{"not monitoring, LIRC0 a FIFO", kLircPortBase, kKernelIr, "0"},
                         {"monitoring LIRC0, a FIFO (waits on it)", kLircPortBase, kKernelIr, "1"},
+                        {"monitoring LIRC0, input off, no keys", kLircPortBase, kKernelIr, "1", "0"},
+                        {"monitoring LIRC0, input off, 10 keys/s", kLircPortBase, kKernelIr, "1", "0", true},
                         {"monitoring COM1, a pty (1 ms poll)", 1, 0, "1"}};
+    const std::vector<Key> keys = ShippedKeys(text);
+    const std::vector<std::uint32_t> nec = Durations(FirstFrame(keys.front()));
     for (const Row& row : rows) {
         TempDir folder;
         for (const auto& f : std::filesystem::directory_iterator(bin))
             if (f.is_regular_file()) std::filesystem::copy_file(f.path(), folder.file(f.path().filename().string()));
         std::string config = WithKey(text, "COMPORT", std::to_string(row.comPort));
         config = WithKey(WithKey(config, "ITYPE", std::to_string(row.itype)), "MONITOR", row.monitor);
-        folder.write("telvorin.cfg", WithKey(config, "IRINENA", "1"));
+        folder.write("telvorin.cfg", WithKey(config, "IRINENA", row.irIn));
         const std::string fifo = folder.file("fifo").string();
         ::mkfifo(fifo.c_str(), 0600);
         std::filesystem::create_symlink(fifo, folder.file("lirc0"));
@@ -311,7 +395,18 @@ void IdleCpu(const std::string& text) {
         std::this_thread::sleep_for(std::chrono::seconds(4)); // start-up
         const double cpu0 = ProcessCpu(pid);
         const long wake0 = Wakeups(pid);
-        std::this_thread::sleep_for(std::chrono::seconds(10));
+        if (row.keys) {
+            const int writer = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK);
+            std::vector<std::uint32_t> words{Mode2Word(false, 100000)};
+            for (std::size_t i = 0; i < nec.size(); ++i) words.push_back(Mode2Word(i % 2 == 0, nec[i]));
+            for (int i = 0; i < 100; ++i) {
+                if (::write(writer, words.data(), words.size() * 4) < 0) break;
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            }
+            ::close(writer);
+        } else {
+            std::this_thread::sleep_for(std::chrono::seconds(10));
+        }
         const double cpu = ProcessCpu(pid) - cpu0;
         const double wakeups = static_cast<double>(Wakeups(pid) - wake0) / 10;
         ::kill(pid, SIGTERM);
@@ -334,5 +429,6 @@ int main(int argc, char** argv) {
     Exactness(text);
     Latency(text);
     IdleCpu(text);
+    HeldKeys(text);
     return 0;
 }

@@ -237,3 +237,23 @@ TEST(MonitorEngine, KeysStillArriveAfterTxDSends) {
 
 } // namespace
 } // namespace quenix::testing
+
+namespace quenix::testing {
+namespace {
+
+// A serial receiver takes one capture per key and pauses: a key whose signal is still there
+// after the pause is the same press held; one that comes later is pressed again.
+TEST(MonitorEngine, ASerialKeyStillThereAfterThePauseIsHeld) {
+    EngineRig rig;
+    rig.com1().inputs = 0; // carrier on the line
+    rig.engine.Start();
+    for (int laterMs : {0, 20, 500}) {
+        rig.clock.advanceMs(laterMs);
+        rig.library.captures.push_back(Capture(rig, "Sony TV", "G000010010000"));
+        rig.engine.OnIRMonTimer();
+    }
+    EXPECT_EQ(rig.executed.size(), 2u);
+}
+
+} // namespace
+} // namespace quenix::testing
