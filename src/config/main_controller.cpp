@@ -45,7 +45,10 @@ void Call(const F& f, A&&... args) {
 
 MainController::MainController(Context& ctx, View& view, View& waitView, BrowserController& browser, Hooks hooks)
     : ctx_(ctx), view_(view), wait_(waitView), browser_(browser), hooks_(std::move(hooks)) {
-    ctx_.onReloaded = [this](const Settings& before) { Imported(ctx_.config.currentDevice, before); };
+    ctx_.onReloaded = [this](const Settings& before) {
+        Imported(ctx_.config.currentDevice, before);
+        view_.setStatus("telvorin.cfg was changed by another program; it has been reloaded.");
+    };
 }
 
 MainController::~MainController() { ctx_.onReloaded = nullptr; }
@@ -158,6 +161,8 @@ void MainController::Imported(const std::string& shownDevice, const Settings& be
         browser_.Refresh();
     else
         browser_.Reselect(shownDevice);
+    // The lists enable Send; monitoring keeps it off.
+    if (ctx_.monitoring) view_.setEnabled("SendButton", false);
 }
 
 bool MainController::Toggle(const std::string& control) {

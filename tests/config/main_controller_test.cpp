@@ -252,10 +252,13 @@ TEST_F(MainTest, AFileAnotherProgramChangedIsNeitherOverwrittenNorLostSilently) 
         {"reload of a broken file", "half written", MsgAnswer::No, "half written", false, false},
     };
     ASSERT_TRUE(Start());
+    ctx.monitoring = true; // which keeps Send off through a reload
+    view.setEnabled("SendButton", false);
     for (const Row& r : rows) {
         ASSERT_TRUE(Load(mine));
         main->ShowSettings();
         Write(r.onDisk);
+        view.setStatus("");
         dialogs.messages.clear();
         if (r.answer) dialogs.answers = {*r.answer};
         main->Toggle("BeepCheckbox");
@@ -264,6 +267,10 @@ TEST_F(MainTest, AFileAnotherProgramChangedIsNeitherOverwrittenNorLostSilently) 
         EXPECT_EQ(store.text(), r.onDisk == "half written" ? mine : r.expectDisk) << r.what;
         EXPECT_EQ(view.isChecked("BeepCheckbox"), r.beep) << r.what;
         EXPECT_EQ(view.isChecked("MouseMenu"), r.mouse) << r.what;
+        EXPECT_EQ(view.text("StatusBar") == "telvorin.cfg was changed by another program; it has been reloaded.",
+                  r.mouse) // the other program's file was taken
+            << r.what;
+        EXPECT_FALSE(view.isEnabled("SendButton")) << r.what;
     }
     EXPECT_NE(dialogs.texts().back().find("changed by another program and cannot be loaded"), std::string::npos);
 }
