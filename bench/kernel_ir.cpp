@@ -202,6 +202,10 @@ struct LiveRig {
         std::int64_t end = start;
         for (std::uint32_t d : durations) end += static_cast<std::int64_t>(d) * 1000;
         while (NowNs() < end + giveMs * 1'000'000LL) {
+            if (!ctx.monitoring) { // the window's timer and notifier run only while monitoring
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                continue;
+            }
             pollfd p{static_cast<int>(ctx.irPortHandle), POLLIN, 0};
             if (::poll(&p, 1, 20) > 0) engine->OnIRMonTimer();
         }

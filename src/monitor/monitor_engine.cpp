@@ -146,6 +146,7 @@ void MonitorEngine::Start() {
     // Keys pressed while nobody listened are not this session's.
     if (irTicks) library_.Discard();
     press_.Reset();
+    irPort_.Started();
     if (irTicks) view_.setTimerEnabled("IRMonTimer", true);
     if (BtInput()) view_.setTimerEnabled("BTAutoTimer", true);
     if (view_.text("StatusBar").empty()) view_.setStatus("Monitoring started OK.");
@@ -267,6 +268,7 @@ void MonitorEngine::OnIRMonTimer() {
     // A serial capture is one key; a held key's next frame begins within its period of the
     // pause after it, which the capture starts with.
     const std::string key = LookupKey(ctx_.config.text(), f);
+    Call(hooks_.frameDecoded, f, key);
     Received(key, press_.Frame(key, f.frame, frameByFrame ? now : started, HoldGapMs(f.protocol)));
     if (!frameByFrame) {
         ctx_.clock.sleep(kKeyPauseMs);

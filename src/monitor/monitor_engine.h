@@ -9,6 +9,7 @@
 #include "core/view.h"
 #include "io/capture_library.h"
 #include "io/serial_port.h"
+#include "ir/decoder.h"
 #include "monitor/ir_port_watch.h"
 #include "monitor/key_press.h"
 
@@ -43,6 +44,9 @@ public:
         // phone, before its actions run, and every further frame of a held key with its repeat
         // count (0 for the press itself): listeners such as the lircd socket see them.
         std::function<void(const std::string& key, int repeat)> keyRecognised;
+        // Every frame the infrared tick decoded, known ("device&command") or "UNKNOWN", before
+        // the key is handled; the capture it came from is still in the context's buffer.
+        std::function<void(const DecodedFrame& frame, const std::string& key)> frameDecoded;
     };
 
     MonitorEngine(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library, Hooks hooks = {});
