@@ -2,7 +2,7 @@
 #include "config/config_store.h"
 #include "config/context.h"
 #include "core/clock.h"
-#include "core/program_folder.h"
+#include "core/settings_place.h"
 #include "io/capture_library.h"
 #include "io/serial_port.h"
 #include "ui/frm_main.h"
@@ -21,15 +21,18 @@ int main(int argc, char** argv) {
     // The window hides in the notification area; only the exit ends the program.
     app.setQuitOnLastWindowClosed(false);
 
-    quenix::ConfigStore store(quenix::ProgramFolder());
+    const quenix::ProgramPlaces places = quenix::FindProgramPlaces();
+    // A failed copy shows as the load's own error box.
+    quenix::PrepareSettingsFolder(places);
+    quenix::ConfigStore store(places.data, places.settings);
     quenix::SystemClock clock;
     quenix::QtDialogs dialogs;
     std::unique_ptr<quenix::AudioOutput> audio = quenix::MakeSystemAudio();
     quenix::Context ctx(store, clock, dialogs, *audio);
 
-    std::unique_ptr<quenix::SerialDriver> driver = quenix::MakeSystemSerialDriver(store.folder());
+    std::unique_ptr<quenix::SerialDriver> driver = quenix::MakeSystemSerialDriver(places.settings);
     quenix::SerialPort port(*driver);
-    std::unique_ptr<quenix::CaptureLibrary> library = quenix::MakeCaptureLibrary(store.folder());
+    std::unique_ptr<quenix::CaptureLibrary> library = quenix::MakeCaptureLibrary(places.library);
 
     quenix::FrmMain window(ctx, {&port, library.get(), audio.get()});
     dialogs.setParent(&window);

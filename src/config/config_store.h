@@ -14,12 +14,14 @@ namespace quenix {
 // system reads and changes it. Every change is a splice of the text; saving writes it whole.
 class ConfigStore {
 public:
-    // folder: the program folder that holds telvorin.cfg.
-    explicit ConfigStore(std::string folder = ".");
+    // folder: the program folder (help, icons, programs started by a relative name);
+    // settingsFolder: where telvorin.cfg lives, the program folder when empty.
+    explicit ConfigStore(std::string folder = ".", std::string settingsFolder = {});
 
     static constexpr const char* kFileName = "telvorin.cfg";
 
     const std::string& folder() const { return folder_; }
+    const std::string& settingsFolder() const { return settingsFolder_.empty() ? folder_ : settingsFolder_; }
     std::string path() const;
 
     // Reads the file and the [General] keys in their fixed order. False when the file cannot
@@ -90,6 +92,7 @@ private:
     Settings settingsBeforeReload_;
 
     std::string folder_;
+    std::string settingsFolder_;
     std::string text_;
     std::string importText_;
     std::string version_;

@@ -191,7 +191,8 @@ void MainController::About() {
     ctx_.dialogs.messageBox("Quenix Remote Manager v" + ctx_.config.version() +
                                 "\n\nInfrared remote-control manager: learn, send and monitor remote keys."
                                 "\n\nWeb: " +
-                                std::string(kWebPage) + "\nMail: " + kSupportMail,
+                                std::string(kWebPage) + "\nMail: " + kSupportMail + "\n\nSettings: " +
+                                ctx_.config.path(),
                             "ZVK", MsgIcon::Information, MsgButtons::Ok);
 }
 

@@ -174,6 +174,13 @@ TEST_F(MainTest, CompactWindowSwitchesTitles) {
     EXPECT_EQ(view.text("frmMain"), "Orvel's Quenix Remote Manager v" + store.version());
 }
 
+TEST_F(MainTest, AboutEndsWithTheSettingsFile) {
+    main = std::make_unique<MainController>(ctx, view, wait, browser, hooks);
+    main->About();
+    ASSERT_EQ(dialogs.messages.size(), 1u);
+    EXPECT_TRUE(dialogs.messages[0].text.ends_with("\n\nSettings: " + dir.str() + "/telvorin.cfg"));
+}
+
 TEST_F(MainTest, ExitClosesPortsHandsNullHandleAndSaves) {
     ASSERT_TRUE(Start());
     log.clear();

@@ -1,0 +1,51 @@
+#include "config/config_store.h"
+#include "core/settings_place.h"
+
+#include "support/fakes.h"
+
+#include <gtest/gtest.h>
+
+namespace quenix {
+namespace {
+
+using testing::TempDir;
+
+TEST(SettingsPlace, ProgramFolderOnlyWhenItIsAWritableFolderOfItsOwn) {
+    struct Row {
+        bool installed, writable;
+        std::string xdg, home, expected;
+    } rows[] = {
+        {false, true, "/x", "/home/u", "/opt/q"},                 // build folder, portable copy
+        {false, false, "", "/home/u", "/home/u/.config/quenix"},  // read-only copy, XDG unset
+        {false, false, "/x/cfg", "/home/u", "/x/cfg/quenix"},     // XDG set
+        {false, false, "cfg", "/home/u", "/home/u/.config/quenix"}, // relative XDG is ignored
+        {true, true, "", "/root", "/root/.config/quenix"},        // installed, run by root
+        {true, false, "/x", "/home/u", "/x/quenix"},
+        {true, false, "", "", "/opt/q"},                          // nowhere else to go
+    };
+    for (const Row& r : rows) {
+        EXPECT_EQ(SettingsFolder({"/opt/q", r.installed, r.writable, r.xdg, r.home}), r.expected)
+            << r.installed << r.writable << " xdg=" << r.xdg << " home=" << r.home;
+    }
+}
+
+TEST(SettingsPlace, FirstStartCopiesTheShippedFileAndLaterStartsKeepTheUsers) {
+    TempDir dir;
+    dir.write("telvorin.cfg", "shipped");
+    const std::string user = (dir.path() / "home" / ".config" / "quenix").string();
+    const ProgramPlaces places{dir.str(), dir.str(), dir.str(), user};
+    EXPECT_EQ(PrepareSettingsFolder(places), "");
+    EXPECT_EQ(TempDir::ReadFile(user + "/telvorin.cfg"), "shipped");
+    EXPECT_EQ(ConfigStore(places.data, places.settings).path(), user + "/telvorin.cfg");
+
+    std::ofstream(user + "/telvorin.cfg", std::ios::trunc) << "mine";
+    EXPECT_EQ(PrepareSettingsFolder(places), "");
+    EXPECT_EQ(TempDir::ReadFile(user + "/telvorin.cfg"), "mine");
+
+    dir.write("blocker", "");
+    const std::string blocked = PrepareSettingsFolder({dir.str(), dir.str(), dir.str(), dir.str() + "/blocker/q"});
+    EXPECT_EQ(blocked.rfind("Cannot create " + dir.str() + "/blocker/q/telvorin.cfg: ", 0), 0u) << blocked;
+}
+
+} // namespace
+} // namespace quenix
