@@ -2,6 +2,7 @@
 
 #include "core/text.h"
 
+#include <algorithm>
 #include <array>
 
 namespace quenix {
@@ -32,6 +33,13 @@ const InterfaceRow* RowOf(int type) {
     return nullptr;
 }
 
+std::string KernelDeviceCaption(int number, bool open, CaptureLibrary& library) {
+    const char* role = !open               ? " (not open)"
+                       : library.CanSend() ? " (receiver and transmitter)"
+                                           : " (receiver only)";
+    return ComDeviceName(number) + role;
+}
+
 } // namespace
 
 const char* InterfaceName(int type) {
@@ -43,6 +51,21 @@ const char* InterfaceName(int type) {
 const char* InterfaceMenu(int type) {
     const InterfaceRow* r = RowOf(type);
     return r ? r->menu : "";
+}
+
+void ShowPortOpened(View& view, CaptureLibrary& library, int number) {
+    std::vector<std::string> items = view.items("ComList");
+    const std::string name = ComDeviceName(number);
+    auto at = std::find(items.begin(), items.end(), name);
+    if (at == items.end()) {
+        // Numbers run COM1 to COM30, then LIRC0 to LIRC9, as the list does.
+        at = std::find_if(items.begin(), items.end(), [&](const std::string& i) { return ComPortNumber(i) > number; });
+        at = items.insert(at, name);
+        view.setItems("ComList", items);
+    }
+    view.setCurrentIndex("ComList", static_cast<int>(at - items.begin()));
+    view.setColor("ComList", View::ColorRole::Foreground, kGreen);
+    if (IsLircPort(number)) view.setText("ReceiverType", KernelDeviceCaption(number, true, library));
 }
 
 ReceiverController::ReceiverController(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library)
@@ -61,11 +84,7 @@ void ReceiverController::setFirmControlsVisible(bool visible) {
 
 void ReceiverController::selectKernelDevice() {
     ctx_.interfaceType = kKernelIr;
-    const std::string name = ComDeviceName(ctx_.settings().comPort);
-    const char* role = handle() == kNoPort  ? " (not open)"
-                       : library_.CanSend() ? " (receiver and transmitter)"
-                                            : " (receiver only)";
-    view_.setText("ReceiverType", name + role);
+    view_.setText("ReceiverType", KernelDeviceCaption(ctx_.settings().comPort, handle() != kNoPort, library_));
     for (const auto& r : kInterfaces) view_.setChecked(r.menu, false);
     setFirmControlsVisible(false);
     // Its carrier is the kernel's: the serial transmitter modes do not apply.

@@ -29,6 +29,10 @@ enum InterfaceType : int {
 const char* InterfaceName(int type);
 const char* InterfaceMenu(int type);
 
+// A port that opened after the list was filled (a receiver plugged in while monitoring waited for
+// it): listed in its place, chosen and green, and a kernel device named with what it can do.
+void ShowPortOpened(View& view, CaptureLibrary& library, int number);
+
 class ReceiverController {
 public:
     ReceiverController(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library);
