@@ -302,9 +302,13 @@ void ImportExport::FileImport() {
             ctx_.dialogs.message("This is not a valid configuration file!");
             return;
         }
-        if (!notes.empty()) ctx_.dialogs.message(notes);
         ctx_.config.importText() = *converted;
         foreign_ = true;
+        if (Rows(Mode::Import).empty()) {
+            ctx_.dialogs.message("Nothing in this file can be imported." + kCrLf + notes);
+            return;
+        }
+        if (!notes.empty()) ctx_.dialogs.message("Notes on the remotes of this file:" + kCrLf + notes);
     }
     if (auto sections = Choose(Mode::Import)) Import(*sections);
 }

@@ -1,16 +1,20 @@
 #include "ui/qt_dialogs.h"
 
+#include <QAbstractButton>
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QFileSystemModel>
+#include <QGuiApplication>
 #include <QHash>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QSortFilterProxyModel>
 #include <QStringDecoder>
 #include <QStringList>
+#include <QTextEdit>
 
 namespace quenix {
 namespace {
@@ -24,6 +28,27 @@ QString Shown(const std::string& s) {
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString text = utf8(QByteArray::fromStdString(s));
     return utf8.hasError() ? Q(s) : text;
+}
+
+// A text taller than half the screen (notes on every remote of a large lircd.conf) would push
+// the buttons off a small one: its first line stays in the box, the rest goes to the details,
+// which are shown at once and scroll.
+void FitToScreen(QMessageBox& box, const QString& text, const QWidget* parent) {
+    const QScreen* screen = parent ? parent->screen() : QGuiApplication::primaryScreen();
+    const int room = screen ? screen->availableGeometry().height() / 2 : 300;
+    const QRect needed = box.fontMetrics().boundingRect(QRect(0, 0, 500, 1 << 20), Qt::TextWordWrap, text);
+    if (needed.height() <= room) return;
+    qsizetype cut = text.indexOf('\n');
+    if (cut < 0) cut = qMin<qsizetype>(text.size(), 200);
+    box.setText(text.left(cut).trimmed());
+    box.setDetailedText(text.mid(cut).trimmed());
+    for (QAbstractButton* b : box.buttons())
+        if (box.buttonRole(b) == QMessageBox::ActionRole) b->click(); // "Show Details..."
+    // Wide and tall enough to read a few notes at once, still within the room.
+    if (auto* details = box.findChild<QTextEdit*>()) {
+        details->setMinimumWidth(box.fontMetrics().averageCharWidth() * 64);
+        details->setFixedHeight(qMin(room, box.fontMetrics().lineSpacing() * 14));
+    }
 }
 
 // File names go to the C++ runtime as the system spells them, not as Latin-1.
@@ -108,6 +133,7 @@ MsgAnswer QtDialogs::messageBox(const std::string& text, const std::string& capt
     if (buttons == MsgButtons::YesNo) qbuttons = QMessageBox::Yes | QMessageBox::No;
     QMessageBox box(qicon, Q(caption), Shown(text), qbuttons, parent_);
     box.setObjectName("MessageBox");
+    FitToScreen(box, Shown(text), parent_);
     switch (box.exec()) {
     case QMessageBox::Ok: return MsgAnswer::Ok;
     case QMessageBox::Yes: return MsgAnswer::Yes;

@@ -120,11 +120,19 @@ TEST(LircImport, FileImportTakesALircdConf) {
     ASSERT_EQ(shown.size(), 1u);
     EXPECT_EQ(shown[0].section, "[tv_]");
     EXPECT_EQ(shown[0].description, " LIRC remote tv");
-    EXPECT_EQ(rig.dialogs.texts().front(),
-              "The remote usb cannot be imported: no timings: the receiver decodes the codes itself.\r\n");
+    const std::string usb = "The remote usb cannot be imported: no timings: the receiver decodes the codes itself.\r\n";
+    EXPECT_EQ(rig.dialogs.texts().front(), "Notes on the remotes of this file:\r\n" + usb);
     const std::string& text = rig.store.text();
     EXPECT_LT(text.find("[tv_]\r\n# LIRC remote tv\r\nGPROTO=0\r\n"), text.find("[X10]"));
     EXPECT_NE(text.find("G00100000110111110010000011011111,KEY_MUTE\r\n"), std::string::npos);
+
+    // No remote that maps: said so, and no empty list to choose from.
+    rig.dir.write("lircd.conf", Remote("usb", "  bits 32\n  one 0 0\n  zero 0 0", "KEY_1 0x1"));
+    rig.dialogs.files.push_back(rig.dir.file("lircd.conf").string());
+    shown.clear();
+    io.FileImport();
+    EXPECT_TRUE(shown.empty());
+    EXPECT_EQ(rig.dialogs.texts().back(), "Nothing in this file can be imported.\r\n" + usb);
 }
 
 } // namespace

@@ -66,6 +66,27 @@ TEST(Dialogs, ExportAndImportThroughTheRealWindows) {
                                         StartsWith("The following devices has been imported successfully:")));
 }
 
+// The notes on the 44 remotes of one lircd.conf fit the screen: the first line in the box, the
+// rest in details that scroll; a short text stays whole.
+TEST(Dialogs, ALongMessageFitsTheScreen) {
+    std::string notes = "Notes on the remotes of this file:";
+    for (int i = 0; i < 44; ++i) notes += "\r\nThe remote atiusb_" + std::to_string(i) + " cannot be imported: no timings.";
+    QtDialogs dialogs;
+    QString details;
+    int height = 0;
+    Modals user({[&](QDialog& d) {
+                     details = qobject_cast<QMessageBox*>(&d)->detailedText();
+                     height = d.frameGeometry().height();
+                     d.accept();
+                 },
+                 Press(QMessageBox::Ok)});
+    dialogs.message(notes);
+    dialogs.message("Short\r\ntext");
+    EXPECT_THAT(user.texts, ElementsAre("Notes on the remotes of this file:", "Short\r\ntext"));
+    EXPECT_TRUE(height > 100 && height <= QGuiApplication::primaryScreen()->availableGeometry().height()) << height;
+    EXPECT_TRUE(details.startsWith("The remote atiusb_0 ") && details.endsWith("atiusb_43 cannot be imported: no timings."));
+}
+
 // Each filter lists its patterns; programs without an extension count as executables.
 TEST(Dialogs, FileFiltersListWhatTheyName) {
     TempDir dir;
