@@ -103,6 +103,9 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     setStatusBar(status);
     // The compact window can cut a long message; its tooltip keeps the whole text.
     connect(status, &QStatusBar::messageChanged, status, [status](const QString& m) { status->setToolTip(m); });
+    // What holds for the whole run (a lircd socket another program serves) stays beside the
+    // passing messages.
+    status->addPermanentWidget(Named(new QLabel(status), "StatusNote"));
 
     buildTray();
     buildTimers();
@@ -559,6 +562,10 @@ void FrmMain::wireReceiver(Io io) {
 
 bool FrmMain::startUp() {
     wait_->adjustSize();
+    // What the window said while it was wired would vanish under start-up's texts: it is a lasting
+    // state, and moves beside them.
+    const std::string told = view_.text("StatusBar");
+    if (!told.empty()) view_.setText("StatusNote", told);
     started_ = main_->StartUp();
     return started_;
 }

@@ -39,5 +39,23 @@ TEST(LircdWindow, AKeyRecognisedWhileMonitoringReachesIrw) {
     irw.waitForFinished();
 }
 
+// A second instance on the same socket path leaves the first one's socket alone and says so
+// where start-up's own texts do not wipe it out.
+TEST(LircdWindow, ASecondWindowOnTheSameSocketSaysSoPastStartUp) {
+    TempDir sockets;
+    const std::string path = sockets.str() + "/lircd";
+    setenv("QUENIX_LIRCD_SOCKET", path.c_str(), 1);
+    SimClock clock;
+    SimSerialDriver driver{clock};
+    SerialPort port{driver};
+    FakeCaptureLibrary library;
+    WindowRig first(nullptr, {&port, &library}), second(nullptr, {&port, &library});
+    unsetenv("QUENIX_LIRCD_SOCKET");
+    ASSERT_TRUE(second.window->startUp());
+    EXPECT_EQ(second.window->view().text("StatusBar"), "Application started successfully.");
+    const std::string note = second.window->view().text("StatusNote");
+    EXPECT_TRUE(note.rfind("lircd socket: ", 0) == 0 && note.find(path) != std::string::npos) << note;
+}
+
 } // namespace
 } // namespace quenix::testing
