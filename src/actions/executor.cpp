@@ -98,6 +98,7 @@ std::string CommandExecutor::ExecuteCommand() {
     lastCells_.clear();
     lastPulseLength_ = 0;
     lastBitCount_ = 0;
+    lastOk_ = false;
 
     // The TxD carrier needs its line settings back whatever ran on the port since.
     if (ctx_.txdOutput == 1) serial_.ConfigureComPort(kTxdBaud, kTxdDataBits, ctx_.irPortHandle);
@@ -109,17 +110,18 @@ std::string CommandExecutor::ExecuteCommand() {
         const int dim = view_.currentIndex("DIMScroll");
         if (lower == "x10") {
             NoteX10Command(command);
-            return backends_.x10(x10Unit_, X10FunctionName(x10Function_), x10Function_, dim);
+            return Backend(backends_.x10(x10Unit_, X10FunctionName(x10Function_), x10Function_, dim));
         }
         // Monitored outputs name the unit in the device: "X10&lamp" (or "X10-lamp").
         const int function = X10FunctionIndex(command);
-        return backends_.x10(device.size() > 4 ? device.substr(4) : std::string(), command,
-                             function < 0 ? kX10On : function, dim);
+        return Backend(backends_.x10(device.size() > 4 ? device.substr(4) : std::string(), command,
+                                     function < 0 ? kX10On : function, dim));
     }
-    if (lower == "mouse" && s.mouseEna && backends_.mouse) return backends_.mouse(command);
-    if (lower == "keyboard" && s.keyboardEna) return backends_.keyboard ? backends_.keyboard(command) : std::string();
-    if (lower == "application" && s.applicationEna && backends_.application) return backends_.application(command);
-    if (lower == "winamp" && s.winampEna && backends_.winamp) return backends_.winamp(command);
+    if (lower == "mouse" && s.mouseEna && backends_.mouse) return Backend(backends_.mouse(command));
+    if (lower == "keyboard" && s.keyboardEna) return Backend(backends_.keyboard ? backends_.keyboard(command) : "");
+    if (lower == "application" && s.applicationEna && backends_.application)
+        return Backend(backends_.application(command));
+    if (lower == "winamp" && s.winampEna && backends_.winamp) return Backend(backends_.winamp(command));
 
     if (!s.irOutEna) return kIrOutputDisabled;
     try {
@@ -163,6 +165,7 @@ std::string CommandExecutor::Infrared(const std::string& device, const std::stri
     lastCells_ = cells;
     lastPulseLength_ = header.sendpls;
     lastBitCount_ = static_cast<int>(code.size() - 1);
+    lastOk_ = true;
     return device + " " + command + " executed.";
 }
 
@@ -181,7 +184,13 @@ std::string CommandExecutor::Dimmer(const std::string& command) {
     ctx_.clock.sleep(pauseMs);
     if (!burst(secondBurst)) return SendError();
     ctx_.beepIfOn(2000, 50);
+    lastOk_ = true;
     return kDimmerDone;
+}
+
+std::string CommandExecutor::Backend(std::string result) {
+    lastOk_ = !result.empty() && result.back() != '!';
+    return result;
 }
 
 std::string CommandExecutor::SendError() const {

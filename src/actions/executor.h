@@ -54,6 +54,9 @@ public:
     std::string ExecuteCommand();
     // Makes device and command current, then runs them.
     std::string Execute(const std::string& device, const std::string& command);
+    // Whether the last run did what it was asked; callers that answer others (the lircd socket)
+    // must not read it from the text.
+    bool lastOk() const { return lastOk_; }
 
     // The main window's "X10" device lists functions and units in one list: a function word
     // picks the function, any other command the unit, and each keeps the other's last pick.
@@ -70,6 +73,8 @@ public:
 private:
     std::string Infrared(const std::string& device, const std::string& command);
     std::string Dimmer(const std::string& command);
+    // A backend's text, which fails empty or ending in "!".
+    std::string Backend(std::string result);
     // False when the library could not be called.
     bool Send(const std::string& cells, int pulseLength);
     // The send error with the library's own words for what went wrong.
@@ -83,6 +88,7 @@ private:
     std::string lastCells_;
     int lastPulseLength_ = 0;
     int lastBitCount_ = 0;
+    bool lastOk_ = false;
     std::string x10Unit_;
     int x10Function_ = kX10On;
 };

@@ -33,6 +33,9 @@ std::uint64_t CodeValue(std::string_view bits) {
     return v;
 }
 
+// What a queued line holds in memory: a flood of short lines costs more than its bytes.
+std::size_t Cost(const std::string& line) { return sizeof line + line.size(); }
+
 std::string Block(std::string_view command, bool ok, const std::vector<std::string>& data) {
     std::string t = "BEGIN\n" + std::string(command) + "\n" + (ok ? "SUCCESS\n" : "ERROR\n");
     if (!data.empty()) {
@@ -95,11 +98,6 @@ std::vector<LircdRemote> RemotesOfConfiguration(std::string_view text) {
     return out;
 }
 
-bool IsFailedResult(std::string_view result) {
-    return result.empty() || result.back() == '!' || result == "Please use only 1's and 0's for the code." ||
-           result == "You must first manually define a new device if UNKNOWN.";
-}
-
 LircdServer::LircdServer(Backend backend, std::string version)
     : backend_(std::move(backend)), version_(std::move(version)) {}
 
@@ -107,29 +105,38 @@ void LircdServer::Connect(int client) { clients_[client] = Client{}; }
 void LircdServer::Disconnect(int client) { clients_.erase(client); }
 
 void LircdServer::Queue(Client& c, const std::string& text) {
-    if (c.dropped) return;
+    if (c.dropped || text.empty()) return;
     if (c.out.size() + text.size() > kMaxPending) {
-        c.dropped = true;
-        c.out.clear();
+        Drop(c);
         return;
     }
     c.out += text;
 }
 
+void LircdServer::Drop(Client& c) {
+    c.dropped = true;
+    c.out.clear();
+    c.lines.clear();
+    c.sending = {};
+}
+
 void LircdServer::Receive(int client, std::string_view bytes) {
-    // The devices are read once for all the lines of one read, so that a flood costs little.
-    std::vector<LircdRemote> remotes;
-    bool fetched = false;
+    auto found = clients_.find(client);
+    if (found == clients_.end()) return;
+    Client& c = found->second;
+    auto enqueue = [&c](std::string line) {
+        c.queuedBytes += Cost(line);
+        if (c.queuedBytes > kMaxPending) return Drop(c);
+        c.lines.push_back(std::move(line));
+    };
     for (char ch : bytes) {
-        auto found = clients_.find(client); // a send may have run the event loop; look again
-        if (found == clients_.end() || found->second.dropped) return;
-        Client& c = found->second;
+        if (c.dropped) return;
         if (ch != '\n') {
             if (c.skipping) continue;
             if (c.in.size() >= kMaxLine) {
                 c.in.clear();
                 c.skipping = true;
-                Queue(c, Block("", false, {"line too long"}));
+                enqueue({}); // stands for the long line, so that the replies keep their order
                 continue;
             }
             c.in += ch;
@@ -142,21 +149,65 @@ void LircdServer::Receive(int client, std::string_view bytes) {
             continue;
         }
         if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (Words(line).empty()) continue;
-        std::string reply = Answer(line, remotes, fetched);
-        if (reply.find("\nSEND_ONCE") != std::string::npos) fetched = false; // a send may change the devices
-        auto again = clients_.find(client);
-        if (again != clients_.end()) Queue(again->second, reply);
+        if (!Words(line).empty()) enqueue(std::move(line));
     }
 }
 
-std::string LircdServer::Answer(std::string_view line) {
-    std::vector<LircdRemote> remotes;
-    bool fetched = false;
-    return Answer(line, remotes, fetched);
+bool LircdServer::Reading(int client) const {
+    auto it = clients_.find(client);
+    return it != clients_.end() && !it->second.dropped && it->second.lines.size() < kMaxQueued;
 }
 
-std::string LircdServer::Answer(std::string_view line, std::vector<LircdRemote>& remotes, bool& fetched) {
+bool LircdServer::Client::Waiting() const { return !dropped && (sending.left > 0 || !lines.empty()); }
+
+bool LircdServer::HasWork(int client) const {
+    auto it = clients_.find(client);
+    return it != clients_.end() && it->second.Waiting();
+}
+
+bool LircdServer::HasWork() const {
+    return std::any_of(clients_.begin(), clients_.end(), [](const auto& c) { return c.second.Waiting(); });
+}
+
+bool LircdServer::RunOne() {
+    if (running_) return false;
+    // From the client after the one served last, so that a flood cannot starve the others.
+    auto it = clients_.upper_bound(lastServed_);
+    std::size_t looked = 0;
+    for (; looked < clients_.size(); ++looked, ++it) {
+        if (it == clients_.end()) it = clients_.begin();
+        if (it->second.Waiting()) break;
+    }
+    if (looked == clients_.size()) return false;
+    const int id = lastServed_ = it->first;
+    Client& c = it->second;
+    running_ = true;
+    if (c.sending.left == 0) {
+        const std::string line = std::move(c.lines.front());
+        c.lines.pop_front();
+        c.queuedBytes -= Cost(line);
+        Queue(c, line.empty() ? Block("", false, {"line too long"}) : Answer(line, c.sending));
+    }
+    if (c.sending.left > 0) SendStep(id);
+    running_ = false;
+    return true;
+}
+
+void LircdServer::SendStep(int client) {
+    const Sending s = clients_.at(client).sending; // the send may end the client (or change the devices)
+    const SendResult r = backend_.send ? backend_.send(s.device, s.key) : SendResult{false, "sending is not available"};
+    auto it = clients_.find(client);
+    if (it == clients_.end() || it->second.dropped) return;
+    Client& c = it->second;
+    if (!r.ok) {
+        c.sending = {};
+        Queue(c, Block(s.command, false, {r.text.empty() ? "nothing was sent" : r.text}));
+    } else if (--c.sending.left == 0) {
+        Queue(c, Block(s.command, true, {r.text}));
+    }
+}
+
+std::string LircdServer::Answer(std::string_view line, Sending& sending) {
     std::vector<std::string> w = Words(line);
     // Clients match the reply by the command exactly as they sent it.
     std::string command(line);
@@ -166,10 +217,8 @@ std::string LircdServer::Answer(std::string_view line, std::vector<LircdRemote>&
     std::string verb = w.empty() ? "" : w[0];
     for (char& c : verb) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     auto error = [&](const std::string& why) { return Block(command, false, {why}); };
-    if (!fetched && (verb == "LIST" || verb == "SEND_ONCE")) {
-        remotes = backend_.remotes ? backend_.remotes() : std::vector<LircdRemote>{};
-        fetched = true;
-    }
+    std::vector<LircdRemote> remotes;
+    if ((verb == "LIST" || verb == "SEND_ONCE") && backend_.remotes) remotes = backend_.remotes();
 
     if (verb == "VERSION") {
         if (w.size() != 1) return error("bad send packet");
@@ -204,14 +253,8 @@ std::string LircdServer::Answer(std::string_view line, std::vector<LircdRemote>&
         if (!r) return error("unknown remote: \"" + w[1] + "\"");
         const LircdKey* k = FindKey(*r, w[2]);
         if (!k) return error("unknown command: \"" + w[2] + "\"");
-        if (!backend_.send) return error("sending is not available");
-        const std::string device = r->name, key = k->name; // the send may change the configuration
-        std::string result;
-        for (int i = 0; i < count; ++i) {
-            result = backend_.send(device, key);
-            if (IsFailedResult(result)) return error(result.empty() ? "nothing was sent" : result);
-        }
-        return Block(command, true, {result});
+        sending = {command, r->name, k->name, count};
+        return {};
     }
     if (verb == "SEND_START" || verb == "SEND_STOP")
         return error("this transmitter sends whole key presses: use SEND_ONCE remote key [count]");

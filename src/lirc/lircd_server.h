@@ -4,8 +4,13 @@
 // key lines queue up per client for the wiring to write. Key lines are lircd's
 // "<16 hex code> <2 hex repeat> <key> <remote>"; commands are VERSION, LIST, SEND_ONCE and
 // the others lircd answers, in BEGIN ... END blocks.
+//
+// A send blocks the window, so commands do not run as they arrive: each client's lines wait in
+// its queue and RunOne runs one step (one command, or one send of a SEND_ONCE with a count) for
+// one client, taking the clients in turn. The wiring calls it once per event-loop turn.
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <string>
@@ -32,23 +37,37 @@ std::string LircdName(std::string_view name);
 
 class LircdServer {
 public:
+    struct SendResult {
+        bool ok = false;
+        std::string text;
+    };
     struct Backend {
         std::function<std::vector<LircdRemote>()> remotes;
-        // Runs the command once through the executor; its result text.
-        std::function<std::string(const std::string& device, const std::string& command)> send;
+        // Runs the command once through the executor: whether it was sent, and its result text.
+        std::function<SendResult(const std::string& device, const std::string& command)> send;
     };
 
     static constexpr std::size_t kMaxLine = 1024;          // longer lines are refused
     static constexpr std::size_t kMaxPending = 256 * 1024; // a client that reads nothing is dropped
-    static constexpr int kMaxSendCount = 10;               // each send blocks the window
+    static constexpr std::size_t kMaxQueued = 16;          // command lines before Reading says stop
+    static constexpr int kMaxSendCount = 10;
     static constexpr int kRepeatWindowMs = 750;            // a key again within this is a repeat
 
     LircdServer(Backend backend, std::string version);
 
     void Connect(int client);
     void Disconnect(int client);
-    // Bytes from a client: every complete line is answered into its pending output.
+    // Bytes from a client: its complete lines join its queue.
     void Receive(int client, std::string_view bytes);
+    // Whether to read more from a client: false while its queue is full, so that a flood waits in
+    // the client's own socket buffer, and nothing it said is refused or lost. One that sends on
+    // regardless is dropped at kMaxPending queued bytes.
+    bool Reading(int client) const;
+    // Runs one step for the next client with work; false when there was none, or when a step is
+    // running already (a send that runs the event loop must not start another).
+    bool RunOne();
+    bool HasWork() const;
+    bool HasWork(int client) const;
     // A key recognised while monitoring: its line goes to every client.
     void KeyRecognised(const std::string& device, const std::string& command, std::int64_t nowMs);
 
@@ -59,27 +78,35 @@ public:
     bool Dropped(int client) const;
     std::vector<int> Clients() const;
 
-    // The reply block to one command line.
-    std::string Answer(std::string_view line);
-
 private:
+    // A SEND_ONCE whose sends have not all run.
+    struct Sending {
+        std::string command, device, key;
+        int left = 0;
+    };
     struct Client {
         std::string in, out;
+        std::deque<std::string> lines; // commands waiting for their turn
+        std::size_t queuedBytes = 0;
+        Sending sending;
         bool skipping = false; // inside an over-long line
         bool dropped = false;
+        bool Waiting() const;
     };
     void Queue(Client& c, const std::string& text);
-    std::string Answer(std::string_view line, std::vector<LircdRemote>& remotes, bool& fetched);
+    static void Drop(Client& c);
+    // The reply to one command line, or "" with sending filled in for a SEND_ONCE to run.
+    std::string Answer(std::string_view line, Sending& sending);
+    void SendStep(int client);
 
     Backend backend_;
     std::string version_;
     std::map<int, Client> clients_;
+    int lastServed_ = -1;
+    bool running_ = false;
     std::string lastKey_;
     std::int64_t lastKeyMs_ = 0;
     int repeat_ = 0;
 };
-
-// Whether an executor result text tells of a failure.
-bool IsFailedResult(std::string_view result);
 
 } // namespace quenix

@@ -17,18 +17,18 @@ void FrmMain::wireLircd() {
     if (!monitor_) return;
     LircdServer::Backend backend;
     backend.remotes = [this] { return RemotesOfConfiguration(ctx_.config.text()); };
-    backend.send = [this](const std::string& device, const std::string& command) -> std::string {
-        if (!executor_) return "Sending is not available.";
+    backend.send = [this](const std::string& device, const std::string& command) -> LircdServer::SendResult {
+        if (!executor_) return {false, "Sending is not available."};
         std::string result = executor_->Execute(device, command);
         view_.setStatus(result);
-        return result;
+        return {executor_->lastOk(), result};
     };
     const std::string version = "quenix " + std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." +
                                 std::to_string(kVersionRevision);
     lircdServer_ = std::make_unique<LircdServer>(std::move(backend), version);
     lircdSocket_ = new LircdSocket(*lircdServer_, this);
     std::string error;
-    if (!lircdSocket_->Listen(LircdSocket::DefaultPath(), error)) view_.setStatus("lircd socket: " + error);
+    if (!lircdSocket_->Listen(LircdSocket::DefaultPlace(), error)) view_.setStatus("lircd socket: " + error);
     monitor_->hooks().keyRecognised = [this](const std::string& key) {
         const std::size_t amp = key.find('&');
         if (amp == std::string::npos || (key.rfind("BT", 0) == 0 && key.find("CONNECTED", amp) != std::string::npos))

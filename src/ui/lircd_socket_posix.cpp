@@ -1,8 +1,10 @@
 #include "ui/lircd_socket.h"
 
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -27,6 +29,47 @@ bool Address(const std::string& path, sockaddr_un& a) {
     return true;
 }
 
+std::string Owner(const struct stat& st) {
+    char t[48];
+    std::snprintf(t, sizeof t, "owner %u, mode %04o", static_cast<unsigned>(st.st_uid),
+                  static_cast<unsigned>(st.st_mode & 07777));
+    return t;
+}
+
+// Whoever can write into the socket's folder can replace the socket with his own and read what
+// clients send. The program's own folder is made private, and one found there must already be:
+// the user's own, not a link, mode 0700. A given folder may be shared, as /var/run/lirc is, but
+// only its owner (the user or root) may write into it, or the sticky bit must keep others' hands
+// off our socket.
+bool SafeFolder(const std::string& dir, bool given, std::string& error) {
+    struct stat st;
+    if (given) {
+        std::error_code ec;
+        std::filesystem::create_directories(dir, ec);
+        if (::stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+            error = "cannot use the folder " + dir;
+            return false;
+        }
+        if ((st.st_uid != ::geteuid() && st.st_uid != 0) || ((st.st_mode & S_IWOTH) && !(st.st_mode & S_ISVTX))) {
+            error = "the folder " + dir + " is open to other users (" + Owner(st) +
+                    "): it must be yours or root's, and not writable by others without the sticky bit";
+            return false;
+        }
+        return true;
+    }
+    if (::mkdir(dir.c_str(), 0700) == 0) ::chmod(dir.c_str(), 0700); // whatever the umask
+    if (::lstat(dir.c_str(), &st) != 0) {
+        error = "cannot create the folder " + dir + ": " + std::strerror(errno);
+        return false;
+    }
+    if (!S_ISDIR(st.st_mode) || st.st_uid != ::geteuid() || (st.st_mode & 07777) != 0700) {
+        error = "the folder " + dir + (S_ISLNK(st.st_mode) ? " is a link" : " is not private (" + Owner(st) + ")") +
+                ": it must be your own folder with mode 0700; remove it and start again";
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 LircdSocket::LircdSocket(LircdServer& server, QObject* parent) : QObject(parent), server_(server) {}
@@ -40,38 +83,45 @@ LircdSocket::~LircdSocket() {
     }
 }
 
-std::string LircdSocket::DefaultPath() {
-    if (const char* p = std::getenv("QUENIX_LIRCD_SOCKET"); p && *p) return p;
-    if (const char* d = std::getenv("XDG_RUNTIME_DIR"); d && *d) return std::string(d) + "/quenix/lircd";
-    return "/tmp/quenix-" + std::to_string(::getuid()) + "/lircd";
+LircdSocket::Place LircdSocket::DefaultPlace() {
+    if (const char* p = std::getenv("QUENIX_LIRCD_SOCKET"); p && *p) return {p, true};
+    if (const char* d = std::getenv("XDG_RUNTIME_DIR"); d && *d) return {std::string(d) + "/quenix/lircd"};
+    return {"/tmp/quenix-" + std::to_string(::getuid()) + "/lircd"};
 }
 
-bool LircdSocket::Listen(const std::string& path, std::string& error) {
+bool LircdSocket::Listen(const Place& place, std::string& error) {
+    const std::string& path = place.path;
     sockaddr_un addr;
     if (!Address(path, addr)) {
         error = "the socket path is empty or too long: " + path;
         return false;
     }
-    std::error_code ec;
-    std::filesystem::path dir = std::filesystem::path(path).parent_path();
-    if (!dir.empty() && !std::filesystem::exists(dir, ec)) {
-        std::filesystem::create_directories(dir, ec);
-        ::chmod(dir.c_str(), 0700); // only its owner talks to the program
+    const std::string dir = std::filesystem::path(path).parent_path().string();
+    if (!SafeFolder(dir.empty() ? "." : dir, place.given, error)) return false;
+    struct stat st;
+    if (::lstat(path.c_str(), &st) == 0) {
+        if (!S_ISSOCK(st.st_mode)) {
+            error = path + " is not a socket: it is left as it is";
+            return false;
+        }
+        int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        bool answered = probe >= 0 && ::connect(probe, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
+        if (probe >= 0) ::close(probe);
+        if (answered) {
+            error = "another program serves " + path;
+            return false;
+        }
+        ::unlink(path.c_str()); // a socket left by a program that ended
     }
-    int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    bool answered = probe >= 0 && ::connect(probe, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
-    if (probe >= 0) ::close(probe);
-    if (answered) {
-        error = "another program serves " + path;
-        return false;
-    }
-    ::unlink(path.c_str()); // a socket left by a program that ended
     int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(fd, 16) != 0) {
         error = "cannot serve " + path + ": " + std::strerror(errno);
         if (fd >= 0) ::close(fd);
         return false;
     }
+    // Media centres run under their own accounts and lircd's socket is 0666; the private
+    // default's folder already keeps other users out.
+    if (place.given) ::chmod(path.c_str(), 0666);
     listenFd_ = fd;
     path_ = path;
     accept_ = new QSocketNotifier(fd, QSocketNotifier::Read, this);
@@ -101,13 +151,30 @@ void LircdSocket::Accept() {
 void LircdSocket::Readable(int fd) {
     char buf[kReadChunk];
     ssize_t n = ::recv(fd, buf, sizeof buf, 0);
-    if (n == 0 || (n < 0 && errno != EAGAIN && errno != EINTR)) {
-        Close(fd);
-        return;
+    if (n < 0 && (errno == EAGAIN || errno == EINTR)) return;
+    if (n < 0) return Close(fd);
+    if (n == 0) {
+        // "echo LIST | socat" shuts its side after the command and still waits for the answer.
+        if (auto it = clients_.find(fd); it != clients_.end()) it->second.ended = true;
+    } else {
+        server_.Receive(fd, std::string_view(buf, static_cast<std::size_t>(n)));
     }
-    if (n < 0) return;
-    server_.Receive(fd, std::string_view(buf, static_cast<std::size_t>(n)));
-    if (clients_.count(fd)) Write(fd);
+    Write(fd);
+    Schedule();
+}
+
+void LircdSocket::Schedule() {
+    if (turnQueued_ || !server_.HasWork()) return;
+    turnQueued_ = true;
+    QTimer::singleShot(0, this, [this] { Turn(); });
+}
+
+void LircdSocket::Turn() {
+    turnQueued_ = false;
+    // False inside a send that runs the event loop: the turn that runs the send schedules the next.
+    if (!server_.RunOne()) return;
+    Flush();
+    Schedule();
 }
 
 void LircdSocket::Write(int fd) {
@@ -133,7 +200,10 @@ void LircdSocket::Write(int fd) {
         }
     }
     server_.Written(fd, done);
-    it->second.write->setEnabled(!server_.Pending(fd).empty());
+    Client& c = it->second;
+    if (c.ended && server_.Pending(fd).empty() && !server_.HasWork(fd)) return Close(fd);
+    c.write->setEnabled(!server_.Pending(fd).empty());
+    c.read->setEnabled(!c.ended && server_.Reading(fd));
 }
 
 void LircdSocket::Flush() {

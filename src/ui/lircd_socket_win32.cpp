@@ -9,9 +9,9 @@ LircdSocket::LircdSocket(LircdServer& server, QObject* parent) : QObject(parent)
 
 LircdSocket::~LircdSocket() = default;
 
-std::string LircdSocket::DefaultPath() { return {}; }
+LircdSocket::Place LircdSocket::DefaultPlace() { return {}; }
 
-bool LircdSocket::Listen(const std::string&, std::string& error) {
+bool LircdSocket::Listen(const Place&, std::string& error) {
     error = "not served on Windows";
     return false;
 }

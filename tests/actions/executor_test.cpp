@@ -111,6 +111,7 @@ TEST(Executor, DispatchByNameAndFlagFallsThroughToInfrared) {
         rig.view.setCurrentIndex("DIMScroll", 37);
         EXPECT_EQ(rig.exec.Execute(r.device, r.command), r.result);
         EXPECT_EQ(rig.calls, *r.call ? std::vector<std::string>{r.call} : std::vector<std::string>{});
+        EXPECT_EQ(rig.exec.lastOk(), *r.call && *r.result); // a backend ran and said something
         EXPECT_TRUE(rig.library.sends.empty());
         EXPECT_TRUE(rig.beeper.beeps.empty()); // the backends frame themselves
         EXPECT_EQ(rig.store.currentDevice + " " + rig.store.currentCommand, std::string(r.device) + " " + r.command);
@@ -137,6 +138,7 @@ TEST(Executor, ChecksPadsPacksAndBeeps) {
         rig.ctx.settings().beepOn = true;
         rig.ctx.txdOutput = 1;
         EXPECT_EQ(rig.exec.Execute(r.device, r.command), r.result);
+        EXPECT_EQ(rig.exec.lastOk(), !r.bytes.empty());
         if (r.bytes.empty()) {
             EXPECT_TRUE(rig.library.sends.empty());
             EXPECT_TRUE(rig.beeper.beeps.empty());
@@ -187,6 +189,9 @@ TEST(Executor, DimmerBurstsAndPauses) {
         EXPECT_EQ(rig.library.sends[1].pulseLength, 2000);
         EXPECT_EQ(rig.clock.sleeps, std::vector<int>{pause});
         EXPECT_EQ(rig.beeper.beeps, kFramed);
+        EXPECT_TRUE(rig.exec.lastOk());
+        rig.library.missing = true;
+        EXPECT_FALSE((rig.exec.Execute("IR Dimmer", command), rig.exec.lastOk()));
     }
 }
 
