@@ -93,6 +93,8 @@ int main(int argc, char** argv) {
         if (view.text("RecCmd") != std::string(device) + "&" + command) ++lost;
         if (auto now = Stamp(path); now != stamp) ++writes, stamp = now;
         lircd.Receive(0, garbage);
+        while (lircd.RunOne()) {
+        }
         if (lircd.Dropped(0)) lircd.Disconnect(0), lircd.Connect(0), ++floods; // it comes back at once
         for (int c = 1; c < kClients; ++c) {
             const std::string& out = lircd.Pending(c);

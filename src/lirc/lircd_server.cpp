@@ -263,18 +263,14 @@ std::string LircdServer::Answer(std::string_view line, Sending& sending) {
     return error("unknown command: \"" + (w.empty() ? std::string() : w[0]) + "\"");
 }
 
-void LircdServer::KeyRecognised(const std::string& device, const std::string& command, std::int64_t nowMs) {
+void LircdServer::KeyRecognised(const std::string& device, const std::string& command, int repeat) {
     std::uint64_t code = 0;
     for (const LircdRemote& r : backend_.remotes ? backend_.remotes() : std::vector<LircdRemote>{})
         if (ToLower(r.name) == ToLower(device))
             for (const LircdKey& k : r.keys)
                 if (ToLower(k.name) == ToLower(command)) code = k.code;
-    const std::string key = ToLower(device) + "&" + ToLower(command);
-    repeat_ = key == lastKey_ && nowMs - lastKeyMs_ <= kRepeatWindowMs ? std::min(repeat_ + 1, 255) : 0;
-    lastKey_ = key;
-    lastKeyMs_ = nowMs;
     char count[3];
-    std::snprintf(count, sizeof count, "%02x", repeat_);
+    std::snprintf(count, sizeof count, "%02x", std::clamp(repeat, 0, 255));
     const std::string line = Hex16(code) + " " + count + " " + LircdName(command) + " " + LircdName(device) + "\n";
     for (auto& [id, c] : clients_) Queue(c, line);
 }

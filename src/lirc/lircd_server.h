@@ -51,7 +51,6 @@ public:
     static constexpr std::size_t kMaxPending = 256 * 1024; // a client that reads nothing is dropped
     static constexpr std::size_t kMaxQueued = 16;          // command lines before Reading says stop
     static constexpr int kMaxSendCount = 10;
-    static constexpr int kRepeatWindowMs = 750;            // a key again within this is a repeat
 
     LircdServer(Backend backend, std::string version);
 
@@ -68,8 +67,9 @@ public:
     bool RunOne();
     bool HasWork() const;
     bool HasWork(int client) const;
-    // A key recognised while monitoring: its line goes to every client.
-    void KeyRecognised(const std::string& device, const std::string& command, std::int64_t nowMs);
+    // A frame of a key recognised while monitoring, with the frames of its press before it:
+    // its line goes to every client.
+    void KeyRecognised(const std::string& device, const std::string& command, int repeat);
 
     // What is waiting to be written to a client, and how much of it was written.
     const std::string& Pending(int client) const;
@@ -104,9 +104,6 @@ private:
     std::map<int, Client> clients_;
     int lastServed_ = -1;
     bool running_ = false;
-    std::string lastKey_;
-    std::int64_t lastKeyMs_ = 0;
-    int repeat_ = 0;
 };
 
 } // namespace quenix

@@ -5,8 +5,6 @@
 #include "lirc/lircd_server.h"
 #include "ui/lircd_socket.h"
 
-#include <chrono>
-
 namespace quenix {
 
 // The lircd socket: recognised keys out to irw, Kodi or irexec; irsend's SEND_ONCE in through
@@ -29,13 +27,11 @@ void FrmMain::wireLircd() {
     lircdSocket_ = new LircdSocket(*lircdServer_, this);
     std::string error;
     if (!lircdSocket_->Listen(LircdSocket::DefaultPlace(), error)) view_.setStatus("lircd socket: " + error);
-    monitor_->hooks().keyRecognised = [this](const std::string& key) {
+    monitor_->hooks().keyRecognised = [this](const std::string& key, int repeat) {
         const std::size_t amp = key.find('&');
         if (amp == std::string::npos || (key.rfind("BT", 0) == 0 && key.find("CONNECTED", amp) != std::string::npos))
             return;
-        const auto now = std::chrono::steady_clock::now().time_since_epoch();
-        lircdServer_->KeyRecognised(key.substr(0, amp), key.substr(amp + 1),
-                                    std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+        lircdServer_->KeyRecognised(key.substr(0, amp), key.substr(amp + 1), repeat);
         lircdSocket_->Flush();
     };
 }

@@ -114,17 +114,5 @@ TEST(LircdServer, ClientsTakeTurnsOneStepEach) {
     EXPECT_TRUE(s.Reading(1));
 }
 
-TEST(LircdServer, RepeatCountsUpWhileTheSameKeyComesAgainSoon) {
-    ServerRig rig;
-    LircdServer& s = rig.server;
-    s.Connect(7);
-    const std::pair<const char*, std::int64_t> presses[] = {{"Power", 0},    {"Power", 400}, {"Power", 800},
-                                                            {"Power", 2000}, {"Mute", 2100}, {"Power", 2200}};
-    for (auto [key, ms] : presses) s.KeyRecognised("Sony TV", key, ms);
-    EXPECT_EQ(s.Pending(7), "0000000000000a90 00 Power Sony_TV\n0000000000000a90 01 Power Sony_TV\n"
-                            "0000000000000a90 02 Power Sony_TV\n0000000000000a90 00 Power Sony_TV\n"
-                            "0000000000000290 00 Mute Sony_TV\n0000000000000a90 00 Power Sony_TV\n");
-}
-
 } // namespace
 } // namespace quenix
