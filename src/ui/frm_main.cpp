@@ -1,5 +1,6 @@
 #include "ui/frm_main.h"
 
+#include "mqtt/mqtt_bridge.h"
 #include "ui/frm_x10_config.h"
 
 #include <QAction>
@@ -146,6 +147,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     wirePhone(io);
     wireRecording(io);
     wireLircd();
+    wireMqtt(io);
 
     resize(sizeHint().expandedTo(QSize(980, 640)));
 }

@@ -35,6 +35,8 @@ class QWidget;
 namespace quenix {
 
 class LircdSocket;
+class MqttBridge;
+class MqttLink;
 class SoundPlayer;
 
 // The serial port and the capture library of the receiver; without them (window tests) the
@@ -91,6 +93,7 @@ private:
     void wirePhone(Io io);
     void wireRecording(Io io);
     void wireLircd();
+    void wireMqtt(Io io);
     void setCompactLayout(bool compact);
     QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
                        const QKeySequence& shortcut = {});
@@ -116,6 +119,9 @@ private:
     std::unique_ptr<Learning> learning_;
     std::unique_ptr<LircdServer> lircdServer_;
     LircdSocket* lircdSocket_ = nullptr;
+    // The bridge leaves the broker through the link, so it goes first.
+    std::unique_ptr<MqttLink> mqttLink_;
+    std::unique_ptr<MqttBridge> mqttBridge_;
 
     QListWidget* devices_ = nullptr;
     QListWidget* commands_ = nullptr;
