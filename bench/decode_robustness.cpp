@@ -4,6 +4,8 @@
 // sampled at the period as the capture library samples (from the first carrier on: the first
 // press), and decoded. Fixed seeds.
 //
+// The combined decoder counts a decode as exact when it also names the protocol sent.
+//
 // Jitter j: every mark and space stretched by its own factor in [1 - j, 1 + j].
 // Marks +-15 %: every mark 15 % longer or shorter and the space behind it the other way, as a
 // receiver that is slow or quick to let go does, on top of 10 % jitter.
@@ -31,11 +33,13 @@ struct Kind {
     int protocol;
     int bits;
 };
-const Kind kKinds[] = {{"NEC 32", kProtoNec, 32},
-                       {"SONY 12", kProtoSony, 12},
-                       {"SONY 15", kProtoSony, 15},
-                       {"SONY 20", kProtoSony, 20},
-                       {"RC5 14", kProtoRc5, 14}};
+const Kind kKinds[] = {{"NEC 32", kProtoNec, 32},         {"SONY 12", kProtoSony, 12},
+                       {"SONY 15", kProtoSony, 15},        {"SONY 20", kProtoSony, 20},
+                       {"RC5 14", kProtoRc5, 14},          {"RC6-0", kProtoRc6, 16},
+                       {"MCE", kProtoRc6A, 32},            {"RC6A 20", kProtoRc6A, 20},
+                       {"JVC", kProtoJvc, 16},             {"Samsung", kProtoSamsung, 32},
+                       {"Kaseikyo", kProtoKaseikyo, 48},   {"Sharp", kProtoSharp, 15}};
+constexpr std::size_t kKindCount = std::size(kKinds);
 const int kPeriods[] = {45, 50, 55, 60, 65};
 
 struct Condition {
@@ -47,10 +51,13 @@ const Condition kConditions[] = {{"0%", 0, 0},    {"10%", 0.1, 0},          {"20
                                  {"30%", 0.3, 0}, {"marks+15%", 0.1, 0.15}, {"marks-15%", 0.1, -0.15}};
 constexpr int kConditionCount = sizeof(kConditions) / sizeof(kConditions[0]);
 
-// An RC5 frame opens with start bit 1, which the run analysis takes as read.
+// An RC5 frame opens with start bit 1, which the run analysis takes as read; an MCE code with
+// customer 0x800F; a Sharp first frame with expansion bit 1 and check bit 0.
 std::string RandomBits(std::mt19937& rng, const Kind& k) {
     std::string s;
     for (int i = 0; i < k.bits; ++i) s += (rng() & 1) || (i == 0 && k.protocol == kProtoRc5) ? '1' : '0';
+    if (k.protocol == kProtoRc6A && k.bits == 32) s.replace(0, 16, "1000000000001111");
+    if (k.protocol == kProtoSharp) s.replace(13, 2, "10");
     return s;
 }
 
@@ -68,7 +75,7 @@ struct Disagreement {
 };
 
 struct Table {
-    Cell cells[5][5][kConditionCount];
+    Cell cells[kKindCount][5][kConditionCount];
 };
 
 template <class F>
@@ -110,7 +117,7 @@ int main(int argc, char** argv) {
     if (codes < 1) codes = 1000;
     static Table combined;
     static Table literal;
-    Disagreement disagree[std::size(kKinds)][kConditionCount][2] = {};
+    Disagreement disagree[kKindCount][kConditionCount][2] = {};
 
     for (std::size_t k = 0; k < std::size(kKinds); ++k) {
         const Kind& kind = kKinds[k];
@@ -139,8 +146,8 @@ int main(int argc, char** argv) {
                     const DecodedRecording rec = Timed(comb.us, [&] { return DecodeCapture(capture); });
                     const DecodedFrame mon = Timed(comb.us, [&] { return DecodeMonitorFrame(capture); });
                     comb.decodes += 2;
-                    comb.recorder += rec.signal.code == code;
-                    comb.monitor += mon.frame == sent;
+                    comb.recorder += rec.signal.code == code && rec.signal.protocol == kind.protocol;
+                    comb.monitor += mon.frame == sent && mon.protocol == kind.protocol;
                     comb.unitOff += std::abs(rec.unit * kPeriods[p] - h.sendpls) > 0.05 * h.sendpls;
 
                     const RecordedSignal lrec = Timed(lit.us, [&] { return DecodeRecording(capture); });

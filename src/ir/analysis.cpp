@@ -2,6 +2,8 @@
 
 #include "ir/codec.h"
 #include "ir/protocols.h"
+#include "ir/scancode.h"
+#include "core/text.h"
 
 #include <algorithm>
 
@@ -203,8 +205,20 @@ CodeVerdict BitCountVerdict(int protocol, std::string_view code) {
         v.cmdVal = field(9, bits.size());
         v.gType = "0"; // RC5 has no lead-in
         break;
-    default:
+    default: {
+        const ProtocolPreset* row = FindPreset(protocol);
+        if (!row || row->family == kProtoUnknown) break;
+        const bool usual = row->bits ? v.bits == row->bits : v.bits == 20 || v.bits == 24 || v.bits == 32;
+        v.status = std::string(usual ? "A valid " : "A possible invalid ") + std::string(row->name) +
+                   " type command has been received.";
+        if (const std::optional<Scancode> s = KernelScancode(protocol, bits); s && s->address >= 0) {
+            v.addrVal = std::to_string(s->address);
+            v.cmdVal = std::to_string(s->command);
+        }
+        v.toggleVal = row->toggle == Toggle::MceBit && bits.size() == 32 ? std::string(1, bits[16]) : "N";
+        v.gType = row->bitg.find('1') == std::string_view::npos ? "0" : LeadingInt16(row->grepeat) > 1 ? "2" : "1";
         break;
+    }
     }
     return v;
 }

@@ -46,21 +46,69 @@ std::string WithRc5Toggle(std::string code, char toggle) {
     return code;
 }
 
-std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool& rc5Toggle) {
-    if (header.gproto == kProtoRc5) {
-        char bit = rc5Toggle ? '0' : '1';
-        rc5Toggle = !rc5Toggle;
-        int pos = Rc5TogglePosition(code);
-        if (pos >= 0) code[static_cast<std::size_t>(pos)] = bit;
-    }
-    std::string body;
-    for (char c : code) {
-        if (c == '0') body += header.bit0;
-        else if (c == '1') body += header.bit1;
-    }
-    if (header.gproto == kProtoNec) body += '1'; // NEC's stop mark ends the last space
+namespace {
 
-    std::string cells = header.bitg + body;
+constexpr std::string_view kMceCustomer = "1000000000001111"; // 0x800F
+constexpr std::size_t kMceToggleBit = 16;
+constexpr std::size_t kSharpInvertedBits = 10; // command, expansion and check
+
+// Where a code's toggle bit sits for its protocol, behind the sync marker; -1 when it has none.
+int TogglePosition(std::string_view code, Toggle toggle) {
+    const std::size_t marker = !code.empty() && IsMarker(code.front()) ? 1 : 0;
+    if (toggle == Toggle::Rc5Bit) return Rc5TogglePosition(code);
+    if (toggle == Toggle::MceBit && code.size() == marker + 32 && code.substr(marker, 16) == kMceCustomer)
+        return static_cast<int>(marker + kMceToggleBit);
+    return -1;
+}
+
+} // namespace
+
+std::string NormalisedCode(std::string code, int protocol) {
+    const ProtocolPreset* p = FindPreset(protocol);
+    if (!p) return code;
+    if (int t = TogglePosition(code, p->toggle); t >= 0) code[static_cast<std::size_t>(t)] = '0';
+    if (p->toggle == Toggle::SharpInverse && !code.empty() && code.back() == '1' &&
+        code.size() >= kSharpInvertedBits)
+        for (std::size_t i = code.size() - kSharpInvertedBits; i < code.size(); ++i) code[i] = code[i] == '1' ? '0' : '1';
+    return code;
+}
+
+std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool& rc5Toggle) {
+    const ProtocolPreset* row = FindPreset(header.gproto);
+    const Toggle toggle = row ? row->toggle : Toggle::None;
+    std::string bitg = header.bitg;
+    const bool flips = toggle == Toggle::Rc5Bit || toggle == Toggle::Rc6Trailer || TogglePosition(code, toggle) >= 0;
+    if (flips) {
+        const bool bit = !rc5Toggle;
+        rc5Toggle = !rc5Toggle;
+        if (int pos = TogglePosition(code, toggle); pos >= 0) code[static_cast<std::size_t>(pos)] = bit ? '1' : '0';
+        const std::size_t n = bitg.size();
+        if (toggle == Toggle::Rc6Trailer && n >= 4 && (bitg.compare(n - 4, 4, "0011") == 0 || bitg.compare(n - 4, 4, "1100") == 0))
+            bitg.replace(n - 4, 4, bit ? "1100" : "0011");
+    }
+    const bool stop = row && row->stopMark;
+    auto bodyOf = [&](std::string_view bits) {
+        std::string body;
+        for (char c : bits) {
+            if (c == '0') body += header.bit0;
+            else if (c == '1') body += header.bit1;
+        }
+        if (stop) body += '1'; // the stop mark ends the last space
+        return body;
+    };
+    const std::string body = bodyOf(code);
+    // Sharp's second frame carries the command, expansion and check bits inverted.
+    std::string second = body;
+    if (toggle == Toggle::SharpInverse) {
+        std::string inverted = code;
+        const std::size_t bits = inverted.size() - (!inverted.empty() && IsMarker(inverted.front()) ? 1 : 0);
+        if (bits >= kSharpInvertedBits)
+            for (std::size_t i = inverted.size() - kSharpInvertedBits; i < inverted.size(); ++i)
+                inverted[i] = inverted[i] == '1' ? '0' : '1';
+        second = bodyOf(inverted);
+    }
+
+    std::string cells = bitg + body;
     // A negative REPEAT (only a hand-edited file has one) sends the single sequence, as 0 does.
     if (header.repeat <= 0 && header.grepeat <= 1) return cells;
     for (int i = 0; i < 4; ++i) {
@@ -72,8 +120,8 @@ std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool&
             cells += '1';
         } else {
             cells.append(static_cast<std::size_t>(header.repeat), '0');
-            if (header.grepeat > 1) cells += header.bitg;
-            cells += body;
+            if (header.grepeat > 1) cells += bitg;
+            cells += i % 2 == 0 ? second : body;
         }
     }
     return cells;
@@ -172,7 +220,7 @@ LearnedCommand FindLearnedCommand(std::string_view configText, std::string_view 
     LearnedCommand result;
     std::string bits = BitsOnly(code);
     if (bits.empty()) return result;
-    if (protocol == kProtoRc5) bits = WithRc5Toggle(bits, '0'); // stored with toggle 0
+    bits = NormalisedCode(bits, protocol); // stored with toggle 0
     std::string needle = "G" + bits + ",";
     int behind = FindText(needle, configText, 1);
     int start = behind - static_cast<int>(needle.size()); // 1-based start of the match

@@ -23,8 +23,13 @@ int Rc5TogglePosition(std::string_view code);
 // comes back as it is. Learned RC5 codes are stored with toggle '0'.
 std::string WithRc5Toggle(std::string code, char toggle);
 
-// The cell string of one transmission of code under header. For RC5 the toggle flips and
-// the code's toggle bit is rewritten in place, so that repeated presses alternate it.
+// The code as stored: a toggle bit (RC5's third, MCE's seventeenth) set to 0, and Sharp's
+// inverted second frame turned back into the first.
+std::string NormalisedCode(std::string code, int protocol);
+
+// The cell string of one transmission of code under header. For RC5, RC6 and MCE the toggle
+// flips and the code's toggle bit (RC6 mode 0: BITG's trailer) is rewritten in place, so that
+// repeated presses alternate it.
 std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool& rc5Toggle);
 
 // Eight cells a byte, the first in the top bit; the last byte is filled with "0" cells.

@@ -59,20 +59,26 @@ const char* ReadingName(Reading r) {
 
 CodeFit FitCode(std::string_view code, int protocol, const CapturedRuns& runs) {
     CodeFit best;
-    if (protocol != kProtoNec && protocol != kProtoSony && protocol != kProtoRc5) return best;
+    const ProtocolPreset* row = FindPreset(protocol);
+    if (!row || row->family == kProtoUnknown) return best;
     if (!code.empty() && (code.front() == 'G' || code.front() == 'g')) code.remove_prefix(1);
     if (code.empty()) return best;
     ProtocolHeader h = HeaderFromPreset(protocol);
     h.repeat = 0;
     h.grepeat = 0;
-    std::string sent = "G" + std::string(code);
-    bool toggle = code.size() >= 3 && code[2] == '0'; // so that RC5's toggle bit goes out as read
-    std::vector<double> expected;
-    for (const PulseRun& r : CellsToRuns(EncodeCommand(sent, h, toggle), 1.0))
-        if (r.mark || !expected.empty()) expected.push_back(r.us); // sampling starts with carrier
-    for (const CapturedFrame& f : runs.frames) {
-        CodeFit fit;
-        if (f.complete && Fits(f.runs, expected, fit) && (!best.ok || fit.residual < best.residual)) best = fit;
+    // The toggle goes out as read: RC5's and MCE's sit in the code; RC6's trailer is tried both ways.
+    for (bool toggle : {false, true}) {
+        std::string sent = "G" + std::string(code);
+        if (row->toggle == Toggle::Rc5Bit) toggle = code.size() >= 3 && code[2] == '0';
+        if (row->toggle == Toggle::MceBit) toggle = code.size() == 32 && code[16] == '0';
+        std::vector<double> expected;
+        for (const PulseRun& r : CellsToRuns(EncodeCommand(sent, h, toggle), 1.0))
+            if (r.mark || !expected.empty()) expected.push_back(r.us); // sampling starts with carrier
+        for (const CapturedFrame& f : runs.frames) {
+            CodeFit fit;
+            if (f.complete && Fits(f.runs, expected, fit) && (!best.ok || fit.residual < best.residual)) best = fit;
+        }
+        if (row->toggle != Toggle::Rc6Trailer) break;
     }
     return best;
 }
@@ -87,6 +93,13 @@ bool KeepLiteral(const CodeFit& literal, const TimingReading& t, std::string_vie
     if (!t.ok || t.bits == literalBits) return true;
     const CodeFit timing = FitCode(t.bits, t.protocol, runs);
     return !timing.ok || literal.residual <= timing.residual;
+}
+
+// The run analysis knows three families; the timing reading names the protocol within one when
+// it read the same bits.
+int NamedAs(int literalProtocol, std::string_view bits, const TimingReading& t) {
+    if (!t.ok || t.bits != bits || PresetFor(t.protocol).family != literalProtocol) return literalProtocol;
+    return t.protocol;
 }
 
 } // namespace
@@ -104,6 +117,11 @@ DecodedRecording DecodeCapture(std::vector<std::uint8_t> capture) {
         if (KeepLiteral(fit, t, std::string_view(d.signal.code).substr(1), runs)) {
             d.reading = Reading::Literal;
             d.unit = fit.unit;
+            if (const int named = NamedAs(d.signal.protocol, d.signal.code.substr(1), t); named != d.signal.protocol) {
+                d.signal.protocol = named;
+                d.signal.verdict = BitCountVerdict(named, d.signal.code.substr(1));
+                d.signal.status = d.signal.verdict.status;
+            }
             return d;
         }
     }
@@ -132,7 +150,7 @@ DecodedFrame DecodeMonitorFrame(const std::vector<std::uint8_t>& capture) {
     const TimingReading t = ReadTiming(runs);
     if (!literal.empty() && KeepLiteral(FitCode(literal, literalProtocol, runs), t, literal, runs)) {
         d.frame = literal;
-        d.protocol = literalProtocol;
+        d.protocol = NamedAs(literalProtocol, literal, t);
         d.reading = Reading::Literal;
         return d;
     }

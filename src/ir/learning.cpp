@@ -4,6 +4,7 @@
 #include "core/text.h"
 #include "ir/codec.h"
 #include "ir/decoder.h"
+#include "ir/protocols.h"
 
 namespace quenix {
 
@@ -49,11 +50,12 @@ void Learning::onSaveCmdButton() {
         view_.setStatus("The code you want to save is invalid.");
         return;
     }
-    // The lookup forces an RC5 toggle to 0, so that is how the code is stored; an older file
-    // may hold the other form, and a code is stored once in the whole file whichever device
-    // holds it.
-    const bool rc5 = Trim(view_.text("ProtocolName")) == "RC5";
-    if (rc5) code = WithRc5Toggle(code, '0');
+    // The lookup forces an RC5 or MCE toggle to 0, so that is how the code is stored; an older
+    // file may hold RC5's other form, and a code is stored once in the whole file whichever
+    // device holds it.
+    const int protocol = ProtocolIndex(Trim(view_.text("ProtocolName")));
+    const bool rc5 = protocol == kProtoRc5;
+    code = NormalisedCode(code, protocol);
     for (const std::string& form : rc5 ? std::vector{code, WithRc5Toggle(code, '1')} : std::vector{code}) {
         if (int at = ctx_.config.Find("\n" + form + ","); at != 0) {
             view_.setStatus("This command exist as " + ctx_.config.Line(at));

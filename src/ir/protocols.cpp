@@ -4,9 +4,21 @@
 
 namespace quenix {
 
+const ProtocolPreset* FindPreset(int index) {
+    if (index < 0 || index >= static_cast<int>(kProtocolPresets.size())) return nullptr;
+    return &kProtocolPresets[static_cast<std::size_t>(index)];
+}
+
 const ProtocolPreset& PresetFor(int index) {
-    if (index < 0 || index >= static_cast<int>(kProtocolPresets.size())) return kProtocolPresets[0];
-    return kProtocolPresets[static_cast<std::size_t>(index)];
+    const ProtocolPreset* p = FindPreset(index);
+    return p ? *p : kProtocolPresets[0];
+}
+
+int ProtocolIndex(std::string_view name) {
+    const std::string lower = ToLower(std::string(name));
+    for (const ProtocolPreset& p : kProtocolPresets)
+        if (ToLower(std::string(p.name)) == lower) return p.index;
+    return -1;
 }
 
 ProtocolHeader HeaderFromPreset(int index) {

@@ -3,6 +3,7 @@
 #include "ir/codec.h"
 #include "ir/decoder.h"
 #include "ir/protocols.h"
+#include "ir/scancode.h"
 
 #include <cmath>
 
@@ -12,19 +13,14 @@ namespace {
 
 constexpr std::uint32_t kNormalField = 0xFFFFFF;
 
-const char* ProtocolName(int protocol) {
-    switch (protocol) {
-    case kProtoNec: return "NEC";
-    case kProtoSony: return "SONY";
-    case kProtoRc5: return "RC5";
-    default: return "UNK";
-    }
+std::string ProtocolName(int protocol) {
+    const ProtocolPreset* row = FindPreset(protocol);
+    return row && protocol != kProtoCustom ? std::string(row->name) : "UNK";
 }
 
-// An RC5 remote flips the toggle bit on every new press, so two presses of one key differ there.
+// RC5 and MCE remotes flip the toggle bit on every new press, so two presses of one key differ there.
 bool SameKey(const std::string& a, const std::string& b, int protocol) {
-    if (protocol == kProtoRc5) return WithRc5Toggle(a, '0') == WithRc5Toggle(b, '0');
-    return a == b;
+    return NormalisedCode(a, protocol) == NormalisedCode(b, protocol);
 }
 
 } // namespace
@@ -87,6 +83,8 @@ void Recorder::onRecButton() {
     view_.setText("ToggleVal", v.toggleVal);
     view_.setText("GType", v.gType);
     view_.setText("MultiSeq", v.multiSeq);
+    if (const std::string scancode = ScancodeText(r.protocol, r.code); !scancode.empty())
+        view_.setText("ProtocolParams", ProtocolName(r.protocol) + " params, scancode: " + scancode);
     validate(r.code, r.protocol);
 }
 
@@ -129,7 +127,7 @@ void Recorder::recordIRMan() {
 void Recorder::showProtocol(int protocol) {
     const bool known = protocol != kProtoUnknown;
     view_.setText("ProtocolName", ProtocolName(protocol));
-    view_.setText("ProtocolParams", known ? std::string(ProtocolName(protocol)) + " params" : std::string());
+    view_.setText("ProtocolParams", known ? ProtocolName(protocol) + " params" : std::string());
     view_.setColor("ProtocolName", View::ColorRole::Background, known ? kGreen : kRed);
     // Generic: no preset of its own, the header is taken over as recorded.
     view_.setText("GProt", known ? "0" : "1");

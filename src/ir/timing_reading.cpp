@@ -1,5 +1,6 @@
 #include "ir/timing_reading.h"
 
+#include "ir/codec.h"
 #include "ir/protocols.h"
 
 #include <algorithm>
@@ -312,13 +313,130 @@ FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
     return f;
 }
 
+// RC6 in half-bit positions from the start bit on: its bits and the mode bits change level
+// in their middle; the trailer bit is twice as long, so it changes only in its own middle.
+constexpr int kRc6TrailerAt = 8;
+constexpr int kRc6DataAt = 12;
+constexpr double kRc6LeadRatioMin = 1.5; // leader mark over leader space: 3 when exact
+constexpr double kRc6LeadRatioMax = 6;
+constexpr double kRc6MaxDeviation = 0.45; // of a run's expected length
+constexpr double kRc6Preference = 0.5;    // squared deviations a usual bit count is worth
+constexpr double kRc6Closely = 0.05;      // mean squared deviation of a run: 30 % jitter gives 0.03
+
+enum class Edge { Optional, Required, Never };
+
+Edge Rc6Edge(int p) {
+    if (p == kRc6TrailerAt + 2) return Edge::Required;
+    if (p == kRc6TrailerAt + 1 || p == kRc6TrailerAt + 3) return Edge::Never;
+    if (p < kRc6TrailerAt) return p % 2 ? Edge::Required : Edge::Optional;
+    return (p - kRc6DataAt) % 2 ? Edge::Required : Edge::Optional;
+}
+
+bool UsualRc6Length(int mode, std::size_t bits) {
+    return mode == 0 ? bits == 16 : bits == 20 || bits == 24 || bits == 32;
+}
+
+// Each run behind the leader lasts one, two or three half-bits; of the ways to lay them on the
+// frame's edges, the one that strays least from the unit wins.
+FrameReading Rc6(const std::vector<int>& r) {
+    FrameReading f;
+    if (r.size() < 2 + kRc6DataAt / 2 || r[1] <= 0) return f;
+    const double ratio = static_cast<double>(r[0]) / r[1];
+    if (ratio < kRc6LeadRatioMin || ratio > kRc6LeadRatioMax) return f;
+    constexpr double kNone = std::numeric_limits<double>::infinity();
+    const std::size_t n = r.size() - 2;
+    const int width = 3 * static_cast<int>(n) + 1;
+    double unit = (r[0] + r[1]) / 8.0;
+    std::vector<double> cost;
+    std::vector<int> step;
+    int end = -1;
+    for (int pass = 0; pass < 2; ++pass) {
+        cost.assign((n + 1) * static_cast<std::size_t>(width), kNone);
+        step.assign(cost.size(), 0);
+        cost[0] = 0;
+        for (std::size_t i = 0; i < n; ++i)
+            for (int p = 0; p + 1 < width; ++p) {
+                const double base = cost[i * width + static_cast<std::size_t>(p)];
+                if (base == kNone) continue;
+                for (int len = 1; len <= 3 && p + len < width; ++len) {
+                    if (Rc6Edge(p + len) == Edge::Never) continue;
+                    if (len > 1 && Rc6Edge(p + 1) == Edge::Required) break;
+                    if (len > 2 && Rc6Edge(p + 2) == Edge::Required) break;
+                    const double d = r[i + 2] / (unit * len) - 1;
+                    if (std::abs(d) > kRc6MaxDeviation) continue;
+                    const std::size_t to = (i + 1) * width + static_cast<std::size_t>(p + len);
+                    if (base + d * d < cost[to]) cost[to] = base + d * d, step[to] = len;
+                }
+            }
+        // The last run is a mark; a 1 bit's space half runs into the gap behind it.
+        end = -1;
+        double best = kNone;
+        for (int q = kRc6DataAt + 1; q < width; ++q) {
+            double c = cost[n * width + static_cast<std::size_t>(q)];
+            if (c == kNone) continue;
+            const std::size_t bits = static_cast<std::size_t>(q - kRc6DataAt + 1) / 2;
+            if (UsualRc6Length(0, bits) || UsualRc6Length(6, bits)) c -= kRc6Preference;
+            if (c < best) best = c, end = q;
+        }
+        if (end < 0) return f;
+        double sum = 0;
+        for (std::size_t i = 2; i < r.size(); ++i) sum += r[i];
+        unit = sum / end;
+    }
+    std::string levels(static_cast<std::size_t>(end) + 1, '0');
+    for (std::size_t i = n, q = static_cast<std::size_t>(end); i > 0; --i) {
+        const int len = step[i * width + q];
+        if ((i - 1) % 2 == 0) levels.replace(q - static_cast<std::size_t>(len), static_cast<std::size_t>(len), static_cast<std::size_t>(len), '1');
+        q -= static_cast<std::size_t>(len);
+    }
+    int mode = 0;
+    for (int k = 2; k < kRc6TrailerAt; k += 2) mode = mode * 2 + (levels[static_cast<std::size_t>(k)] == '1');
+    if (levels[0] != '1' || (mode != 0 && mode != 6)) return f;
+    f.protocol = mode == 0 ? kProtoRc6 : kProtoRc6A;
+    for (int k = kRc6DataAt; k < end; k += 2) f.bits += levels[static_cast<std::size_t>(k)];
+    f.unit = unit;
+    f.doubt = cost[n * width + static_cast<std::size_t>(end)];
+    f.ok = true;
+    return f;
+}
+
+// Lead-in cells of a row over its bit mark: NEC 16 and 8, Samsung 8 and 8, Kaseikyo 8 and 4.
+std::pair<double, double> LeadCells(const ProtocolPreset& p) {
+    const std::size_t mark = p.bitg.find('0');
+    const std::size_t space = mark == std::string_view::npos ? 0 : p.bitg.size() - mark;
+    const double bitMark = static_cast<double>(p.bit0.find('0'));
+    return {static_cast<double>(mark == std::string_view::npos ? p.bitg.size() : mark) / bitMark,
+            static_cast<double>(space) / bitMark};
+}
+
+// Names a pulse-distance reading after the row whose lead-in and bit count it matches best;
+// a row that asks for the bit count read beats one that takes any.
+int NamePulseDistance(const std::vector<int>& r, bool leadIn, double mark, std::size_t bits) {
+    int named = kProtoNec;
+    double best = std::numeric_limits<double>::infinity();
+    bool specific = false;
+    for (const ProtocolPreset& p : kProtocolPresets) {
+        if (p.family != kProtoNec || (p.bits != 0 && static_cast<std::size_t>(p.bits) != bits)) continue;
+        const auto [leadMark, leadSpace] = LeadCells(p);
+        if ((leadMark > 1) != leadIn) continue;
+        const double d = leadIn ? std::abs(std::log(r[0] / mark / leadMark)) + std::abs(std::log(r[1] / mark / leadSpace)) : 0;
+        if (d < best - 0.05 || (d < best + 0.05 && p.bits != 0 && !specific)) best = d, named = p.index, specific = p.bits != 0;
+    }
+    return named;
+}
+
 bool HasLeadIn(const std::vector<int>& runs, double shortRun) {
     return runs.size() >= 3 && runs[0] >= kLeadMarkUnits * shortRun;
 }
 
 FrameReading ReadBehindLeadIn(const std::vector<int>& runs, double shortRun) {
     if (!HasLeadIn(runs, shortRun)) return {};
-    FrameReading f = runs[1] >= kLeadSpaceUnits * shortRun ? PulseDistance(runs, 2) : PulseWidth(runs, 1);
+    // RC6's leader space is a SONY bit's length: a frame that keeps to RC6's edges closely is RC6.
+    FrameReading f = Rc6(runs);
+    if (f.ok && f.doubt <= kRc6Closely * static_cast<double>(runs.size())) return f.leadIn = true, f;
+    const FrameReading rc6 = f;
+    f = runs[1] >= kLeadSpaceUnits * shortRun ? PulseDistance(runs, 2) : PulseWidth(runs, 1);
+    if (!f.ok) f = rc6;
     f.leadIn = f.ok;
     return f;
 }
@@ -337,8 +455,18 @@ bool UsualLength(int protocol, std::size_t bits) {
     switch (protocol) {
     case kProtoNec: return bits == 32 || bits == 16 || bits == 48 || bits == 42;
     case kProtoSony: return bits == 12 || bits == 15 || bits == 20;
-    default: return bits == kRc5Halves / 2;
+    case kProtoRc6A: return UsualRc6Length(6, bits);
+    default: return static_cast<std::size_t>(PresetFor(protocol).bits) == bits;
     }
+}
+
+// The reading under its protocol's own name; Sharp's inverted second frame reads as the first.
+void Name(FrameReading& f, const std::vector<int>& r) {
+    if (!f.ok || f.repeat || f.protocol != kProtoNec) return;
+    std::vector<double> marks;
+    for (std::size_t i = f.leadIn ? 2 : 0; i < r.size(); i += 2) marks.push_back(r[i]);
+    f.protocol = NamePulseDistance(r, f.leadIn, Median(marks), f.bits.size());
+    f.bits = NormalisedCode(f.bits, f.protocol);
 }
 
 } // namespace
@@ -396,6 +524,7 @@ TimingReading ReadTiming(const CapturedRuns& runs) {
         const BiPhaseScale scale = BiPhaseScaleOf(pooled);
         for (std::size_t i = 0; i < runs.frames.size(); ++i) read[i] = ReadWithoutLeadIn(runs.frames[i].runs, scale);
     }
+    for (std::size_t i = 0; i < runs.frames.size(); ++i) Name(read[i], runs.frames[i].runs);
     for (bool wholeOnly : {true, false}) {
         std::map<std::pair<int, std::string>, Seen> seen;
         for (std::size_t i = 0; i < runs.frames.size(); ++i) {

@@ -3,6 +3,7 @@
 #include "ir/decoder.h"
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
+#include "ir/scancode.h"
 
 #include <gtest/gtest.h>
 
@@ -30,13 +31,7 @@ ProtocolHeader Preset(int protocol, int repeat = -1, int grepeat = -1) {
     return h;
 }
 
-// Samsung style: a lead-in of 8 units of carrier and 8 of silence, 560 us units.
-ProtocolHeader Samsung() {
-    ProtocolHeader h = Preset(kProtoNec);
-    h.bitg = std::string(8, '1') + std::string(8, '0');
-    h.sendpls = 560;
-    return h;
-}
+ProtocolHeader Samsung() { return Preset(kProtoSamsung); }
 
 TEST(Decoder, CasesTheRunAnalysisGetsWrong) {
     // Name, header, code, jitter, seed, what the run analysis alone reads, the reading taken.
@@ -87,6 +82,52 @@ TEST(Decoder, GoldenRecordingsAtSeveralJitters) {
             EXPECT_EQ(DecodeCapture(capture).signal.code, code);
             EXPECT_EQ(DecodeMonitorFrame(capture).frame, code.substr(1));
         }
+}
+
+// Each protocol of the list, sent by the encoder and read back by name, with the kernel's
+// scancode; a second press flips RC5's, RC6's and MCE's toggle; a held Sharp key alternates
+// with its inverted frame and still reads as the first.
+TEST(Decoder, EveryProtocolRoundTripsByName) {
+    const std::tuple<int, std::string, std::string> kinds[] = {
+        {kProtoNec, "G00100000110111110001000011101111", "nec:0x408"},
+        {kProtoNec, "G00100000110111100001000011101111", "necx:0x47b08"},
+        {kProtoSamsung, "G11100000111000000100000010111111", "necx:0x70702"},
+        {kProtoJvc, "G1110000011110000", "jvc:0x70f"},
+        {kProtoKaseikyo, "G010000000000010000000001000000001011110010111101", "kaseikyo:0x22080003dbd"},
+        {kProtoSharp, "G100001101010010", "sharp:0x12b"},
+        {kProtoRc6, "G0000000000001100", "rc6_0:0xc"},
+        {kProtoRc6A, "G10000000000011110000010000001101", "rc6_mce:0x800f040d"},
+        {kProtoRc6A, "G10101010101010101010", "rc6_6a_20:0xaaaaa"},
+        {kProtoSony, "G10111010010001101011", "sony20:0x4d65d"},
+        {kProtoRc5, "G11010110001101", "rc5:0x160d"},
+    };
+    for (const auto& [protocol, sent, scancode] : kinds)
+        for (double jitter : {0.0, 0.15, 0.3})
+            for (bool secondPress : {false, true}) {
+                SCOPED_TRACE(std::string(PresetFor(protocol).name) + " " + sent + " at " + std::to_string(jitter));
+                std::string code = sent;
+                bool toggle = secondPress;
+                ProtocolHeader h = Preset(protocol);
+                std::vector<PulseRun> runs = CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls);
+                unsigned seed = 7;
+                for (PulseRun& r : runs) {
+                    seed = seed * 1103515245u + 12345u;
+                    r.us *= 1 - jitter + 2 * jitter * ((seed >> 8) & 0xFFFF) / 65535.0;
+                }
+                const std::vector<std::uint8_t> capture = SampleRuns(runs, 55);
+                const DecodedRecording d = DecodeCapture(capture);
+                EXPECT_EQ(d.signal.protocol, protocol);
+                EXPECT_EQ(d.signal.code, code);
+                const bool toggled = protocol == kProtoRc5 || (protocol == kProtoRc6A && sent.size() == 33);
+                EXPECT_EQ(NormalisedCode(code, protocol) != code, toggled && !secondPress);
+                EXPECT_EQ(NormalisedCode(code, protocol), NormalisedCode(sent, protocol));
+                EXPECT_EQ(ScancodeText(d.signal.protocol, d.signal.code), scancode);
+                const DecodedFrame f = DecodeMonitorFrame(capture);
+                EXPECT_EQ(f.protocol, protocol);
+                EXPECT_EQ(f.frame, code.substr(1));
+                EXPECT_EQ(LookupKey("[General]\r\n\r\n[Remote]\r\n" + NormalisedCode(sent, protocol) + ",Key\r\n", f),
+                          "Remote&Key");
+            }
 }
 
 // Keys learned before the timing reading hold what the run analysis read.

@@ -3,9 +3,14 @@
 #include "ir/decoder.h"
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
+#include "ir/scancode.h"
+#include "config/config_text.h"
+#include "core/text.h"
 #include "lirc_import.h"
 
+#include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -26,8 +31,9 @@ struct BadInput {
 };
 
 const char* kUsage = "quenix-ir: usage: quenix-ir decode [--period US] [--packed] [FILE|-] | quenix-ir encode "
-                     "--protocol NEC|SONY|RC5|CUSTOM [--sendpls US] [--bitg CELLS] [--bit0 CELLS] [--bit1 CELLS] "
-                     "[--repeat N] [--grepeat N] --code CODE [--format cells|packed|mode2]\n";
+                     "--protocol NAME [--sendpls US] [--bitg CELLS] [--bit0 CELLS] [--bit1 CELLS] "
+                     "[--repeat N] [--grepeat N] --code CODE [--format cells|packed|mode2] | quenix-ir encode "
+                     "--config FILE --device NAME --command KEY [--format cells|packed|mode2]\n";
 
 int ParseInt(const std::string& option, const std::string& text, int low, int high) {
     std::size_t used = 0;
@@ -97,6 +103,39 @@ std::string ProtocolName(int protocol) {
     return protocol == kProtoUnknown ? "UNK" : std::string(PresetFor(protocol).name);
 }
 
+// A device's header and a command's code, read from a configuration file as the program reads
+// them: the section runs from its "[name]" line to the next "[".
+struct StoredCommand {
+    ProtocolHeader header;
+    std::string code;
+};
+
+StoredCommand ReadStoredCommand(const std::string& file, const std::string& device, const std::string& command) {
+    const std::string text = ReadAll(file);
+    const int at = FindText("[" + device + "]", text, 1);
+    if (at == 0) throw BadInput{"no device " + device + " in " + file};
+    const std::size_t end = std::min(text.find('[', static_cast<std::size_t>(at)), text.size());
+    std::istringstream lines(text.substr(static_cast<std::size_t>(at), end - static_cast<std::size_t>(at)));
+    StoredCommand s;
+    ProtocolHeader& h = s.header;
+    const std::pair<const char*, int*> numbers[] = {
+        {"gproto=", &h.gproto}, {"sendpls=", &h.sendpls}, {"repeat=", &h.repeat}, {"grepeat=", &h.grepeat}};
+    const std::pair<const char*, std::string*> patterns[] = {{"bitg=", &h.bitg}, {"bit0=", &h.bit0}, {"bit1=", &h.bit1}};
+    for (std::string line; std::getline(lines, line);) {
+        line = Trim(line);
+        const std::string lower = ToLower(line);
+        for (const auto& [key, value] : numbers)
+            if (lower.rfind(key, 0) == 0) *value = LeadingInt16(line.substr(std::strlen(key)));
+        for (const auto& [key, value] : patterns)
+            if (lower.rfind(key, 0) == 0) *value = Trim(line.substr(std::strlen(key)));
+        const std::size_t comma = line.find(',');
+        if (comma != std::string::npos && ToLower(Trim(line.substr(comma + 1))) == ToLower(Trim(command)))
+            s.code = Trim(line.substr(0, comma));
+    }
+    if (s.code.empty()) throw BadInput{"no command " + command + " in device " + device};
+    return s;
+}
+
 int Decode(int argc, char** argv) {
     Args a = ParseArgs(argc, argv, {"--period"}, {"--packed"});
     if (a.positional.size() > 1) throw BadInput{"decode reads one file, not " + std::to_string(a.positional.size())};
@@ -130,29 +169,33 @@ int Decode(int argc, char** argv) {
               << "verdict: " << rec.status << "\n"
               << "frame: " << mon.frame << "\n"
               << "reading: " << ReadingName(decoded.reading) << "\n";
+    if (const std::string scancode = ScancodeText(rec.protocol, rec.code); !scancode.empty())
+        std::cout << "scancode: " << scancode << "\n";
     return 0;
 }
 
 int Encode(int argc, char** argv) {
     Args a = ParseArgs(argc, argv,
                        {"--protocol", "--sendpls", "--bitg", "--bit0", "--bit1", "--repeat", "--grepeat", "--code",
-                        "--format"},
+                        "--format", "--config", "--device", "--command"},
                        {});
     if (!a.positional.empty()) throw BadInput{"unexpected argument " + a.positional[0]};
-    if (!a.values.count("--protocol")) throw BadInput{"--protocol is required"};
-    if (!a.values.count("--code")) throw BadInput{"--code is required"};
-
-    std::string name = a.values["--protocol"];
-    for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    int index = -1;
-    for (const ProtocolPreset& p : kProtocolPresets) {
-        std::string upper(p.name);
-        for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-        if (upper == name) index = p.index;
+    ProtocolHeader h;
+    std::string code;
+    if (a.values.count("--config")) {
+        if (!a.values.count("--device") || !a.values.count("--command"))
+            throw BadInput{"--config needs --device and --command"};
+        StoredCommand stored = ReadStoredCommand(a.values["--config"], a.values["--device"], a.values["--command"]);
+        h = stored.header;
+        code = stored.code;
+    } else {
+        if (!a.values.count("--protocol")) throw BadInput{"--protocol is required"};
+        if (!a.values.count("--code")) throw BadInput{"--code is required"};
+        const int index = ProtocolIndex(a.values["--protocol"]);
+        if (index < 0) throw BadInput{"unknown protocol " + a.values["--protocol"]};
+        h = HeaderFromPreset(index);
+        code = a.values["--code"];
     }
-    if (index < 0) throw BadInput{"unknown protocol " + a.values["--protocol"]};
-
-    ProtocolHeader h = HeaderFromPreset(index);
     if (a.values.count("--sendpls")) h.sendpls = ParseInt("--sendpls", a.values["--sendpls"], 1, 32767);
     if (a.values.count("--repeat")) h.repeat = ParseInt("--repeat", a.values["--repeat"], 0, 32767);
     if (a.values.count("--grepeat")) h.grepeat = ParseInt("--grepeat", a.values["--grepeat"], -32768, 32767);
@@ -162,8 +205,8 @@ int Encode(int argc, char** argv) {
     std::string format = a.values.count("--format") ? a.values["--format"] : "cells";
     if (format != "cells" && format != "packed" && format != "mode2") throw BadInput{"unknown format " + format};
 
-    std::string code = a.values["--code"];
-    if (!IsValidCode(code)) throw BadInput{"not a valid code: \"" + a.values["--code"] + "\""};
+    const std::string given = code;
+    if (!IsValidCode(code)) throw BadInput{"not a valid code: \"" + given + "\""};
 
     bool toggle = false;
     std::string cells = EncodeCommand(code, h, toggle);
