@@ -76,14 +76,15 @@ TEST(QuenixIrTool, BadInputIsOneLineOnStderrAndStatusTwo) {
 // LIRC's remote database is a tree of files with notes beside them: a folder imports every remote
 // under it, names kept apart across the files.
 TEST(QuenixIrTool, LircImportOfAFolderTakesEveryRemoteUnderIt) {
-    const std::string remote = "begin remote\\n name tv\\n bits 16\\n flags SPACE_ENC\\n header 9000 4500\\n"
-                               " one 560 1690\\n zero 560 560\\n ptrail 560\\n gap 108000\\n begin codes\\n"
-                               " KEY_POWER 0x10EF\\n end codes\\nend remote\\n";
-    ShellOutput o = Shell("d=$(mktemp -d) && mkdir $d/a && printf '" + remote + "' >$d/a/lircd.conf && printf '" +
-                          remote + "' >$d/lircd.conf.tv && echo notes >$d/README && " + kTool +
+    const std::string remote = "begin remote\\n name tv\\n bits 16\\n header 9000 4500\\n one 560 1690\\n"
+                               " zero 560 560\\n ptrail 560\\n gap 108000\\n begin codes\\n KEY_POWER 0x10EF\\n"
+                               " end codes\\nend remote\\n";
+    ShellOutput o = Shell("d=$(mktemp -d) && mkdir $d/a && printf '" + remote +
+                          "' | tee $d/a/lircd.conf >$d/lircd.conf.tv && echo notes >$d/README && " + kTool +
                           " lirc-import $d; s=$?; rm -r $d; exit $s");
     EXPECT_EQ(o.status, 0);
-    EXPECT_TRUE(o.out.find("[tv_]\r\n") != std::string::npos && o.out.find("[tv__2]\r\n") != std::string::npos) << o.out;
+    EXPECT_NE(o.out.find("[tv_]\r\n"), std::string::npos) << o.out;
+    EXPECT_NE(o.out.find("[tv__2]\r\n"), std::string::npos);
 }
 
 } // namespace
