@@ -58,6 +58,7 @@ void KernelIrDevice::discard() {
     while (system_.read(fd_, sink, sizeof sink) > 0) {
     }
     partialBytes_ = 0;
+    spaceUs_ = -1;
 }
 
 bool KernelIrDevice::next(Mode2Event& event, int ms) {
@@ -87,6 +88,7 @@ bool KernelIrDevice::next(Mode2Event& event, int ms) {
 int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const CaptureRule& rule) {
     using Kind = Mode2Event::Kind;
     failed_ = false;
+    gapUs_ = -1;
     std::vector<std::uint8_t> buffer(static_cast<std::size_t>(bytes), 0);
     SampleWriter writer(buffer.data(), buffer.size(), serpulse::SamplePeriodNs(procDelay));
     bool started = false;
@@ -147,6 +149,8 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
         ++events;
         switch (e.kind) {
         case Kind::Pulse:
+            if (!started) gapUs_ = spaceUs_;
+            spaceUs_ = -1;
             if (started && lastGapUs >= kFrameGapUs) ++frames;
             if (!started) frames = 1;
             started = true;
@@ -157,6 +161,7 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
             writer.add(true, e.value);
             break;
         case Kind::Space:
+            spaceUs_ = e.value;
             if (!started) break; // the silence before a key
             writer.add(false, e.value);
             lastGapUs = e.value;
@@ -167,6 +172,7 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
             trustQuiet = answers_;
             break;
         case Kind::Timeout:
+            spaceUs_ = e.value; // at least this long; a space word may follow with all of it
             if (!started) break;
             reportedUs = e.value;
             trustQuiet = true;

@@ -74,6 +74,9 @@ public:
     bool send(const std::uint8_t* packed, int byteCount, int pulseUs);
     // Throws away every word queued so far.
     void discard();
+    // The space the device reported before the last capture's first pulse (the gap since the
+    // frame before, in full even after a timeout word); -1 when no space word came just before.
+    std::int64_t gapUs() const { return gapUs_; }
     const std::string& error() const { return error_; }
 
 private:
@@ -91,6 +94,7 @@ private:
     bool canSend_ = false;
     bool failed_ = false;
     std::string error_;
+    std::int64_t spaceUs_ = -1, gapUs_ = -1;
     std::uint8_t partial_[4] = {};
     std::size_t partialBytes_ = 0;
 };
@@ -120,6 +124,7 @@ public:
     bool Ready() override;
     bool CanSend() override { return device_ && device_->canSend(); }
     void Discard() override;
+    std::int64_t LastGapUs() const override { return device_ ? device_->gapUs() : -1; }
     std::string error() const override { return error_; }
 
 private:

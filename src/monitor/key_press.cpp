@@ -21,9 +21,10 @@ bool Contains(std::string_view text, std::string_view word) { return text.find(w
 } // namespace
 
 KeyPress::Step KeyPress::Frame(const std::string& key, std::string_view frame, std::int64_t nowMs,
-                               std::int64_t holdGapMs) {
+                               std::int64_t holdGapMs, std::int64_t gapMs) {
     Step s;
-    if (!key_.empty() && key == key_ && frame == frame_ && nowMs - lastMs_ <= holdGapMs) {
+    if (gapMs < 0) gapMs = nowMs - lastMs_;
+    if (!key_.empty() && key == key_ && frame == frame_ && gapMs <= holdGapMs) {
         repeat_ = repeat_ < 255 ? repeat_ + 1 : repeat_; // lircd's field has two hex digits
         s.continues = true;
     } else {
@@ -38,12 +39,13 @@ KeyPress::Step KeyPress::Frame(const std::string& key, std::string_view frame, s
     return s;
 }
 
-bool KeyPress::Burst(std::int64_t nowMs, std::int64_t holdGapMs, Step& step) {
-    if (key_.empty() || nowMs - lastMs_ > holdGapMs) {
+bool KeyPress::Burst(std::int64_t nowMs, std::int64_t holdGapMs, Step& step, std::int64_t gapMs) {
+    if (gapMs < 0) gapMs = nowMs - lastMs_;
+    if (key_.empty() || gapMs > holdGapMs) {
         key_.clear();
         return false;
     }
-    step = Frame(key_, frame_, nowMs, holdGapMs);
+    step = Frame(key_, frame_, nowMs, holdGapMs, gapMs);
     return true;
 }
 

@@ -22,10 +22,13 @@ public:
     };
 
     // A decoded frame and the key it stands for ("UNKNOWN" too), at nowMs; holdGapMs is the
-    // longest gap between two frames of one held key.
-    Step Frame(const std::string& key, std::string_view frame, std::int64_t nowMs, std::int64_t holdGapMs);
+    // longest gap between two frames of one held key. gapMs is the silence before the frame as
+    // the signal tells it, when the receiver knows; otherwise the time since the last frame
+    // counts.
+    Step Frame(const std::string& key, std::string_view frame, std::int64_t nowMs, std::int64_t holdGapMs,
+               std::int64_t gapMs = -1);
     // A repeat burst that carries no code: it continues the press under way, if any.
-    bool Burst(std::int64_t nowMs, std::int64_t holdGapMs, Step& step);
+    bool Burst(std::int64_t nowMs, std::int64_t holdGapMs, Step& step, std::int64_t gapMs = -1);
     // The receiver heard nothing until nowMs (the pause after a key): the next frame's gap
     // counts from here.
     void Deaf(std::int64_t untilMs) { lastMs_ = untilMs; }

@@ -247,9 +247,13 @@ void MonitorEngine::OnIRMonTimer() {
     if (*result == 0) return;
     const std::int64_t now = ctx_.clock.nowMs();
     const bool frameByFrame = FrameByFrame();
+    // The signal's own gap tells a held key from a new press even when frames waited for an
+    // action to finish.
+    const std::int64_t gapUs = library_.LastGapUs();
+    const std::int64_t gapMs = gapUs < 0 ? -1 : gapUs / 1000;
     KeyPress::Step step;
     if (frameByFrame && IsNecRepeatBurst(buffer, procDelay)) {
-        if (press_.Burst(now, HoldGapMs(kProtoNec), step)) Received(press_.key(), step);
+        if (press_.Burst(now, HoldGapMs(kProtoNec), step, gapMs)) Received(press_.key(), step);
         return;
     }
     // A kernel device hands over whole frames, however short; the sampler's first bytes may
@@ -269,7 +273,7 @@ void MonitorEngine::OnIRMonTimer() {
     // pause after it, which the capture starts with.
     const std::string key = LookupKey(ctx_.config.text(), f);
     Call(hooks_.frameDecoded, f, key);
-    Received(key, press_.Frame(key, f.frame, frameByFrame ? now : started, HoldGapMs(f.protocol)));
+    Received(key, press_.Frame(key, f.frame, frameByFrame ? now : started, HoldGapMs(f.protocol), gapMs));
     if (!frameByFrame) {
         ctx_.clock.sleep(kKeyPauseMs);
         press_.Deaf(ctx_.clock.nowMs());

@@ -101,6 +101,8 @@ TEST(HeldKeys, OnePressOneActionAndAHeldKeyCountsItsFrames) {
         {"SONY's shortest tap: three frames", [&](FifoRig& r) { r.Press(sonyCh, 3, 45); }, {next}, {0, 1, 2}},
         {"SONY held for ten frames", [&](FifoRig& r) { r.Press(sonyCh, 10, 45); }, {next},
          {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}},
+        {"SONY frames read late, after a slow action: the signal's gaps tell",
+         [&](FifoRig& r) { r.Press(sonyCh, 4, 400); }, {next}, {0, 1, 2, 3}},
         {"NEC frame and repeat bursts", [&](FifoRig& r) { r.Press(necCh, 6, 108, kNecBurst); }, {next},
          {0, 1, 2, 3, 4, 5}},
         {"SONY pressed twice", [&](FifoRig& r) { r.Press(sonyCh, 3, 45), r.Press(sonyCh, 3, 45); }, {next, next},
