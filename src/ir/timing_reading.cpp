@@ -347,10 +347,11 @@ FrameReading Rc6(const std::vector<int>& r) {
     const std::size_t n = r.size() - 2;
     const int width = 3 * static_cast<int>(n) + 1;
     double unit = (r[0] + r[1]) / 8.0;
+    double stretch = 0; // added to marks and taken from spaces, as a slow receiver does
     std::vector<double> cost;
     std::vector<int> step;
     int end = -1;
-    for (int pass = 0; pass < 2; ++pass) {
+    for (int pass = 0; pass < 3; ++pass) {
         cost.assign((n + 1) * static_cast<std::size_t>(width), kNone);
         step.assign(cost.size(), 0);
         cost[0] = 0;
@@ -362,7 +363,7 @@ FrameReading Rc6(const std::vector<int>& r) {
                     if (Rc6Edge(p + len) == Edge::Never) continue;
                     if (len > 1 && Rc6Edge(p + 1) == Edge::Required) break;
                     if (len > 2 && Rc6Edge(p + 2) == Edge::Required) break;
-                    const double d = r[i + 2] / (unit * len) - 1;
+                    const double d = (r[i + 2] - (i % 2 == 0 ? stretch : -stretch)) / (unit * len) - 1;
                     if (std::abs(d) > kRc6MaxDeviation) continue;
                     const std::size_t to = (i + 1) * width + static_cast<std::size_t>(p + len);
                     if (base + d * d < cost[to]) cost[to] = base + d * d, step[to] = len;
@@ -379,9 +380,19 @@ FrameReading Rc6(const std::vector<int>& r) {
             if (c < best) best = c, end = q;
         }
         if (end < 0) return f;
-        double sum = 0;
-        for (std::size_t i = 2; i < r.size(); ++i) sum += r[i];
-        unit = sum / end;
+        // Least squares of run = unit * length +- stretch over the lengths just laid.
+        double ll = 0, ls = 0, xl = 0, xs = 0;
+        for (std::size_t i = n, q = static_cast<std::size_t>(end); i > 0; --i) {
+            const int len = step[i * width + q];
+            const double sign = (i - 1) % 2 == 0 ? 1 : -1;
+            ll += len * len, ls += len * sign, xl += r[i + 1] * len, xs += r[i + 1] * sign;
+            q -= static_cast<std::size_t>(len);
+        }
+        const double det = ll * static_cast<double>(n) - ls * ls;
+        if (det <= 0) break;
+        unit = (xl * static_cast<double>(n) - ls * xs) / det;
+        stretch = std::clamp((ll * xs - ls * xl) / det, -0.4 * unit, 0.4 * unit);
+        if (unit <= 0) return f;
     }
     std::string levels(static_cast<std::size_t>(end) + 1, '0');
     for (std::size_t i = n, q = static_cast<std::size_t>(end); i > 0; --i) {
@@ -419,8 +430,11 @@ int NamePulseDistance(const std::vector<int>& r, bool leadIn, double mark, std::
         if (p.family != kProtoNec || (p.bits != 0 && static_cast<std::size_t>(p.bits) != bits)) continue;
         const auto [leadMark, leadSpace] = LeadCells(p);
         if ((leadMark > 1) != leadIn) continue;
-        const double d = leadIn ? std::abs(std::log(r[0] / mark / leadMark)) + std::abs(std::log(r[1] / mark / leadSpace)) : 0;
-        if (d < best - 0.05 || (d < best + 0.05 && p.bits != 0 && !specific)) best = d, named = p.index, specific = p.bits != 0;
+        // Relative deviation: with jitter +-j, 8 units reach 8 (1 + j) and 16 come down to 16 (1 - j),
+        // and the two meet where the deviations are equal.
+        const double d = leadIn ? std::abs(r[0] / mark / leadMark - 1) + std::abs(r[1] / mark / leadSpace - 1) : 0;
+        if (d < best - 1e-9 || (d <= best + 1e-9 && p.bits != 0 && !specific))
+            best = d, named = p.index, specific = p.bits != 0;
     }
     return named;
 }
