@@ -139,10 +139,9 @@ std::string CommandExecutor::Infrared(const std::string& device, const std::stri
         const std::string protocol = ToLower(Trim(view_.text("ProtocolName")));
         code = Trim(view_.text("CodeStr"));
         if (protocol.empty() || code.empty()) return kRecordedIncomplete;
-        int index = -1;
-        for (int p : {kProtoNec, kProtoSony, kProtoRc5})
-            if (protocol == ToLower(PresetFor(p).name)) index = p;
-        if (index < 0) return kRecordedUnknown;
+        // Any protocol the recorder names; "Custom" is never a recognised one.
+        const int index = ProtocolIndex(protocol);
+        if (index < 0 || index == kProtoCustom) return kRecordedUnknown;
         header = HeaderFromPreset(index);
         int measured = LeadingInt16(view_.text("SendPulse"));
         if (measured > 0) header.sendpls = measured;

@@ -225,10 +225,13 @@ bool IsNecRepeatBurst(const std::vector<std::uint8_t>& capture, int procDelay) {
 bool IsWholeFrame(const DecodedFrame& f) {
     std::size_t bits = 0;
     for (char c : f.frame) bits += c == '0' || c == '1';
-    switch (f.protocol) {
+    const ProtocolPreset* p = FindPreset(f.protocol);
+    if (!p || p->index == kProtoCustom) return false;
+    if (p->bits > 0) return bits == static_cast<std::size_t>(p->bits) || (p->index == kProtoRc5 && bits == 13);
+    switch (p->index) {
     case kProtoNec: return bits == 32 || bits == 16 || bits == 42 || bits == 48;
     case kProtoSony: return bits == 12 || bits == 15 || bits == 20;
-    case kProtoRc5: return bits == 14 || bits == 13;
+    case kProtoRc6A: return bits == 20 || bits == 24 || bits == 32;
     default: return false;
     }
 }

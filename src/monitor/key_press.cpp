@@ -9,11 +9,7 @@ namespace quenix {
 
 namespace {
 
-// Frame periods (start to start) of a held key, and what a receiver's delivery may add.
-constexpr std::int64_t kNecPeriodMs = 108;
-constexpr std::int64_t kSonyPeriodMs = 45;
-constexpr std::int64_t kRc5PeriodMs = 114;
-constexpr std::int64_t kOtherPeriodMs = 150;
+// What a receiver's delivery may add to a frame period.
 constexpr std::int64_t kGapMarginMs = 60;
 
 bool Contains(std::string_view text, std::string_view word) { return text.find(word) != std::string_view::npos; }
@@ -50,11 +46,18 @@ bool KeyPress::Burst(std::int64_t nowMs, std::int64_t holdGapMs, Step& step, std
 }
 
 std::int64_t HoldGapMs(int protocol) {
+    // Frame periods (start to start) of a held key.
     switch (protocol) {
-    case kProtoNec: return kNecPeriodMs + kGapMarginMs;
-    case kProtoSony: return kSonyPeriodMs + kGapMarginMs;
-    case kProtoRc5: return kRc5PeriodMs + kGapMarginMs;
-    default: return kOtherPeriodMs + kGapMarginMs;
+    case kProtoNec:
+    case kProtoSamsung: return 108 + kGapMarginMs;
+    case kProtoSony: return 45 + kGapMarginMs;
+    case kProtoRc5:
+    case kProtoRc6:
+    case kProtoRc6A: return 114 + kGapMarginMs;
+    case kProtoJvc: return 60 + kGapMarginMs;
+    case kProtoKaseikyo: return 130 + kGapMarginMs;
+    case kProtoSharp: return 90 + kGapMarginMs; // a frame and its inverse, then the pair again
+    default: return 150 + kGapMarginMs;
     }
 }
 
