@@ -45,7 +45,7 @@ std::string KernelScancode(int protocol, std::string_view code) {
         const unsigned a = LsbFirst(code, 0, 8), na = LsbFirst(code, 8, 8);
         const unsigned c = LsbFirst(code, 16, 8), nc = LsbFirst(code, 24, 8);
         if ((c ^ nc) != 0xFF) return Hex(na << 24 | a << 16 | nc << 8 | c, 8); // 32-bit NEC
-        if ((a ^ na) != 0xFF) return Hex(a << 16 | na << 8 | c, 6);           // extended NEC
+        if ((a ^ na) != 0xFF) return Hex(a << 16 | na << 8 | c, 6);            // extended NEC
         return Hex(a << 8 | c, 4);
     }
     if (protocol == kProtoSony && (n == 12 || n == 15 || n == 20)) {

@@ -95,10 +95,14 @@ private:
         for (int i = 0; i < 4; ++i) {
             const char c = s_[at_++];
             out <<= 4;
-            if (c >= '0' && c <= '9') out |= static_cast<unsigned>(c - '0');
-            else if (c >= 'a' && c <= 'f') out |= static_cast<unsigned>(c - 'a' + 10);
-            else if (c >= 'A' && c <= 'F') out |= static_cast<unsigned>(c - 'A' + 10);
-            else return false;
+            if (c >= '0' && c <= '9')
+                out |= static_cast<unsigned>(c - '0');
+            else if (c >= 'a' && c <= 'f')
+                out |= static_cast<unsigned>(c - 'a' + 10);
+            else if (c >= 'A' && c <= 'F')
+                out |= static_cast<unsigned>(c - 'A' + 10);
+            else
+                return false;
         }
         return true;
     }
@@ -115,7 +119,9 @@ private:
             if (at_ >= s_.size()) return false;
             const char e = s_[at_++];
             switch (e) {
-            case '"': case '\\': case '/': out += e; break;
+            case '"':
+            case '\\':
+            case '/': out += e; break;
             case 'b': out += '\b'; break;
             case 'f': out += '\f'; break;
             case 'n': out += '\n'; break;

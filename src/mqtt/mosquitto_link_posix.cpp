@@ -36,9 +36,10 @@ struct MosquittoCallbacks {
     }
     static void Message(mosquitto*, void* self, const mosquitto_message* m) {
         std::string topic = m->topic ? m->topic : "";
-        std::string payload(static_cast<const char*>(m->payload), m->payload ? static_cast<std::size_t>(m->payloadlen) : 0);
-        static_cast<MosquittoLink*>(self)->Deliver(
-            [topic = std::move(topic), payload = std::move(payload)](MqttLink::Events& e) { e.message(topic, payload); });
+        std::string payload(static_cast<const char*>(m->payload),
+                            m->payload ? static_cast<std::size_t>(m->payloadlen) : 0);
+        static_cast<MosquittoLink*>(self)->Deliver([topic = std::move(topic), payload = std::move(payload)](
+                                                       MqttLink::Events& e) { e.message(topic, payload); });
     }
 };
 
@@ -74,7 +75,8 @@ void MosquittoLink::Start(const Options& options, Events events) {
     mosquitto_threaded_set(mosq_, true);
     mosquitto_int_option(mosq_, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V311);
     if (!options.user.empty())
-        mosquitto_username_pw_set(mosq_, options.user.c_str(), options.password.empty() ? nullptr : options.password.c_str());
+        mosquitto_username_pw_set(mosq_, options.user.c_str(),
+                                  options.password.empty() ? nullptr : options.password.c_str());
     const MqttMessage& w = options.will;
     mosquitto_will_set(mosq_, w.topic.c_str(), static_cast<int>(w.payload.size()), w.payload.data(), w.qos, w.retain);
     if (options.broker.tls) // the system's certificate authorities, and the host name checked
@@ -117,10 +119,14 @@ void MosquittoLink::Run() {
         }
         if (Stopping()) break;
         const bool wasUp = up_.exchange(false);
-        if (refused_) why = refusal_;
-        else if (rc == MOSQ_ERR_ERRNO) why = std::strerror(errno);
-        else if (rc == MOSQ_ERR_CONN_LOST || rc == MOSQ_ERR_NO_CONN) why = "the connection was lost";
-        else why = mosquitto_strerror(rc);
+        if (refused_)
+            why = refusal_;
+        else if (rc == MOSQ_ERR_ERRNO)
+            why = std::strerror(errno);
+        else if (rc == MOSQ_ERR_CONN_LOST || rc == MOSQ_ERR_NO_CONN)
+            why = "the connection was lost";
+        else
+            why = mosquitto_strerror(rc);
         const bool refused = refused_;
         Deliver([why, refused](Events& e) { e.disconnected(why, refused); });
         if (wasUp) backoff.reset();

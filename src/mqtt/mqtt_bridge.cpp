@@ -141,7 +141,8 @@ std::string MqttBridge::HandleSend(const std::string& payload) {
         return Outcome({false, "The request is larger than " + std::to_string(kMaxRequest / 1024) + " KiB."}, nullptr);
     const auto request = ParseJson(payload);
     if (!request) return Outcome({false, "The request is not JSON."}, nullptr);
-    if (request->type != JsonValue::Type::Object) return Outcome({false, "The request must be a JSON object."}, nullptr);
+    if (request->type != JsonValue::Type::Object)
+        return Outcome({false, "The request must be a JSON object."}, nullptr);
     const JsonValue* id = request->find("id");
     const JsonValue* device = request->find("device");
     const JsonValue* command = request->find("command");
@@ -168,8 +169,8 @@ std::string MqttBridge::HandleSend(const std::string& payload) {
             t.push_back(static_cast<int>(us));
         }
         long modulation = 38000, repeat = 0;
-        if (const JsonValue* m = request->find("modulation"); m && m->type != JsonValue::Type::Null &&
-                                                              !Integer(m, 0, 1000000, modulation))
+        if (const JsonValue* m = request->find("modulation");
+            m && m->type != JsonValue::Type::Null && !Integer(m, 0, 1000000, modulation))
             return fail("\"modulation\" must be a frequency in hertz.");
         if (const JsonValue* r = request->find("repeat_count"); r && !Integer(r, 0, 1000, repeat))
             return fail("\"repeat_count\" must be a whole number.");
@@ -219,10 +220,10 @@ std::vector<std::pair<std::string, std::string>> MqttBridge::DiscoveryMessages()
     if (settings_.discoveryPrefix.empty()) return out;
     const std::string node = NodeId(), device = DeviceJson(), prefix = settings_.discoveryPrefix;
     const std::string availability = ",\"availability_topic\":" + JsonString(base_ + "/status");
-    out.emplace_back(prefix + "/infrared/" + node + "/emitter/config",
-                     "{\"name\":\"Infrared emitter\",\"schema\":\"emitter\",\"command_topic\":" +
-                         JsonString(base_ + "/send") + ",\"unique_id\":" + JsonString(node + "_emitter") +
-                         availability + ",\"qos\":1,\"device\":" + device + "}");
+    out.emplace_back(
+        prefix + "/infrared/" + node + "/emitter/config",
+        "{\"name\":\"Infrared emitter\",\"schema\":\"emitter\",\"command_topic\":" + JsonString(base_ + "/send") +
+            ",\"unique_id\":" + JsonString(node + "_emitter") + availability + ",\"qos\":1,\"device\":" + device + "}");
     out.emplace_back(prefix + "/infrared/" + node + "/receiver/config",
                      "{\"name\":\"Infrared receiver\",\"schema\":\"receiver\",\"state_topic\":" +
                          JsonString(base_ + "/ir/received") + ",\"unique_id\":" + JsonString(node + "_receiver") +

@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <utility>
 #include <string>
+#include <utility>
 
 namespace quenix {
 

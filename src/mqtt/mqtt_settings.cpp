@@ -81,20 +81,27 @@ MqttSettings ReadMqttSettings(std::string_view text) {
         if (eq == std::string_view::npos || line.front() == '#') continue;
         const std::string key = ToLower(Trim(std::string(line.substr(0, eq))));
         const std::string value(line.substr(eq + 1));
-        if (key == "enabled") s.enabled = Trim(value) == "1";
-        else if (key == "url") s.url = Trim(value);
-        else if (key == "user") s.user = value;
-        else if (key == "password") s.password = value;
-        else if (key == "topic") s.baseTopic = Trim(value);
-        else if (key == "discovery") s.discoveryPrefix = Trim(value);
+        if (key == "enabled")
+            s.enabled = Trim(value) == "1";
+        else if (key == "url")
+            s.url = Trim(value);
+        else if (key == "user")
+            s.user = value;
+        else if (key == "password")
+            s.password = value;
+        else if (key == "topic")
+            s.baseTopic = Trim(value);
+        else if (key == "discovery")
+            s.discoveryPrefix = Trim(value);
     }
     return s;
 }
 
 std::string WriteMqttSettings(const MqttSettings& s) {
     return "# MQTT link of Quenix Remote Manager\n"
-           "ENABLED=" + std::string(s.enabled ? "1" : "0") + "\nURL=" + s.url + "\nUSER=" + s.user +
-           "\nPASSWORD=" + s.password + "\nTOPIC=" + s.baseTopic + "\nDISCOVERY=" + s.discoveryPrefix + "\n";
+           "ENABLED=" +
+           std::string(s.enabled ? "1" : "0") + "\nURL=" + s.url + "\nUSER=" + s.user + "\nPASSWORD=" + s.password +
+           "\nTOPIC=" + s.baseTopic + "\nDISCOVERY=" + s.discoveryPrefix + "\n";
 }
 
 void ApplyMqttEnvironment(MqttSettings& s, const char* url, const char* topic) {

@@ -16,7 +16,7 @@ struct MqttSettings {
     std::string url = "mqtt://localhost:1883";
     std::string user;
     std::string password;
-    std::string baseTopic;                       // empty: quenix/<host name>
+    std::string baseTopic;                         // empty: quenix/<host name>
     std::string discoveryPrefix = "homeassistant"; // empty: no discovery messages
 };
 

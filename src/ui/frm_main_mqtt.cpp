@@ -14,9 +14,11 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSaveFile>
+#include <QStatusBar>
 #include <QSysInfo>
 #include <QTimer>
 
@@ -53,7 +55,8 @@ SendOutcome SendCells(Context& ctx, CaptureLibrary& library, std::string cells, 
     if (!ctx.settings().irOutEna) return {false, kIrOutputDisabled};
     cells.append((8 - cells.size() % 8) % 8, '0');
     const std::vector<std::uint8_t> packed = PackCells(cells);
-    if (!library.IRSend(packed.data(), static_cast<int>(packed.size()), pulseUs, ctx.txdOutput)) return {false, kIrSendError};
+    if (!library.IRSend(packed.data(), static_cast<int>(packed.size()), pulseUs, ctx.txdOutput))
+        return {false, kIrSendError};
     return {true, std::move(done)};
 }
 
@@ -66,17 +69,16 @@ void FrmMain::wireMqtt(Io io) {
     QMenu* settingsMenu = menuBar()->findChild<QMenu*>("SettingsMenu");
     QAction* item = settingsMenu->addAction("MQ&TT...");
     item->setObjectName("MqttMenu");
-    const char* url = std::getenv("QUENIX_MQTT_URL");
-    const char* topic = std::getenv("QUENIX_MQTT_TOPIC");
+    auto variable = [](const char* name) { return std::string(std::getenv(name) ? std::getenv(name) : ""); };
+    const std::string url = variable("QUENIX_MQTT_URL"), topic = variable("QUENIX_MQTT_TOPIC");
     auto effective = [this, url, topic] {
         MqttSettings s = LoadSettings(ctx_);
-        ApplyMqttEnvironment(s, url, topic);
+        ApplyMqttEnvironment(s, url.c_str(), topic.c_str());
         return s;
     };
 
-    mqttLink_ = MakeBrokerLink([this](std::function<void()> call) {
-        QMetaObject::invokeMethod(this, std::move(call), Qt::QueuedConnection);
-    });
+    mqttLink_ = MakeBrokerLink(
+        [this](std::function<void()> call) { QMetaObject::invokeMethod(this, std::move(call), Qt::QueuedConnection); });
     if (!mqttLink_ || !monitor_ || !io.library) {
         connect(item, &QAction::triggered, this, [this] { view_.setStatus("MQTT is not available in this build."); });
         return;
@@ -109,11 +111,16 @@ void FrmMain::wireMqtt(Io io) {
         return SendCells(ctx_, *library, std::move(cells), kTimingCellUs,
                          "Timings executed (" + std::to_string(timings.size()) + " runs).");
     };
-    backend.status = [this](const std::string& text) { view_.setStatus(text); };
+    // The link's state lasts, so it stands beside the passing messages, where start-up's own
+    // texts do not wipe it out.
+    auto* note = new QLabel(statusBar());
+    note->setObjectName("MqttNote");
+    statusBar()->addPermanentWidget(note);
+    backend.status = [note](const std::string& text) { note->setText(QString::fromStdString(text)); };
     const std::string version =
         std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." + std::to_string(kVersionRevision);
-    mqttBridge_ = std::make_unique<MqttBridge>(*mqttLink_, std::move(backend),
-                                               MqttBridge::Identity{QSysInfo::machineHostName().toStdString(), version});
+    mqttBridge_ = std::make_unique<MqttBridge>(
+        *mqttLink_, std::move(backend), MqttBridge::Identity{QSysInfo::machineHostName().toStdString(), version});
     MqttBridge* bridge = mqttBridge_.get();
 
     auto previousKey = monitor_->hooks().keyRecognised;
@@ -163,12 +170,12 @@ void FrmMain::wireMqtt(Io io) {
     });
     connect(qApp, &QCoreApplication::aboutToQuit, this, [bridge] { bridge->Stop(); });
 
-    connect(item, &QAction::triggered, this, [this, bridge, url, topic, effective] {
+    connect(item, &QAction::triggered, this, [this, bridge, note, url, topic, effective] {
         MqttSettings s = LoadSettings(ctx_);
-        QString note;
-        if ((url && *url) || (topic && *topic))
-            note = "QUENIX_MQTT_URL or QUENIX_MQTT_TOPIC is set: it overrides what is stored here.";
-        if (!ShowMqttForm(s, note, this)) return;
+        QString overridden;
+        if (!url.empty() || !topic.empty())
+            overridden = "QUENIX_MQTT_URL or QUENIX_MQTT_TOPIC is set: it overrides what is stored here.";
+        if (!ShowMqttForm(s, overridden, this)) return;
         if (!SaveSettings(ctx_, s)) {
             view_.setStatus("MQTT: the settings could not be written to " + SettingsPath(ctx_) + ".");
             return;
@@ -176,7 +183,7 @@ void FrmMain::wireMqtt(Io io) {
         bridge->SetKeys(LearnedKeys(ctx_.config.text()));
         const MqttSettings now = effective();
         bridge->Start(now);
-        if (!now.enabled) view_.setStatus("MQTT is off.");
+        if (!now.enabled) note->setText("");
     });
 }
 

@@ -56,17 +56,25 @@ struct BridgeRig {
 };
 
 TEST(MqttSettings, BrokerUrlsAndTheSettingsFile) {
-    struct Row { const char* url; const char* host; int port; bool tls; };
-    for (const Row& r : {Row{"mqtt://hub", "hub", 1883, false}, Row{"mqtts://hub.lan:8884/", "hub.lan", 8884, true},
-                         Row{"mqtt://[::1]:1884", "::1", 1884, false}, Row{"mqtts://10.0.0.2", "10.0.0.2", 8883, true},
-                         Row{"http://hub", "", 0, false}, Row{"mqtt://", "", 0, false}, Row{"mqtt://hub:0", "", 0, false},
-                         Row{"mqtt://hub:70000", "", 0, false}, Row{"mqtt://hub:12x", "", 0, false},
-                         Row{"mqtt://user@hub", "", 0, false}, Row{"mqtt://[::1", "", 0, false}}) {
+    struct Row {
+        const char* url;
+        const char* host;
+        int port;
+        bool tls;
+    };
+    for (const Row& r :
+         {Row{"mqtt://hub", "hub", 1883, false}, Row{"mqtts://hub.lan:8884/", "hub.lan", 8884, true},
+          Row{"mqtt://[::1]:1884", "::1", 1884, false}, Row{"mqtts://10.0.0.2", "10.0.0.2", 8883, true},
+          Row{"http://hub", "", 0, false}, Row{"mqtt://", "", 0, false}, Row{"mqtt://hub:0", "", 0, false},
+          Row{"mqtt://hub:70000", "", 0, false}, Row{"mqtt://hub:12x", "", 0, false},
+          Row{"mqtt://user@hub", "", 0, false}, Row{"mqtt://[::1", "", 0, false}}) {
         std::string error;
         const auto a = ParseBrokerUrl(r.url, error);
         ASSERT_EQ(a.has_value(), *r.host != 0) << r.url << ": " << error;
-        if (a) EXPECT_EQ(std::tie(a->host, a->port, a->tls), std::tie(r.host, r.port, r.tls)) << r.url;
-        else EXPECT_FALSE(error.empty()) << r.url;
+        if (a)
+            EXPECT_EQ(std::tie(a->host, a->port, a->tls), std::tie(r.host, r.port, r.tls)) << r.url;
+        else
+            EXPECT_FALSE(error.empty()) << r.url;
     }
     EXPECT_EQ(DefaultBaseTopic("den.example.org"), "quenix/den");
     EXPECT_EQ(DefaultBaseTopic("a+b#"), "quenix/ab");
@@ -86,24 +94,30 @@ TEST(MqttSettings, BrokerUrlsAndTheSettingsFile) {
 
 TEST(MqttBridge, RequestsOnTheSendTopicAndTheirAnswers) {
     BridgeRig rig;
-    struct Row { std::string request, answer, call; };
+    struct Row {
+        std::string request, answer, call;
+    };
     const std::vector<Row> rows = {
         {R"({"device":"Sony TV","command":"Power"})", R"({"ok":true,"text":"Sony TV Power executed."})",
          "send Sony TV|Power"},
         {R"({"device":"Nowhere","command":"X","id":7})", R"({"ok":false,"text":"No code to be send!","id":7})",
          "send Nowhere|X"},
-        {R"({"device":"Caf\u00e9","command":"\u00c9t\u00e9"})", "{\"ok\":true,\"text\":\"Caf\xc3\xa9 \xc3\x89t\xc3\xa9 executed.\"}",
-         "send Caf\xe9|\xc9t\xe9"},
+        {R"({"device":"Caf\u00e9","command":"\u00c9t\u00e9"})",
+         "{\"ok\":true,\"text\":\"Caf\xc3\xa9 \xc3\x89t\xc3\xa9 executed.\"}", "send Caf\xe9|\xc9t\xe9"},
         {R"({"protocol":"NEC","code":"0010"})", R"({"ok":true,"text":"sent"})", "code NEC|0010"},
         {R"({"timings":[9000,-4500,562],"repeat_count":2,"id":"a"})", R"({"ok":true,"text":"sent","id":"a"})",
          "timings 3|38000|2"},
         {R"({"timings":[9000,-4500.5]})", R"({"ok":false,"text":"\"timings\" must be a list of microseconds."})", ""},
         {R"({"timings":"9000"})", R"({"ok":false,"text":"\"timings\" must be a list of microseconds."})", ""},
-        {R"({"timings":[1],"modulation":-1})", R"({"ok":false,"text":"\"modulation\" must be a frequency in hertz."})", ""},
+        {R"({"timings":[1],"modulation":-1})", R"({"ok":false,"text":"\"modulation\" must be a frequency in hertz."})",
+         ""},
         {R"({"device":"Sony TV"})", R"({"ok":false,"text":"\"device\" and \"command\" must both be names."})", ""},
-        {R"({"device":1,"command":"Power"})", R"({"ok":false,"text":"\"device\" and \"command\" must both be names."})", ""},
-        {R"({"protocol":"NEC","code":5})", R"({"ok":false,"text":"\"protocol\" and \"code\" must both be texts."})", ""},
-        {R"({"hello":1})", R"({"ok":false,"text":"The request names no device and command, no protocol and code, and no timings."})", ""},
+        {R"({"device":1,"command":"Power"})", R"({"ok":false,"text":"\"device\" and \"command\" must both be names."})",
+         ""},
+        {R"({"protocol":"NEC","code":5})", R"({"ok":false,"text":"\"protocol\" and \"code\" must both be texts."})",
+         ""},
+        {R"({"hello":1})",
+         R"({"ok":false,"text":"The request names no device and command, no protocol and code, and no timings."})", ""},
         {"Power", R"({"ok":false,"text":"The request is not JSON."})", ""},
         {R"({"device":"a","command":"b"} x)", R"({"ok":false,"text":"The request is not JSON."})", ""},
         {std::string(40, '[') + std::string(40, ']'), R"({"ok":false,"text":"The request is not JSON."})", ""},
@@ -137,13 +151,16 @@ TEST(MqttBridge, KeysWaitInABoundedQueueWhileTheBrokerIsAway) {
     EXPECT_EQ(keys.front().payload, R"({"device":"Sony TV","command":"K3","protocol":"SONY","code":"101",)"
                                     R"("scancode":"0x010015","repeat":0,"source":"COM1"})");
     EXPECT_THAT(keys.back().payload, ::testing::HasSubstr("\"K502\""));
-    EXPECT_THAT(rig.link.subscribed, ::testing::ElementsAre("quenix/den/send", "homeassistant/device_automation/quenix_2fden/+/config"));
-    EXPECT_THAT(rig.status, ::testing::ElementsAre(
-        "MQTT: connecting to broker.lan:1883...",
-        "MQTT: cannot reach the broker at broker.lan:1883 (Connection refused); retrying, keys are kept.",
-        "MQTT: connected to broker.lan:1883 as quenix/den. 3 keys from while it was away were dropped."));
+    EXPECT_THAT(rig.link.subscribed,
+                ::testing::ElementsAre("quenix/den/send", "homeassistant/device_automation/quenix_2fden/+/config"));
+    EXPECT_THAT(rig.status,
+                ::testing::ElementsAre(
+                    "MQTT: connecting to broker.lan:1883...",
+                    "MQTT: cannot reach the broker at broker.lan:1883 (Connection refused); retrying, keys are kept.",
+                    "MQTT: connected to broker.lan:1883 as quenix/den. 3 keys from while it was away were dropped."));
     rig.link.Drop(true);
-    EXPECT_EQ(rig.status.back(), "MQTT: the broker at broker.lan:1883 refused the connection (Connection refused); retrying.");
+    EXPECT_EQ(rig.status.back(),
+              "MQTT: the broker at broker.lan:1883 refused the connection (Connection refused); retrying.");
     rig.link.Connect();
     rig.bridge->Stop();
     EXPECT_EQ(rig.link.stopped, "offline");
@@ -170,7 +187,8 @@ TEST(MqttBridge, DiscoveryMessagesFieldByField) {
     EXPECT_EQ(field(t, "type"), "\"button_short_press\"");
     EXPECT_EQ(field(t, "subtype"), "\"Sony TV Vol+\"");
     EXPECT_EQ(field(t, "payload"), "\"Sony TV&Vol+\"");
-    EXPECT_EQ(field(t, "value_template"), "\"{{ value_json.device ~ '&' ~ value_json.command if value_json.repeat == 0 else '' }}\"");
+    EXPECT_EQ(field(t, "value_template"),
+              "\"{{ value_json.device ~ '&' ~ value_json.command if value_json.repeat == 0 else '' }}\"");
     EXPECT_EQ(field(t, "platform"), "(absent)"); // only device-wide discovery messages carry it
     EXPECT_EQ(field(t, "device"), R"({"identifiers":["quenix_2fden"],"name":"Quenix den","manufacturer":"Quenix",)"
                                   R"("model":"Quenix Remote Manager","sw_version":"1.0.0"})");
@@ -194,23 +212,30 @@ TEST(MqttBridge, DiscoveryMessagesFieldByField) {
 }
 
 TEST(MqttCodes, ScancodesAndTimings) {
-    struct Row { int protocol; const char* code; const char* scancode; };
-    for (const Row& r : {Row{kProtoNec, "G00100000110111110001000011101111", "0x0408"},
-                         Row{kProtoNec, "00100000000000000001000011101111", "0x040008"},
-                         Row{kProtoNec, "00100000110111110001000000000000", "0xfb040008"},
-                         Row{kProtoSony, "G101010010000", "0x010015"},
-                         Row{kProtoSony, "101010010000000", "0x010015"},
-                         Row{kProtoSony, "10101001000001000000", "0x010215"},
-                         Row{kProtoRc5, "G11010000001100", "0x100c"}, Row{kProtoRc5, "10010000001100", "0x104c"},
-                         Row{kProtoNec, "G0101", ""}, Row{kProtoRc5, "G1101000000110x", ""}, Row{kProtoCustom, "G1010", ""}})
+    struct Row {
+        int protocol;
+        const char* code;
+        const char* scancode;
+    };
+    for (const Row& r :
+         {Row{kProtoNec, "G00100000110111110001000011101111", "0x0408"},
+          Row{kProtoNec, "00100000000000000001000011101111", "0x040008"},
+          Row{kProtoNec, "00100000110111110001000000000000", "0xfb040008"},
+          Row{kProtoSony, "G101010010000", "0x010015"}, Row{kProtoSony, "101010010000000", "0x010015"},
+          Row{kProtoSony, "10101001000001000000", "0x010215"}, Row{kProtoRc5, "G11010000001100", "0x100c"},
+          Row{kProtoRc5, "10010000001100", "0x104c"}, Row{kProtoNec, "G0101", ""},
+          Row{kProtoRc5, "G1101000000110x", ""}, Row{kProtoCustom, "G1010", ""}})
         EXPECT_EQ(KernelScancode(r.protocol, r.code), r.scancode) << r.code;
 
     // 4 idle samples, 12 on, 6 off, 2 on, idle to the end; 50 us a sample.
     std::vector<std::uint8_t> capture = {0x0F, 0xFF, 0x03, 0x00, 0x00};
     EXPECT_EQ(CaptureTimings(capture, 50000), (std::vector<int>{600, -300, 100}));
     std::string error;
-    EXPECT_EQ(TimingsToCells({600, -300, 100}, 50, 1, error), "111111111111000000" "11" + std::string(800, '0') +
-                                                                  "111111111111000000" "11");
+    EXPECT_EQ(TimingsToCells({600, -300, 100}, 50, 1, error), "111111111111000000"
+                                                              "11" +
+                                                                  std::string(800, '0') +
+                                                                  "111111111111000000"
+                                                                  "11");
     for (const auto& bad : std::vector<std::vector<int>>{{}, {-600, 300}, {600, 300}, {600, -300, 0}, {600000}})
         EXPECT_EQ(TimingsToCells(bad, 50, 0, error), "") << bad.size();
     EXPECT_EQ(TimingsToCells({9000, -4500}, 50, 300, error), "");
