@@ -14,6 +14,7 @@ PKGS=(
   dbus dbus-x11 mpv mpv-mpris sox libsox-fmt-mp3
   at-spi2-core python3-pyatspi
   lirc lirc-compat-remotes
+  qt6-httpserver-dev qt6-websockets-dev libqrencode-dev chromium python3-websocket
   mosquitto mosquitto-clients libmosquitto-dev
   wine wine64
 )

@@ -45,6 +45,7 @@ std::vector<std::string> SectionCommands(std::string_view text, std::string_view
 
 std::vector<std::string> InputCommands(std::string_view text, const std::string& device) {
     if (device == "BT") return SplitCommaList(kBtCommands);
+    if (device == "Web") return SplitCommaList(kWebCommands);
     return SectionCommands(text, device);
 }
 
@@ -67,7 +68,7 @@ bool EventPartValid(std::string_view text, const std::string& part) {
     std::string device = part.substr(0, amp);
     std::string command = amp == std::string::npos ? std::string() : part.substr(amp + 1);
     const std::string lower = ToLower(device);
-    if (StartsWith(lower, "bt") || lower == "winamp" || lower == "ir dimmer" || lower == "mouse" ||
+    if (StartsWith(lower, "bt") || lower == "web" || lower == "winamp" || lower == "ir dimmer" || lower == "mouse" ||
         lower == "keyboard")
         return true;
     if (StartsWith(lower, "x10")) {
@@ -88,8 +89,11 @@ MonitorEvents::MonitorEvents(Context& ctx, View& view, std::function<void()> clo
 
 void MonitorEvents::Load() {
     std::vector<std::string> devices = SplitCommaList(ctx_.config.BuildMonitorDeviceList());
-    view_.setItems("IRDev", devices);
     view_.setItems("OutDev", devices);
+    // The browser remote's keypad is an input only, always offered like the phone's keys.
+    if (devices == std::vector<std::string>{"none"}) devices.clear();
+    devices.push_back("Web");
+    view_.setItems("IRDev", devices);
     std::vector<std::string> indexes;
     for (int i = 0; i <= 9; ++i) indexes.push_back(std::to_string(i));
     view_.setItems("BTDevListCombo", indexes);

@@ -147,6 +147,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     wirePhone(io);
     wireRecording(io);
     wireLircd();
+    wireWeb(); // after the lircd socket, which sets the key hook without chaining
     wireMqtt(io);
 
     resize(sizeHint().expandedTo(QSize(980, 640)));

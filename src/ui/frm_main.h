@@ -93,6 +93,7 @@ private:
     void wirePhone(Io io);
     void wireRecording(Io io);
     void wireLircd();
+    void wireWeb();
     void wireMqtt(Io io);
     void setCompactLayout(bool compact);
     QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
