@@ -18,9 +18,6 @@ struct mosquitto;
 
 namespace quenix {
 
-// The link this build has: libmosquitto on Linux; none (null) where the library is not built.
-std::unique_ptr<MqttLink> MakeBrokerLink(std::function<void(std::function<void()>)> post);
-
 class MosquittoLink final : public MqttLink {
 public:
     using Post = std::function<void(std::function<void()>)>;

@@ -1,4 +1,4 @@
-#include "mqtt/mosquitto_link.h"
+#include "mqtt/mqtt_link.h"
 
 namespace quenix {
 

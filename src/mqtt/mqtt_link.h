@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -48,6 +49,9 @@ public:
     virtual bool Publish(const MqttMessage& m) = 0;
     virtual void Subscribe(const std::string& topic, int qos) = 0;
 };
+
+// The link this build has: libmosquitto on Linux; none (null) where the library is not built.
+std::unique_ptr<MqttLink> MakeBrokerLink(std::function<void(std::function<void()>)> post);
 
 // Waits between connection attempts: doubling from first up to max, back to first once a
 // connection was made.

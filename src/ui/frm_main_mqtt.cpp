@@ -7,7 +7,6 @@
 #include "ir/protocols.h"
 #include "lirc/lircd_server.h"
 #include "mqtt/ir_codes.h"
-#include "mqtt/mosquitto_link.h"
 #include "mqtt/mqtt_bridge.h"
 #include "serpulse/pulse_engine.h"
 #include "ui/frm_mqtt.h"
