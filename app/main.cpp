@@ -1,6 +1,7 @@
 #include "actions/audio.h"
 #include "config/config_store.h"
 #include "config/context.h"
+#include "core/autostart.h"
 #include "core/clock.h"
 #include "core/settings_place.h"
 #include "io/capture_library.h"
@@ -24,7 +25,7 @@ int main(int argc, char** argv) {
     const quenix::ProgramPlaces places = quenix::FindProgramPlaces();
     // A failed copy shows as the load's own error box.
     quenix::PrepareSettingsFolder(places);
-    quenix::ConfigStore store(places.data, places.settings);
+    quenix::ConfigStore store(places.settings, places.data);
     quenix::SystemClock clock;
     quenix::QtDialogs dialogs;
     std::unique_ptr<quenix::AudioOutput> audio = quenix::MakeSystemAudio();
@@ -45,7 +46,13 @@ int main(int argc, char** argv) {
         if (!running || QThread::currentThread()->loopLevel() > 1) std::_Exit(0);
     });
     if (!window.startUp()) return 1;
-    window.show();
+    // Started with the session: minimised, the window goes to the notification area when there is
+    // one, and stays on the task bar otherwise.
+    if (app.arguments().contains(quenix::kStartMinimisedOption)) {
+        window.showMinimized();
+    } else {
+        window.show();
+    }
     running = true;
     return app.exec();
 }

@@ -4,7 +4,7 @@
 # runs every test. The last lines are ctest's summary.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bash scripts/install-deps.sh
+bash scripts/install-deps.sh test
 
 # Fuzzing: every target in turn on a copy of its small committed corpus, within a few minutes
 # together; a crash, a leak or an input that runs longer than the time-out fails the run.

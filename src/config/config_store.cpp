@@ -47,17 +47,16 @@ int Len(const std::string& s) { return static_cast<int>(s.size()); }
 
 } // namespace
 
-ConfigStore::ConfigStore(std::string folder, std::string settingsFolder)
-    : folder_(std::move(folder)), settingsFolder_(std::move(settingsFolder)) {
+ConfigStore::ConfigStore(std::string folder, std::string dataFolder)
+    : folder_(std::move(folder)), dataFolder_(std::move(dataFolder)) {
     version_ =
         std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." + std::to_string(kVersionRevision);
 }
 
 std::string ConfigStore::path() const {
-    const std::string& folder = settingsFolder();
-    if (folder.empty()) return kFileName;
-    char last = folder.back();
-    return (last == '/' || last == '\\') ? folder + kFileName : folder + "/" + kFileName;
+    if (folder_.empty()) return kFileName;
+    char last = folder_.back();
+    return (last == '/' || last == '\\') ? folder_ + kFileName : folder_ + "/" + kFileName;
 }
 
 bool ConfigStore::LoadConfiguration() {

@@ -14,14 +14,14 @@ namespace quenix {
 // system reads and changes it. Every change is a splice of the text; saving writes it whole.
 class ConfigStore {
 public:
-    // folder: the program folder (help, icons, programs started by a relative name);
-    // settingsFolder: where telvorin.cfg lives, the program folder when empty.
-    explicit ConfigStore(std::string folder = ".", std::string settingsFolder = {});
+    // folder: where telvorin.cfg lives (and the files kept beside it, and programs started by a
+    // relative name); dataFolder: the shipped help and icons, the same folder when empty.
+    explicit ConfigStore(std::string folder = ".", std::string dataFolder = {});
 
     static constexpr const char* kFileName = "telvorin.cfg";
 
     const std::string& folder() const { return folder_; }
-    const std::string& settingsFolder() const { return settingsFolder_.empty() ? folder_ : settingsFolder_; }
+    const std::string& dataFolder() const { return dataFolder_.empty() ? folder_ : dataFolder_; }
     std::string path() const;
 
     // Reads the file and the [General] keys in their fixed order. False when the file cannot
@@ -92,7 +92,7 @@ private:
     Settings settingsBeforeReload_;
 
     std::string folder_;
-    std::string settingsFolder_;
+    std::string dataFolder_;
     std::string text_;
     std::string importText_;
     std::string version_;

@@ -201,7 +201,7 @@ void MainController::HelpContent() {
         hooks_.openHelp();
         return;
     }
-    Call(hooks_.openUrl, ctx_.config.folder() + "/help/index.html");
+    Call(hooks_.openUrl, ctx_.config.dataFolder() + "/help/index.html");
 }
 
 void MainController::WebPage() { Call(hooks_.openUrl, std::string(kWebPage)); }

@@ -7,14 +7,17 @@ namespace quenix {
 
 namespace fs = std::filesystem;
 
+std::string ConfigHome(const std::string& xdgConfigHome, const std::string& home) {
+    // A relative $XDG_CONFIG_HOME is invalid and ignored.
+    if (!xdgConfigHome.empty() && fs::path(xdgConfigHome).is_absolute()) return xdgConfigHome;
+    return home.empty() ? "" : (fs::path(home) / ".config").string();
+}
+
 std::string SettingsFolder(const PlaceFacts& facts) {
     if (facts.writable && !facts.installed) return facts.program;
-    // A relative $XDG_CONFIG_HOME is invalid and ignored.
-    if (!facts.xdgConfigHome.empty() && fs::path(facts.xdgConfigHome).is_absolute())
-        return (fs::path(facts.xdgConfigHome) / "quenix").string();
+    const std::string configHome = ConfigHome(facts.xdgConfigHome, facts.home);
     // Without a home folder there is nowhere else: the file is read where it was shipped.
-    if (facts.home.empty()) return facts.program;
-    return (fs::path(facts.home) / ".config" / "quenix").string();
+    return configHome.empty() ? facts.program : (fs::path(configHome) / "quenix").string();
 }
 
 std::string PrepareSettingsFolder(const ProgramPlaces& places) {

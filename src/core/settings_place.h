@@ -6,7 +6,7 @@ namespace quenix {
 
 // Where the program finds its files. A build folder or a portable copy holds everything in one
 // place; an installed program keeps its data under <prefix>/share/quenix, the capture library
-// under <prefix>/lib/quenix, and cannot write either, so the user's telvorin.cfg lives in the
+// under <prefix>/lib/<multiarch>/quenix, and cannot write either, so the user's telvorin.cfg lives in the
 // user's configuration folder.
 struct ProgramPlaces {
     std::string program;  // folder of the running executable
@@ -24,8 +24,13 @@ struct PlaceFacts {
     std::string home;
 };
 
-// The program folder when it is a writable folder of its own; otherwise <config home>/quenix,
-// where the config home is $XDG_CONFIG_HOME when absolute, else ~/.config.
+// The user's configuration folder: $XDG_CONFIG_HOME when absolute, else ~/.config; empty
+// without a home folder.
+std::string ConfigHome(const std::string& xdgConfigHome, const std::string& home);
+// The same for the running user (%APPDATA% on Windows).
+std::string UserConfigHome();
+
+// The program folder when it is a writable folder of its own; otherwise <config home>/quenix.
 std::string SettingsFolder(const PlaceFacts& facts);
 
 // The places of the running program.

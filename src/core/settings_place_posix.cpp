@@ -31,6 +31,8 @@ std::string HomeFolder() {
 
 } // namespace
 
+std::string UserConfigHome() { return ConfigHome(Env("XDG_CONFIG_HOME"), HomeFolder()); }
+
 ProgramPlaces FindProgramPlaces() {
     PlaceFacts facts;
     facts.program = ProgramFolder();
@@ -45,7 +47,7 @@ ProgramPlaces FindProgramPlaces() {
     ProgramPlaces places{facts.program, facts.program, facts.program, SettingsFolder(facts)};
     if (facts.installed) {
         places.data = (prefix / "share" / "quenix").string();
-        places.library = (prefix / "lib" / "quenix").string();
+        places.library = (prefix / QUENIX_INSTALL_LIBDIR).string();
     }
     return places;
 }

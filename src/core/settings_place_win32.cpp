@@ -26,6 +26,8 @@ bool CanCreateIn(const std::string& folder) {
 
 } // namespace
 
+std::string UserConfigHome() { return ConfigHome(Env("APPDATA"), Env("USERPROFILE")); }
+
 ProgramPlaces FindProgramPlaces() {
     PlaceFacts facts;
     facts.program = ProgramFolder();

@@ -123,12 +123,12 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
 #ifdef Q_OS_WIN
     // Windows users get the compiled help in the system's own viewer when it is installed; the
     // HTML pages otherwise.
-    if (QFile::exists(Q(ctx_.config.folder() + "/zvk.chm"))) {
-        hooks.openHelp = [this] { QProcess::startDetached("hh.exe", {"zvk.chm"}, Q(ctx_.config.folder())); };
+    if (QFile::exists(Q(ctx_.config.dataFolder() + "/zvk.chm"))) {
+        hooks.openHelp = [this] { QProcess::startDetached("hh.exe", {"zvk.chm"}, Q(ctx_.config.dataFolder())); };
     }
 #endif
     hooks.iconChanged = [this](const std::string& file) {
-        QIcon icon(Q(ctx_.config.folder() + "/" + file));
+        QIcon icon(Q(ctx_.config.dataFolder() + "/" + file));
         // A missing or unreadable file still makes a non-null icon that draws nothing. A
         // minimised window lives only behind its tray icon, so it still needs one.
         if (icon.pixmap(32).isNull()) {
@@ -149,6 +149,7 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     wireLircd();
     wireWeb(); // after the lircd socket, which sets the key hook without chaining
     wireMqtt(io);
+    wireAutostart();
 
     resize(sizeHint().expandedTo(QSize(980, 640)));
 }

@@ -95,6 +95,7 @@ private:
     void wireLircd();
     void wireWeb();
     void wireMqtt(Io io);
+    void wireAutostart();
     void setCompactLayout(bool compact);
     QAction* addAction(QMenu* menu, const char* name, const QString& text, bool checkable = false,
                        const QKeySequence& shortcut = {});
