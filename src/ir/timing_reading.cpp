@@ -318,7 +318,7 @@ FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
 constexpr int kRc6TrailerAt = 8;
 constexpr int kRc6DataAt = 12;
 constexpr double kRc6LeadRatioMin = 1.5; // leader mark over leader space: 3 when exact
-constexpr double kRc6LeadRatioMax = 6;
+constexpr double kRc6LeadRatioMax = 10; // a slow receiver lengthens the mark at the space's cost
 constexpr double kRc6MaxDeviation = 0.45; // of a run's expected length
 constexpr double kRc6Preference = 0.5;    // squared deviations a usual bit count is worth
 constexpr double kRc6Closely = 0.05;      // mean squared deviation of a run: 30 % jitter gives 0.03
@@ -364,7 +364,9 @@ FrameReading Rc6(const std::vector<int>& r) {
                     if (len > 1 && Rc6Edge(p + 1) == Edge::Required) break;
                     if (len > 2 && Rc6Edge(p + 2) == Edge::Required) break;
                     const double d = (r[i + 2] - (i % 2 == 0 ? stretch : -stretch)) / (unit * len) - 1;
-                    if (std::abs(d) > kRc6MaxDeviation) continue;
+                    // Before the receiver's stretch is known a short space behind a long mark
+                    // strays far; the bound narrows as the fit settles.
+                    if (std::abs(d) > kRc6MaxDeviation + 0.15 * (2 - pass)) continue;
                     const std::size_t to = (i + 1) * width + static_cast<std::size_t>(p + len);
                     if (base + d * d < cost[to]) cost[to] = base + d * d, step[to] = len;
                 }
