@@ -13,9 +13,10 @@ namespace quenix {
 
 namespace {
 
-// A pause this long after a pulse shows the decoder its end (it needs over 100 samples of
-// 55 us): the moment to ask whether the capture holds a whole frame.
-constexpr std::int64_t kCheckPauseUs = 8000;
+// No frame goes on after a pause this long behind a pulse (the longest bit of any protocol,
+// RC5's two half-bits of space and two of mark, takes 3.6 ms): the moment to ask whether the
+// capture holds a whole frame.
+constexpr std::int64_t kCheckPauseUs = 4000;
 // The frame gap and the silences that end a capture, as the serial sampler has them.
 constexpr std::int64_t kFrameGapUs = serpulse::kFrameGapNs / 1000;
 constexpr std::int64_t kEndIdleUs = serpulse::kEndIdleNs / 1000;
