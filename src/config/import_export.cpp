@@ -288,6 +288,13 @@ void ImportExport::FileImport() {
     auto file = ctx_.dialogs.openFile("Open Configuration File",
                                       {"Configuration Files (*.cfg)", "Text Files (*.txt)", "All Files (*.*)"});
     if (!file) return;
+    std::error_code ec;
+    // Refused before reading: no configuration or code file comes near this size.
+    if (std::filesystem::file_size(*file, ec) > (256u << 20) && !ec) {
+        ctx_.dialogs.message("The file " + *file + " is too large to import.");
+        return;
+    }
+    importFile = *file;
     std::string data, why;
     if (!ReadWholeFile(*file, data, why)) {
         ctx_.dialogs.message(why);

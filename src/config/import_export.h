@@ -29,6 +29,8 @@ public:
     // Turns a file of another program (a lircd.conf) into the text of a configuration file
     // holding its devices; nullopt when it is not one. notes tells what was left out.
     std::function<std::optional<std::string>(const std::string& text, std::string& notes)> convertForeign;
+    // The file being imported, for converters whose formats carry no device name.
+    std::string importFile;
 
     // The menu commands: file dialog, check, selection, merge or write.
     void FileImport();

@@ -1,6 +1,7 @@
 #include "ui/frm_main.h"
 
 #include "core/version.h"
+#include "formats/formats.h"
 #include "lirc/lirc_import.h"
 #include "lirc/lircd_server.h"
 #include "ui/lircd_socket.h"
@@ -10,7 +11,11 @@ namespace quenix {
 // The lircd socket: recognised keys out to irw, Kodi or irexec; irsend's SEND_ONCE in through
 // the executor, as the Send button runs it.
 void FrmMain::wireLircd() {
-    if (importExport_) importExport_->convertForeign = LircdConfAsConfiguration; // File > Import takes a lircd.conf
+    // File > Import takes a lircd.conf, a Flipper .ir file, Pronto hex or an ir-keytable keymap.
+    if (importExport_)
+        importExport_->convertForeign = [this](const std::string& text, std::string& notes) {
+            return CodesAsConfiguration(text, importExport_->importFile, notes);
+        };
     // Without a port and a library (window tests) nothing is recognised or sent: no socket.
     if (!monitor_) return;
     LircdServer::Backend backend;

@@ -6,6 +6,7 @@
 #include "ir/scancode.h"
 #include "config/config_text.h"
 #include "core/text.h"
+#include "codes.h"
 #include "lirc_import.h"
 
 #include <algorithm>
@@ -33,7 +34,8 @@ struct BadInput {
 const char* kUsage = "quenix-ir: usage: quenix-ir decode [--period US] [--packed] [FILE|-] | quenix-ir encode "
                      "--protocol NAME [--sendpls US] [--bitg CELLS] [--bit0 CELLS] [--bit1 CELLS] "
                      "[--repeat N] [--grepeat N] --code CODE [--format cells|packed|mode2] | quenix-ir encode "
-                     "--config FILE --device NAME --command KEY [--format cells|packed|mode2]\n";
+                     "--config FILE --device NAME --command KEY [--format cells|packed|mode2] | quenix-ir import FILE | "
+                     "quenix-ir export --format flipper|pronto|lircd --config FILE --device NAME\n";
 
 int ParseInt(const std::string& option, const std::string& text, int low, int high) {
     std::size_t used = 0;
@@ -230,7 +232,8 @@ int Encode(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     std::string command = argc >= 2 ? argv[1] : "";
-    if (command == "lirc-import") return LircImportCommand(argc, argv);
+    if (command == "import" || command == "lirc-import") return ImportCommand(argc, argv);
+    if (command == "export") return ExportCommand(argc, argv);
     if (command != "decode" && command != "encode") {
         std::fputs(kUsage, stderr);
         return 2;
