@@ -6,7 +6,7 @@ bash scripts/install-deps.sh test
 cmake --preset default >/dev/null
 cmake --build --preset default
 for b in build/default/bench/*; do
-    [ -x "$b" ] || continue
+    [ -f "$b" ] && [ -x "$b" ] || continue
     echo "== $(basename "$b")"
     "$b"
     echo

@@ -14,23 +14,11 @@ namespace {
 constexpr int kRate = 44100;
 constexpr int kBeepChannel = 0; // reserved: sounds never take it
 
+// The device is opened at the first sound, not at start: probing the audio stack costs the
+// program's start-up 50 to 100 ms, and an open stream keeps a mixing thread awake while idle.
 class SdlAudio final : public AudioOutput {
 public:
-    SdlAudio() {
-        // The program ends on SIGTERM through its own handler; SDL must not take the signal.
-        SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
-        if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) return;
-        if (Mix_OpenAudio(kRate, AUDIO_S16SYS, 2, 1024) != 0) {
-            SDL_QuitSubSystem(SDL_INIT_AUDIO);
-            return;
-        }
-        Uint16 format = 0;
-        Mix_QuerySpec(&rate_, &format, &channels_);
-        Mix_AllocateChannels(16);
-        Mix_ReserveChannels(1);
-        open_ = format == AUDIO_S16SYS;
-        if (!open_) close();
-    }
+    SdlAudio() = default;
 
     ~SdlAudio() override {
         if (open_) close();
@@ -39,7 +27,7 @@ public:
     SdlAudio& operator=(const SdlAudio&) = delete;
 
     bool playWav(const std::string& path) override {
-        if (!open_) return false;
+        if (!open()) return false;
         reap();
         Mix_Chunk* chunk = Mix_LoadWAV(path.c_str());
         if (!chunk) return false;
@@ -53,7 +41,7 @@ public:
     }
 
     bool playMp3(const std::string& path) override {
-        if (!open_) return false;
+        if (!open()) return false;
         // The one mp3 channel: the next file always ends the previous one.
         Mix_HaltMusic();
         if (music_) Mix_FreeMusic(music_);
@@ -64,7 +52,7 @@ public:
 
     void beep(int hz, int ms) override {
         if (ms <= 0) return;
-        if (!open_ || hz <= 0) {
+        if (hz <= 0 || !open()) {
             SDL_Delay(static_cast<Uint32>(ms));
             return;
         }
@@ -91,6 +79,26 @@ public:
     }
 
 private:
+    // Opens the device once; a device that failed is not tried again.
+    bool open() {
+        if (tried_) return open_;
+        tried_ = true;
+        // The program ends on SIGTERM through its own handler; SDL must not take the signal.
+        SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
+        if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) return false;
+        if (Mix_OpenAudio(kRate, AUDIO_S16SYS, 2, 1024) != 0) {
+            SDL_QuitSubSystem(SDL_INIT_AUDIO);
+            return false;
+        }
+        Uint16 format = 0;
+        Mix_QuerySpec(&rate_, &format, &channels_);
+        Mix_AllocateChannels(16);
+        Mix_ReserveChannels(1);
+        open_ = format == AUDIO_S16SYS;
+        if (!open_) close();
+        return open_;
+    }
+
     // Frees the wav chunks whose channel has finished (or moved on to another sound).
     void reap() {
         for (auto it = playing_.begin(); it != playing_.end();) {
@@ -115,6 +123,7 @@ private:
         open_ = false;
     }
 
+    bool tried_ = false;
     bool open_ = false;
     int rate_ = kRate;
     int channels_ = 2;

@@ -1,0 +1,166 @@
+// Start-up time of the program against a bare Qt window, paired: each round starts both, in
+// turns, on a private X server, and times from the start of the process to the mapping of its
+// main window. The medians, their ratio, and the shared libraries each had loaded by then.
+//
+// bench/startup [rounds]   (needs Xvfb and dbus-daemon)
+
+#include <X11/Xlib.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <poll.h>
+#include <set>
+#include <signal.h>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+pid_t Spawn(std::vector<std::string> args, int stdoutFd = -1) {
+    std::vector<char*> argv;
+    for (std::string& a : args) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    if (stdoutFd >= 0) posix_spawn_file_actions_adddup2(&actions, stdoutFd, 1);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    pid_t pid = -1;
+    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) pid = -1;
+    posix_spawn_file_actions_destroy(&actions);
+    return pid;
+}
+
+void Stop(pid_t pid) {
+    kill(pid, SIGTERM);
+    waitpid(pid, nullptr, 0);
+}
+
+// Distinct shared objects mapped into a process.
+int Libraries(pid_t pid) {
+    std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
+    std::set<std::string> seen;
+    for (std::string line; std::getline(maps, line);) {
+        const auto slash = line.find('/');
+        if (slash != std::string::npos && line.find(".so", slash) != std::string::npos) seen.insert(line.substr(slash));
+    }
+    return static_cast<int>(seen.size());
+}
+
+struct Start {
+    double ms = -1;
+    int libraries = 0;
+};
+
+// Starts the program and waits for a top-level window whose title begins with `title`.
+Start TimeStart(Display* x, const std::string& program, const std::string& title) {
+    while (XPending(x)) {
+        XEvent drop;
+        XNextEvent(x, &drop);
+    }
+    const auto t0 = Clock::now();
+    const pid_t pid = Spawn({program});
+    Start result;
+    while (pid > 0 && Clock::now() - t0 < std::chrono::seconds(20) && result.ms < 0) {
+        pollfd p{ConnectionNumber(x), POLLIN, 0};
+        if (!XPending(x) && poll(&p, 1, 100) <= 0) continue;
+        XEvent e;
+        XNextEvent(x, &e);
+        if (e.type != MapNotify) continue;
+        char* name = nullptr;
+        if (XFetchName(x, e.xmap.window, &name) && name && std::string(name).rfind(title, 0) == 0) {
+            result.ms = std::chrono::duration<double, std::milli>(Clock::now() - t0).count();
+            result.libraries = Libraries(pid);
+        }
+        if (name) XFree(name);
+    }
+    if (pid > 0) Stop(pid);
+    return result;
+}
+
+double Median(std::vector<double> v) {
+    std::sort(v.begin(), v.end());
+    return v.empty() ? 0 : (v.size() % 2 ? v[v.size() / 2] : (v[v.size() / 2 - 1] + v[v.size() / 2]) / 2);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 10;
+    int fds[2];
+    if (pipe(fds) != 0) return 1;
+    const pid_t xvfb = Spawn({"/usr/bin/Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1280x800x24"},
+                             fds[1]);
+    close(fds[1]);
+    char buf[16] = {};
+    if (xvfb < 0 || read(fds[0], buf, sizeof buf - 1) <= 0) {
+        std::fprintf(stderr, "startup: no Xvfb\n");
+        return 1;
+    }
+    const std::string display = ":" + std::string(buf, std::strcspn(buf, "\n"));
+    setenv("DISPLAY", display.c_str(), 1);
+    // A desktop has a session bus; without one the tray icon's bus connection would launch one.
+    int bus[2];
+    if (pipe(bus) != 0) return 1;
+    const pid_t dbus = Spawn({"/usr/bin/dbus-daemon", "--session", "--nofork", "--print-address=1"}, bus[1]);
+    close(bus[1]);
+    char address[512] = {};
+    if (dbus < 0 || read(bus[0], address, sizeof address - 1) <= 0) {
+        std::fprintf(stderr, "startup: no dbus-daemon\n");
+        return 1;
+    }
+    address[std::strcspn(address, "\n")] = 0;
+    setenv("DBUS_SESSION_BUS_ADDRESS", address, 1);
+    // A runtime folder of its own, so that the lircd socket of a program running elsewhere is not met.
+    char runtime[] = "/tmp/quenix-startup-XXXXXX";
+    if (!mkdtemp(runtime)) return 1;
+    setenv("XDG_RUNTIME_DIR", runtime, 1);
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    Display* x = XOpenDisplay(display.c_str());
+    if (!x) return 1;
+    XSelectInput(x, DefaultRootWindow(x), SubstructureNotifyMask);
+
+    const std::string bare = QUENIX_BENCH_DIR "/helpers/bare_window", program = QUENIX_PROGRAM_DIR "/quenix";
+    std::vector<double> bareMs, programMs;
+    int bareLibs = 0, programLibs = 0;
+    // One unmeasured start each warms the file cache.
+    TimeStart(x, bare, "Bare Qt window");
+    TimeStart(x, program, "Orvel's Quenix Remote Manager");
+    bool failed = false;
+    for (int i = 0; i < rounds && !failed; ++i) {
+        // The order alternates, so that neither always runs second.
+        for (int k = 0; k < 2 && !failed; ++k) {
+            const bool first = (i + k) % 2 == 0;
+            const Start s = first ? TimeStart(x, bare, "Bare Qt window")
+                                  : TimeStart(x, program, "Orvel's Quenix Remote Manager");
+            failed = s.ms < 0;
+            if (failed) std::fprintf(stderr, "startup: %s showed no window\n", first ? "the bare window" : "the program");
+            (first ? bareMs : programMs).push_back(s.ms);
+            (first ? bareLibs : programLibs) = s.libraries;
+        }
+    }
+    XCloseDisplay(x);
+    Stop(dbus);
+    Stop(xvfb);
+    std::filesystem::remove_all(runtime);
+    if (failed) return 1;
+
+    std::printf("start-up to the main window, median of %d paired starts\n", rounds);
+    std::printf("%-18s %10s %16s\n", "program", "ms", "shared objects");
+    std::printf("%-18s %10.1f %16d\n", "bare Qt window", Median(bareMs), bareLibs);
+    std::printf("%-18s %10.1f %16d\n", "quenix", Median(programMs), programLibs);
+    std::printf("ratio %.2f (goal <= 1.30)\n", Median(programMs) / Median(bareMs));
+    return 0;
+}
