@@ -28,7 +28,7 @@ int main(int argc, char** argv) {
     quenix::ConfigStore store(places.settings, places.data);
     quenix::SystemClock clock;
     quenix::QtDialogs dialogs;
-    std::unique_ptr<quenix::AudioOutput> audio = quenix::MakeSystemAudio();
+    std::unique_ptr<quenix::AudioOutput> audio = quenix::MakeSystemAudio(places.library);
     quenix::Context ctx(store, clock, dialogs, *audio);
 
     std::unique_ptr<quenix::SerialDriver> driver = quenix::MakeSystemSerialDriver(places.settings);

@@ -21,8 +21,9 @@ public:
 // Beeps block for their length, like the Windows call; sounds do not.
 class AudioOutput : public SoundPlayer, public Beeper {};
 
-// SDL2_mixer on Linux (SDL_AUDIODRIVER picks the device), the media control interface and
-// Beep on Windows. Without a usable device sounds fail quietly and beeps only take their time.
-std::unique_ptr<AudioOutput> MakeSystemAudio();
+// SDL2_mixer on Linux (SDL_AUDIODRIVER picks the device), loaded from moduleFolder at the first
+// sound; the media control interface and Beep on Windows. Without a usable device sounds fail
+// quietly and beeps only take their time.
+std::unique_ptr<AudioOutput> MakeSystemAudio(const std::string& moduleFolder);
 
 } // namespace quenix

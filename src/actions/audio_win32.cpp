@@ -38,6 +38,6 @@ public:
 
 } // namespace
 
-std::unique_ptr<AudioOutput> MakeSystemAudio() { return std::make_unique<MciAudio>(); }
+std::unique_ptr<AudioOutput> MakeSystemAudio(const std::string&) { return std::make_unique<MciAudio>(); }
 
 } // namespace quenix

@@ -60,7 +60,7 @@ TEST(Audio, BeepWavAndMp3) {
     TempDir dir;
     setenv("SDL_AUDIODRIVER", "disk", 1);
     setenv("SDL_DISKAUDIOFILE", dir.file("out.raw").c_str(), 1);
-    std::unique_ptr<AudioOutput> audio = MakeSystemAudio();
+    std::unique_ptr<AudioOutput> audio = MakeSystemAudio(QUENIX_PROGRAM_DIR);
     EXPECT_FALSE(std::filesystem::exists(dir.file("out.raw"))) << "the device opens at the first sound, not at start";
     std::string wav = Tone(dir, "tone.wav", 1000, 0.2);
     std::string a = Tone(dir, "long.mp3", 700, 3), b = Tone(dir, "short.mp3", 3000, 0.3);

@@ -100,7 +100,7 @@ TEST(Mouse, MovesAndClicksOnARealDisplayAndNoneWithout) {
     Rig rig;
     auto serialDriver = MakeSystemSerialDriver(rig.dir.str());
     SerialPort serial(*serialDriver);
-    auto audio = MakeSystemAudio();
+    auto audio = MakeSystemAudio(QUENIX_PROGRAM_DIR);
     rig.store.settings().beepOn = true;
     DesktopActions actions(rig.ctx, serial, *audio);
     for (const char* word : {"down", "left click", "doubleclick"})

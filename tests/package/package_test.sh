@@ -20,7 +20,8 @@ desktop=$root/usr/share/applications/org.quenix_remote.Quenix.desktop
 desktop-file-validate "$desktop"
 appstreamcli validate --no-net "$root"/usr/share/metainfo/*.metainfo.xml
 grep -q 'SUBSYSTEM=="lirc".*TAG+="uaccess"' "$root"/usr/lib/udev/rules.d/*.rules
-ls "$root"/usr/lib/*/quenix/libserpulse.so "$root"/usr/share/quenix/help/index.html "$root"/usr/share/man/man1/quenix-ir.1.gz
+ls "$root"/usr/lib/*/quenix/libserpulse.so "$root"/usr/lib/*/quenix/libquenix-sdl-audio.so \
+    "$root"/usr/share/quenix/help/index.html "$root"/usr/share/man/man1/quenix-ir.1.gz
 
 read -r -a command <<<"$(sed -n 's/^Exec=//p' "$desktop")"
 command[0]=$root/usr/bin/${command[0]}
