@@ -28,7 +28,9 @@ struct MosquittoCallbacks {
         }
         link->refused_ = false;
         link->up_ = true;
-        link->Deliver([](MqttLink::Events& e) { e.connected(); });
+        link->Deliver([](MqttLink::Events& e) {
+            if (e.connected) e.connected();
+        });
     }
     static void Published(mosquitto*, void* self, int mid) {
         auto* link = static_cast<MosquittoLink*>(self);
@@ -39,7 +41,9 @@ struct MosquittoCallbacks {
         std::string payload(static_cast<const char*>(m->payload),
                             m->payload ? static_cast<std::size_t>(m->payloadlen) : 0);
         static_cast<MosquittoLink*>(self)->Deliver([topic = std::move(topic), payload = std::move(payload)](
-                                                       MqttLink::Events& e) { e.message(topic, payload); });
+                                                       MqttLink::Events& e) {
+            if (e.message) e.message(topic, payload);
+        });
     }
 };
 
@@ -78,7 +82,9 @@ void MosquittoLink::Start(const Options& options, Events events) {
         mosquitto_username_pw_set(mosq_, options.user.c_str(),
                                   options.password.empty() ? nullptr : options.password.c_str());
     const MqttMessage& w = options.will;
-    mosquitto_will_set(mosq_, w.topic.c_str(), static_cast<int>(w.payload.size()), w.payload.data(), w.qos, w.retain);
+    if (!w.topic.empty()) // a will without a topic is a protocol error to the broker
+        mosquitto_will_set(mosq_, w.topic.c_str(), static_cast<int>(w.payload.size()), w.payload.data(), w.qos,
+                           w.retain);
     if (options.broker.tls) // the system's certificate authorities, and the host name checked
         mosquitto_tls_set(mosq_, nullptr, "/etc/ssl/certs", nullptr, nullptr, nullptr);
     mosquitto_connect_callback_set(mosq_, &MosquittoCallbacks::Connected);
@@ -128,7 +134,9 @@ void MosquittoLink::Run() {
         else
             why = mosquitto_strerror(rc);
         const bool refused = refused_;
-        Deliver([why, refused](Events& e) { e.disconnected(why, refused); });
+        Deliver([why, refused](Events& e) {
+            if (e.disconnected) e.disconnected(why, refused);
+        });
         if (wasUp) backoff.reset();
         std::unique_lock lock(mutex_);
         wake_.wait_for(lock, std::chrono::milliseconds(backoff.next()), [this] { return stop_; });
