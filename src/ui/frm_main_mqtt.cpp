@@ -66,7 +66,7 @@ SendOutcome SendCells(Context& ctx, CaptureLibrary& library, std::string cells, 
 // side; everything it reports comes back to this thread as a queued call.
 void FrmMain::wireMqtt(Io io) {
     QMenu* settingsMenu = menuBar()->findChild<QMenu*>("SettingsMenu");
-    QAction* item = settingsMenu->addAction("MQ&TT...");
+    QAction* item = settingsMenu->addAction("M&QTT...");
     item->setObjectName("MqttMenu");
     auto variable = [](const char* name) { return std::string(std::getenv(name) ? std::getenv(name) : ""); };
     const std::string url = variable("QUENIX_MQTT_URL"), topic = variable("QUENIX_MQTT_TOPIC");
