@@ -76,6 +76,12 @@ public:
     virtual bool write(PortHandle h, const char* data, std::size_t size, std::size_t& written) = 0;
     virtual bool escape(PortHandle h, CommEscape function) = 0;
     virtual bool modemStatus(PortHandle h, std::uint32_t& status) = 0;
+    // Whether waitLineChange can be used on the handle: a UART can wait for a modem line; a
+    // pseudo-terminal, a kernel infrared device or a USB adapter without line interrupts cannot.
+    virtual bool canWaitForLines(PortHandle) { return false; }
+    // Blocks until one of the modem lines of mask (kModem...) changes: 1 when one did, 0 when the
+    // wait was interrupted, -1 when it cannot be made. Safe to call from another thread.
+    virtual int waitLineChange(PortHandle, std::uint32_t /*mask*/) { return -1; }
     // True when the system knows a default configuration for the device (it exists).
     virtual bool defaultConfig(const std::string& deviceName) = 0;
     virtual void close(PortHandle h) = 0;

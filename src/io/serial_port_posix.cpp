@@ -256,6 +256,21 @@ public:
         return true;
     }
 
+    bool canWaitForLines(PortHandle h) override {
+        serial_icounter_struct counts{};
+        return !isKernel(h) && ::ioctl(fd(h), TIOCGICOUNT, &counts) == 0;
+    }
+
+    int waitLineChange(PortHandle h, std::uint32_t mask) override {
+        int lines = 0;
+        if (mask & kModemCtsOn) lines |= TIOCM_CTS;
+        if (mask & kModemDsrOn) lines |= TIOCM_DSR;
+        if (mask & kModemRingOn) lines |= TIOCM_RI;
+        if (mask & kModemDcdOn) lines |= TIOCM_CD;
+        if (::ioctl(fd(h), TIOCMIWAIT, lines) == 0) return 1;
+        return errno == EINTR ? 0 : -1;
+    }
+
     // Looks without opening: an open raises DTR and RTS and the close drops them, which resets
     // devices that listen to DTR. A port that exists but may not be opened is listed; opening
     // it then says why.

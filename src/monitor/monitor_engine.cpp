@@ -219,6 +219,7 @@ std::string MonitorEngine::LibraryFailure() const {
 bool MonitorEngine::FrameByFrame() const { return ctx_.interfaceType == kKernelIr; }
 
 void MonitorEngine::OnIRMonTimer() {
+    lineIdle_ = false;
     if (!IrInput()) {
         library_.Discard(); // nothing queued now may fire once input is back
         return;
@@ -230,7 +231,11 @@ void MonitorEngine::OnIRMonTimer() {
     const int type = ctx_.interfaceType;
     if (!Polled(type)) return;
     bool dcd = false;
-    if (!irPort_.ReadDcd(dcd) || dcd == (type == kDcdStd)) return;
+    if (!irPort_.ReadDcd(dcd)) return;
+    if (dcd == (type == kDcdStd)) {
+        lineIdle_ = type != kKernelIr;
+        return;
+    }
 
     std::vector<std::uint8_t>& buffer = ctx_.captureBuffer;
     buffer.assign(kCaptureBytes, 0);

@@ -62,6 +62,9 @@ public:
     // Infrared input was switched on or off: a receiver that queues keys is emptied and
     // listened to again, or left alone while input is off.
     void InputChanged();
+    // Whether the last tick found a serial receiver's line idle: the window may then wait for
+    // the line to change instead of ticking.
+    bool LineIdle() const { return lineIdle_; }
     // SecondTimer: the tick counter the phone's reply wait measures time by.
     void OnSecondTimer() { ++ctx_.secondTicks; }
 
@@ -96,6 +99,7 @@ private:
 
     IrPortWatch irPort_;
     KeyPress press_;
+    bool lineIdle_ = false;
     // When each repeatable action of the held key last ran.
     std::map<std::string, std::int64_t> lastRepeatMs_;
 };

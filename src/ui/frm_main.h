@@ -7,6 +7,7 @@
 #include "config/import_export.h"
 #include "config/context.h"
 #include "config/main_controller.h"
+#include "io/line_watch.h"
 #include "io/receiver_controller.h"
 #include "ir/learning.h"
 #include "ir/recorder.h"
@@ -113,6 +114,9 @@ private:
     std::unique_ptr<MonitorEngine> monitor_;
     // Waits on a kernel infrared device while monitoring, in place of the 1 ms poll.
     QSocketNotifier* irNotifier_ = nullptr;
+    // Waits for a serial receiver's line between keys, where the port can be waited on.
+    std::unique_ptr<LineWatch> lineWatch_;
+    QSocketNotifier* lineNotifier_ = nullptr;
     std::unique_ptr<PhoneRemote> phone_;
     std::unique_ptr<ImportExport> importExport_;
     std::unique_ptr<CaptureSource> captureSource_;

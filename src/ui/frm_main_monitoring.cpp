@@ -77,11 +77,32 @@ void FrmMain::wireMonitoring(Io io) {
     // on the descriptor, which ticks once per arrival and hands back, so an idle receiver costs
     // nothing. The engine keeps switching the timer as before (stop, send, a failed library);
     // the notifier only ever ticks while the timer was last left running.
+    // A serial receiver's line is polled every millisecond only while a key is on the air: when
+    // a tick finds it idle and the port can wait for a line change (a UART, not a pty), a thread
+    // waits for DCD to move and the first tick after it samples as before.
     auto* timer = findChild<QTimer*>("IRMonTimer");
+    lineWatch_ = std::make_unique<LineWatch>(io.port->driver());
+    if (lineWatch_->fd() >= 0) {
+        lineNotifier_ = new QSocketNotifier(lineWatch_->fd(), QSocketNotifier::Read, this);
+        lineNotifier_->setEnabled(false);
+        connect(lineNotifier_, &QSocketNotifier::activated, this, [this, engine, timer] {
+            lineNotifier_->setEnabled(false);
+            const bool same = lineWatch_->handle() == ctx_.irPortHandle;
+            lineWatch_->Stop();
+            if (!ctx_.monitoring || !ctx_.settings().irInEna || !same) return;
+            timer->start();
+            engine->OnIRMonTimer();
+        });
+    }
     connect(timer, &QTimer::timeout, this, [this, engine, timer] {
         const PortHandle fd = ctx_.irPortHandle;
         if (ctx_.interfaceType != kKernelIr || fd == kNoPort) {
+            if (lineWatch_->waiting()) lineWatch_->Stop(); // started again meanwhile: poll
             engine->OnIRMonTimer();
+            if (lineNotifier_ && engine->LineIdle() && timer->isActive() && lineWatch_->Start(fd, kModemDcdOn)) {
+                timer->stop();
+                lineNotifier_->setEnabled(true);
+            }
             return;
         }
         timer->stop();

@@ -1,5 +1,6 @@
 // The serial port layer on real pseudo-terminals, and its own rules over the simulated driver.
 
+#include "io/line_watch.h"
 #include "io/serial_port.h"
 #include "support/fakes.h"
 #include "support/sim_serial.h"
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -87,6 +89,9 @@ TEST_F(SerialPtyTest, ConfiguringSetsSpeedWithoutFlowControlAndLinesReadOn) {
     port.SetRTS(h, false);
     port.SetTxDBreak(h, false);
     EXPECT_TRUE(port.IsCTSOn(h) && port.IsDSROn(h) && port.IsDCDOn(h));
+    // Nor can it wait for a line: monitoring keeps polling it.
+    LineWatch watch(*driver);
+    EXPECT_FALSE(watch.Start(h, kModemDcdOn));
 }
 
 // Parity and stop bits stay as the driver had them. DTR and RTS drop once; configured again
@@ -111,6 +116,33 @@ TEST(SerialPort, ConfiguringWritesSpeedBitsAndBinaryOnlyAndDropsTheLinesOnce) {
     }
     port.CloseHandle(h);
     EXPECT_FALSE(port.ConfigureComPort(9600, 8, h)); // the driver refuses a closed handle
+}
+
+} // namespace
+} // namespace quenix::testing
+
+namespace quenix::testing {
+namespace {
+
+// The wait runs on a thread of its own and says through its descriptor that the line moved; a
+// wait that nothing ends is ended by Stop.
+TEST(LineWatch, TellsWhenTheLineMovesAndStopsWhenNothingDoes) {
+    for (bool keyComes : {true, false}) {
+        SimClock clock;
+        SimSerialDriver driver(clock);
+        SerialPort port(driver);
+        DcdReceiver receiver = StandardReceiver();
+        driver.port(1).peer = &receiver;
+        const PortHandle h = port.OpenComPort(1);
+        port.SetRTS(h, true);
+        if (keyComes) receiver.air.push_back({"1111000011", 550.0, clock.nowNs() + 50'000'000});
+        LineWatch watch(driver);
+        ASSERT_TRUE(watch.Start(h, kModemDcdOn));
+        pollfd p{watch.fd(), POLLIN, 0};
+        EXPECT_EQ(::poll(&p, 1, keyComes ? 5000 : 100), keyComes ? 1 : 0);
+        watch.Stop();
+        EXPECT_FALSE(watch.waiting());
+    }
 }
 
 } // namespace

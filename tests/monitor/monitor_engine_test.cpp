@@ -255,5 +255,30 @@ TEST(MonitorEngine, ASerialKeyStillThereAfterThePauseIsHeld) {
     EXPECT_EQ(rig.executed.size(), 2u);
 }
 
+
+// Between keys a serial receiver's line is waited for, not polled: the tick says the line is
+// idle, the wait returns when the key begins, and the key is read as the 1 ms poll reads it.
+TEST(MonitorEngine, AnIdleLineIsWaitedForAndTheKeyStillRead) {
+    EngineRig rig;
+    DcdReceiver receiver = StandardReceiver();
+    rig.com1().peer = &receiver;
+    PortLine line(rig.port, rig.ctx.irPortHandle);
+    serpulse::Sampler sampler(line, rig.clock);
+    rig.library.sampler = &sampler;
+    rig.engine.Start();
+    const ProtocolHeader h = DeviceHeader(rig.store.text(), "Sony TV");
+    std::string code = "G000010010000";
+    bool toggle = false;
+    const std::int64_t keyAt = rig.clock.nowNs() + 2'000'000'000;
+    receiver.air.push_back({EncodeCommand(code, h, toggle), static_cast<double>(h.sendpls), keyAt});
+    rig.engine.OnIRMonTimer();
+    EXPECT_TRUE(rig.engine.LineIdle());
+    ASSERT_EQ(rig.driver.waitLineChange(rig.ctx.irPortHandle, kModemDcdOn), 1);
+    EXPECT_LT(rig.clock.nowNs() - keyAt, 20'000); // woken as the lead-in began
+    rig.engine.OnIRMonTimer();
+    EXPECT_FALSE(rig.engine.LineIdle());
+    EXPECT_EQ(rig.view.text("RecCmd"), "Sony TV&Ch+");
+}
+
 } // namespace
 } // namespace quenix::testing

@@ -85,6 +85,16 @@ bool SimSerialDriver::modemStatus(PortHandle h, std::uint32_t& status) {
     return with(h, [&](SimPort& p) { status = p.peer ? p.peer->lines(p, clock_.nowNs()) : p.inputs; });
 }
 
+int SimSerialDriver::waitLineChange(PortHandle h, std::uint32_t mask) {
+    std::uint32_t before = 0, now = 0;
+    if (!modemStatus(h, before)) return -1;
+    for (int step = 0; step < 1'000'000; ++step) { // 10 s of 10 us steps, then "interrupted"
+        clock_.sleepNs(10'000);
+        if (modemStatus(h, now) && ((now ^ before) & mask) != 0) return 1;
+    }
+    return 0;
+}
+
 bool SimSerialDriver::defaultConfig(const std::string& deviceName) {
     auto it = ports_.find(ComPortNumber(deviceName));
     return it != ports_.end() && it->second.present;

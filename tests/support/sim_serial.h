@@ -79,6 +79,9 @@ public:
     bool write(PortHandle h, const char* data, std::size_t size, std::size_t& written) override;
     bool escape(PortHandle h, CommEscape function) override;
     bool modemStatus(PortHandle h, std::uint32_t& status) override;
+    // A simulated UART can wait for its lines: the virtual clock runs on to the next change.
+    bool canWaitForLines(PortHandle h) override { return portOf(h) != nullptr; }
+    int waitLineChange(PortHandle h, std::uint32_t mask) override;
     bool defaultConfig(const std::string& deviceName) override;
     void close(PortHandle h) override;
 
