@@ -1,7 +1,9 @@
 // The program's window against Debian's broker on a free local port, checked with its own
 // clients: keys out, sends in, restart of the broker, a refused account, the last will.
+#include "actions/x10.h"
 #include "ir/capture_script.h"
 #include "mqtt/mosquitto_link.h"
+#include "support/cm11_sim.h"
 #include "support/sim_serial.h"
 #include "ui/ui_support.h"
 
@@ -17,6 +19,7 @@
 #include <sys/socket.h>
 
 #include <csignal>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -92,6 +95,23 @@ void Pub(const Broker& b, const char* topic, const QStringList& message) {
     while (p.state() != QProcess::NotRunning) QTest::qWait(10);
 }
 
+// The CM11 simulator behind a port of the simulated driver; the window's bytes cross its pty.
+class Cm11Peer final : public SimPeer {
+public:
+    ~Cm11Peer() override { close(fd_); }
+    std::uint32_t lines(const SimPort&, std::int64_t) override { return kModemCtsOn | kModemDsrOn; }
+    void onWrite(SimPort&, std::string_view b, std::int64_t) override { (void)!write(fd_, b.data(), b.size()); }
+    void poll(SimPort& port, std::int64_t) override {
+        sim.service(0);
+        char buf[64];
+        for (ssize_t n; (n = read(fd_, buf, sizeof buf)) > 0;) port.rx.append(buf, static_cast<std::size_t>(n));
+    }
+    Cm11Sim sim;
+
+private:
+    int fd_ = open(sim.slavePath().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+};
+
 class NoSound final : public SoundPlayer {
     bool playWav(const std::string&) override { return true; }
     bool playMp3(const std::string&) override { return true; }
@@ -100,6 +120,7 @@ class NoSound final : public SoundPlayer {
 struct BrokerWindow {
     explicit BrokerWindow(const Broker& b, const char* user = nullptr) {
         driver.port(1).inputs = 0; // the standard receiver reads busy: a key is on the air
+        driver.port(3).peer = &cm11;
         setenv("QUENIX_MQTT_URL", b.url().c_str(), 1);
         setenv("QUENIX_MQTT_TOPIC", "test/den", 1);
         if (user) rig.dir.write("mqtt.cfg", std::string("USER=") + user + "\nPASSWORD=secret\n");
@@ -112,6 +133,8 @@ struct BrokerWindow {
         cfg.replace(from, to - from, "touch " + rig.dir.str() + "/ran,Touch\r\n");
         rig.dir.write("telvorin.cfg", cfg);
         EXPECT_TRUE(rig.window->startUp());
+        rig.store.settings().x10Com = 3;
+        rig.store.settings().x10Ena = true;
     }
     bool WaitFor(const std::string& statusStart) {
         for (int i = 0; i < 400; ++i, QTest::qWait(20))
@@ -130,6 +153,7 @@ struct BrokerWindow {
     SerialPort port{driver};
     FakeCaptureLibrary library;
     NoSound sound;
+    Cm11Peer cm11;
     WindowRig rig;
 };
 
@@ -156,19 +180,23 @@ TEST(MqttBroker, KeysOutSendsInAndKeysKeptOverABrokerRestart) {
               std::vector<std::string>{R"({"device":"Sony TV","command":"Power","protocol":"SONY",)"
                                        R"("code":"101010010000","scancode":"0x010015","repeat":0,"source":"COM1"})"});
 
-    Sub results(broker, "test/den/send/result", 5);
+    Sub results(broker, "test/den/send/result", 6);
     Pub(broker, "test/den/send", {"-m", R"({"device":"application","command":"Touch"})"});
+    Pub(broker, "test/den/send", {"-m", R"({"device":"X10-Fan","command":"Off"})"});
     Pub(broker, "test/den/send", {"-m", R"({"protocol":"SONY","code":"101010010000","id":2})"});
     Pub(broker, "test/den/send", {"-m", R"({"device":"Nobody","command":"Power"})"});
     Pub(broker, "test/den/send", {"-m", "not json"});
     w.rig.dir.write("big", std::string(10 * 1024 * 1024, 'x'));
     Pub(broker, "test/den/send", {"-f", QString::fromStdString(w.rig.dir.str() + "/big")});
     EXPECT_THAT(results.lines(), ::testing::ElementsAre(R"({"ok":true,"text":"Touch executed."})",
+                                                        R"({"ok":true,"text":"X10-Fan Off."})",
                                                         R"({"ok":true,"text":"SONY 101010010000 executed.","id":2})",
                                                         R"({"ok":false,"text":"No code to be send!"})",
                                                         R"({"ok":false,"text":"The request is not JSON."})",
                                                         R"({"ok":false,"text":"The request is larger than 64 KiB."})"));
     EXPECT_TRUE(std::filesystem::exists(w.rig.dir.file("ran")));
+    using Ev = Cm11Sim::Event;
+    EXPECT_EQ(w.cm11.sim.events, (std::vector<Ev>{{Ev::Address, 6, 14, 0}, {Ev::Function, 6, kX10Off, 0}}));
     EXPECT_EQ(w.library.sends.size(), 1u);
 
     broker.Stop();
