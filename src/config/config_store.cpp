@@ -4,6 +4,7 @@
 #include "core/text.h"
 #include "core/version.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace quenix {
@@ -43,7 +44,7 @@ const Key kKeys[] = {
 };
 #undef QX_FIELD
 
-int Len(const std::string& s) { return static_cast<int>(s.size()); }
+int Len(const std::string& s) { return static_cast<int>(std::min<std::size_t>(s.size(), 0x7fffffff)); }
 
 } // namespace
 
@@ -71,11 +72,11 @@ bool ConfigStore::LoadFromText(std::string data) {
     // An editor that writes bare LF line ends must not leave every key reading to the end of the
     // file; the next save writes CR LF.
     data = WithCrLf(std::move(data));
-    if (Len(data) > kMaxConfigLength) {
-        lastError_ = "The configuration file is larger than 32767 characters.";
+    if (Len(data) > maxLength_) {
+        lastError_ = "The configuration file is larger than " + std::to_string(maxLength_) + " characters.";
         return false;
     }
-    text_ = std::move(data);
+    Adopt(std::move(data));
     return ParseGeneral();
 }
 
@@ -126,11 +127,12 @@ bool ConfigStore::ParseGeneral() {
 
 bool ConfigStore::SetText(std::string text) {
     reloaded_ = false;
-    if (Len(text) > kMaxConfigLength) {
-        lastError_ = "The configuration file cannot grow beyond 32767 characters; the change was not made.";
+    if (Len(text) > maxLength_) {
+        lastError_ = "The configuration file cannot grow beyond " + std::to_string(maxLength_) +
+                     " characters; the change was not made.";
         return false;
     }
-    text_ = std::move(text);
+    Adopt(std::move(text));
     lastError_.clear();
     return true;
 }
@@ -158,7 +160,7 @@ bool ConfigStore::SaveConfiguration() {
     std::string out = text_.substr(0, close + 1) + "\r\n";
     if (!WriteFileAtomically(path(), out, lastError_)) return false;
     onDisk_ = out;
-    text_ = std::move(out);
+    Adopt(std::move(out));
     lastError_.clear();
     return true;
 }
@@ -169,7 +171,7 @@ bool ConfigStore::Reload(std::string changed) {
     if (!LoadFromText(changed)) {
         // A half-written or broken file is not taken; it is asked about again at the next save.
         lastError_ = "telvorin.cfg was changed by another program and cannot be loaded: " + lastError_;
-        text_ = std::move(ours);
+        Adopt(std::move(ours));
         settings_ = prior;
         return false;
     }
@@ -197,7 +199,7 @@ bool ConfigStore::SetGeneralKey(std::string_view key, std::string_view value, bo
     t = InsertText(t, Trim(value), v + 1);
     if (!SetText(std::move(t))) return false;
     if (save && !SaveConfiguration()) {
-        if (!reloaded_) text_ = before;
+        if (!reloaded_) Adopt(before);
         return false;
     }
     return true;
@@ -231,7 +233,7 @@ bool ConfigStore::DeleteDevice() {
     if (!Delete(first, last)) return false;
     if (SaveConfiguration()) return true;
     // The section stays in memory as it stays on disk.
-    if (!reloaded_) text_ = before;
+    if (!reloaded_) Adopt(before);
     return false;
 }
 

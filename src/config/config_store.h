@@ -1,5 +1,6 @@
 #pragma once
 
+#include "config/code_index.h"
 #include "config/config_text.h"
 #include "config/settings.h"
 
@@ -56,8 +57,8 @@ public:
     std::string GetDeviceDescription(std::string_view name, bool fromImport = false) const;
     std::string BuildMonitorDeviceList() const;
 
-    // Replaces the configuration text; refused (false, lastError set) when it would reach
-    // 32,768 characters. Every splice goes through here.
+    // Replaces the configuration text; refused (false, lastError set) when it would grow beyond
+    // maxLength(). Every splice goes through here.
     bool SetText(std::string text);
     // Shorthands for the common splices of the configuration text, limit-checked.
     bool Insert(std::string_view insertion, int pos);
@@ -65,6 +66,14 @@ public:
 
     int Find(std::string_view needle, int start = 1) const { return FindText(needle, text_, start); }
     std::string Line(int pos) const { return ReadLine(text_, pos); }
+    // Find("G" + bits + ",") and Find("[Monitoring]") through an index built at the first call
+    // after each change of the text.
+    int FindCode(std::string_view bits) const { return Index().FindCode(text_, bits); }
+    int FindMonitoring() const { return Index().monitoring(); }
+
+    int maxLength() const { return maxLength_; }
+    // For tests: a lower limit than kMaxConfigLength.
+    void setMaxLength(int length) { maxLength_ = length; }
 
     const std::string& text() const { return text_; }
     std::string& importText() { return importText_; }
@@ -85,6 +94,14 @@ public:
 
 private:
     bool ParseGeneral();
+    void Adopt(std::string text) {
+        text_ = std::move(text);
+        index_.reset();
+    }
+    const CodeIndex& Index() const {
+        if (!index_) index_.emplace(text_);
+        return *index_;
+    }
     bool Reload(std::string changed);
 
     std::optional<std::string> onDisk_; // the bytes last read from or written to the file
@@ -94,6 +111,8 @@ private:
     std::string folder_;
     std::string dataFolder_;
     std::string text_;
+    mutable std::optional<CodeIndex> index_;
+    int maxLength_ = kMaxConfigLength;
     std::string importText_;
     std::string version_;
     Settings settings_;

@@ -8,7 +8,8 @@ namespace quenix {
 // Text operations on the configuration text. Positions are 1-based, as everywhere in the
 // system; 0 means "not found".
 
-inline constexpr int kMaxConfigLength = 32767; // positions are 16-bit signed integers
+// A collection of thousands of imported remotes fits many times over; positions stay int.
+inline constexpr int kMaxConfigLength = 64 << 20;
 
 // Case-blind search; the position just behind the first match at or after start, else 0.
 // The last character of the text is never a candidate start, so a one-character needle

@@ -157,9 +157,21 @@ MonitorFrame ExtractFrame(const std::vector<std::uint8_t>& capture) {
     return f;
 }
 
-std::string MonitorKey(std::string_view configText, std::string_view frame, int protocol) {
-    LearnedCommand c = FindLearnedCommand(configText, frame, protocol);
+namespace {
+
+template <class Config> std::string KeyOf(const Config& config, std::string_view frame, int protocol) {
+    LearnedCommand c = FindLearnedCommand(config, frame, protocol);
     return c.found ? c.device + "&" + c.command : "UNKNOWN";
+}
+
+} // namespace
+
+std::string MonitorKey(std::string_view configText, std::string_view frame, int protocol) {
+    return KeyOf(configText, frame, protocol);
+}
+
+std::string MonitorKey(const ConfigStore& config, std::string_view frame, int protocol) {
+    return KeyOf(config, frame, protocol);
 }
 
 CodeVerdict BitCountVerdict(int protocol, std::string_view code) {

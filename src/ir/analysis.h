@@ -8,6 +8,8 @@
 
 namespace quenix {
 
+class ConfigStore;
+
 // The samples of a capture as "1"/"0" characters, eight a byte, top bit first.
 std::string UnpackSamples(const std::vector<std::uint8_t>& bytes);
 
@@ -57,6 +59,7 @@ inline constexpr std::size_t kMinFrameLength = 7;
 
 // The key text of a received frame: device "&" command, or "UNKNOWN".
 std::string MonitorKey(std::string_view configText, std::string_view frame, int protocol);
+std::string MonitorKey(const ConfigStore& config, std::string_view frame, int protocol);
 
 // The record panel's verdict on a recognised code: the status text and the value fields.
 struct CodeVerdict {

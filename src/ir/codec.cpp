@@ -1,5 +1,6 @@
 #include "ir/codec.h"
 
+#include "config/config_store.h"
 #include "config/config_text.h"
 #include "core/text.h"
 #include "ir/protocols.h"
@@ -89,9 +90,11 @@ std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool&
     const bool stop = row && row->stopMark;
     auto bodyOf = [&](std::string_view bits) {
         std::string body;
+        int sent = 0;
         for (char c : bits) {
-            if (c == '0') body += header.bit0;
-            else if (c == '1') body += header.bit1;
+            if (c != '0' && c != '1') continue;
+            body += c == '0' ? header.bit0 : header.bit1;
+            if (row && ++sent == row->gapAfter) body.append(static_cast<std::size_t>(row->gapCells), '0');
         }
         if (stop) body += '1'; // the stop mark ends the last space
         return body;
@@ -216,13 +219,16 @@ std::string RecordedToCode(std::string_view cells, int protocol) {
     return PulseDistanceToCode(cells);
 }
 
-LearnedCommand FindLearnedCommand(std::string_view configText, std::string_view code, int protocol) {
+namespace {
+
+LearnedCommand FindLearned(std::string_view configText, std::string_view code, int protocol,
+                           const ConfigStore* index) {
     LearnedCommand result;
     std::string bits = BitsOnly(code);
     if (bits.empty()) return result;
     bits = NormalisedCode(bits, protocol); // stored with toggle 0
     std::string needle = "G" + bits + ",";
-    int behind = FindText(needle, configText, 1);
+    int behind = index ? index->FindCode(bits) : FindText(needle, configText, 1);
     int start = behind - static_cast<int>(needle.size()); // 1-based start of the match
     if (behind == 0 || start <= 10) return result;
 
@@ -237,6 +243,16 @@ LearnedCommand FindLearnedCommand(std::string_view configText, std::string_view 
     result.device = header;
     result.command = name;
     return result;
+}
+
+} // namespace
+
+LearnedCommand FindLearnedCommand(std::string_view configText, std::string_view code, int protocol) {
+    return FindLearned(configText, code, protocol, nullptr);
+}
+
+LearnedCommand FindLearnedCommand(const ConfigStore& config, std::string_view code, int protocol) {
+    return FindLearned(config.text(), code, protocol, &config);
 }
 
 int BitsToNumber(std::string_view bits) {

@@ -9,6 +9,8 @@
 
 namespace quenix {
 
+class ConfigStore;
+
 // A command code is its data bits as "0"/"1", stored behind the sync marker "G" (a learned
 // command line reads "G0110...,Name"). A cell string is "0"/"1", one character per SENDPLS
 // cell, "1" meaning carrier; in a recorded cell string "g" (or "G") marks a pause cell.
@@ -48,6 +50,8 @@ struct LearnedCommand {
 // Looks a received code (its data bits; a leading sync marker is dropped) up among the
 // command lines of the configuration text. RC5 codes match whatever their toggle bit.
 LearnedCommand FindLearnedCommand(std::string_view configText, std::string_view code, int protocol);
+// The same through the store's index.
+LearnedCommand FindLearnedCommand(const ConfigStore& config, std::string_view code, int protocol);
 
 // The value of a "0"/"1" text, first character most significant, as a 16-bit integer.
 int BitsToNumber(std::string_view bits);

@@ -166,13 +166,21 @@ DecodedFrame DecodeMonitorFrame(const std::vector<std::uint8_t>& capture) {
     return d;
 }
 
-std::string LookupKey(std::string_view configText, const DecodedFrame& f) {
-    std::string key = f.frame.empty() ? "UNKNOWN" : MonitorKey(configText, f.frame, f.protocol);
+namespace {
+
+template <class Config> std::string Lookup(const Config& config, const DecodedFrame& f) {
+    std::string key = f.frame.empty() ? "UNKNOWN" : MonitorKey(config, f.frame, f.protocol);
     const std::string& literal = f.literal.frame;
     if (key == "UNKNOWN" && !literal.empty() && literal != f.frame)
-        key = MonitorKey(configText, literal, f.literal.analysis.protocol);
+        key = MonitorKey(config, literal, f.literal.analysis.protocol);
     return key;
 }
+
+} // namespace
+
+std::string LookupKey(std::string_view configText, const DecodedFrame& f) { return Lookup(configText, f); }
+
+std::string LookupKey(const ConfigStore& config, const DecodedFrame& f) { return Lookup(config, f); }
 
 int MeasuredUnit(const std::vector<std::uint8_t>& capture) {
     const std::string samples = UnpackSamples(capture);

@@ -15,6 +15,8 @@
 
 namespace quenix {
 
+class ConfigStore;
+
 enum class Reading { None, Literal, Timing };
 const char* ReadingName(Reading r);
 
@@ -47,6 +49,7 @@ DecodedFrame DecodeMonitorFrame(const std::vector<std::uint8_t>& capture);
 // The key of a received frame: device "&" command, or "UNKNOWN". Codes learned before the
 // timing reading existed hold what the run analysis read, so that is looked up too.
 std::string LookupKey(std::string_view configText, const DecodedFrame& f);
+std::string LookupKey(const ConfigStore& config, const DecodedFrame& f);
 
 // The unit of a capture in samples, rounded; 0 when it cannot be measured.
 int MeasuredUnit(const std::vector<std::uint8_t>& capture);

@@ -134,7 +134,7 @@ void Recorder::showProtocol(int protocol) {
 }
 
 void Recorder::validate(const std::string& code, int protocol) {
-    LearnedCommand found = FindLearnedCommand(ctx_.config.text(), code, protocol);
+    LearnedCommand found = FindLearnedCommand(ctx_.config, code, protocol);
     if (found.found) {
         view_.setText("IRCommand", found.device + "&&" + found.command);
         ctx_.validated = true;

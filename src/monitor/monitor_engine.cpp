@@ -42,9 +42,11 @@ constexpr std::size_t kLeadBytes = 39;
 
 } // namespace
 
-std::vector<std::string> MonitoredActions(std::string_view text, std::string_view key) {
+namespace {
+
+// m: the position behind the [Monitoring] header.
+std::vector<std::string> ActionsBehind(std::string_view text, int m, std::string_view key) {
     std::vector<std::string> actions;
-    int m = FindText("[Monitoring]", text, 1);
     if (m == 0) return actions;
     int end = FindText("[", text, m);
     const std::size_t stop = end == 0 ? text.size() : static_cast<std::size_t>(end - 2); // the "[" itself
@@ -62,6 +64,16 @@ std::vector<std::string> MonitoredActions(std::string_view text, std::string_vie
         if (ToLower(line.substr(0, comma)) == wanted) actions.push_back(line.substr(comma + 1));
     }
     return actions;
+}
+
+} // namespace
+
+std::vector<std::string> MonitoredActions(std::string_view text, std::string_view key) {
+    return ActionsBehind(text, FindText("[Monitoring]", text, 1), key);
+}
+
+std::vector<std::string> MonitoredActions(const ConfigStore& config, std::string_view key) {
+    return ActionsBehind(config.text(), config.FindMonitoring(), key);
 }
 
 MonitorEngine::MonitorEngine(Context& ctx, View& view, SerialPort& port, CaptureLibrary& library, Hooks hooks)
@@ -276,7 +288,7 @@ void MonitorEngine::OnIRMonTimer() {
 
     // A serial capture is one key; a held key's next frame begins within its period of the
     // pause after it, which the capture starts with.
-    const std::string key = LookupKey(ctx_.config.text(), f);
+    const std::string key = LookupKey(ctx_.config, f);
     Call(hooks_.frameDecoded, f, key);
     Received(key, press_.Frame(key, f.frame, frameByFrame ? now : started, HoldGapMs(f.protocol), gapMs));
     if (!frameByFrame) {
@@ -307,7 +319,7 @@ std::string MonitorEngine::HandleHeld(const std::string& key, const KeyPress::St
     if (step.heldMs < kRepeatDelayMs) return {};
     const std::int64_t now = ctx_.clock.nowMs();
     std::string done;
-    for (const std::string& action : MonitoredActions(ctx_.config.text(), key)) {
+    for (const std::string& action : MonitoredActions(ctx_.config, key)) {
         auto [device, command] = SplitPart(action);
         const HeldAction held = HeldActionOf(device, command);
         if (!held.repeats) continue;
@@ -327,7 +339,7 @@ std::string MonitorEngine::HandleHeld(const std::string& key, const KeyPress::St
 std::string MonitorEngine::HandleEvent(const std::string& key) {
     if (hooks_.keyRecognised) hooks_.keyRecognised(key, 0);
     std::string done;
-    for (const std::string& action : MonitoredActions(ctx_.config.text(), key)) {
+    for (const std::string& action : MonitoredActions(ctx_.config, key)) {
         auto [device, command] = SplitPart(action);
         ctx_.config.currentDevice = device;
         ctx_.config.currentCommand = command;

@@ -107,5 +107,6 @@ private:
 // The output actions of a key: the text behind "," of every [Monitoring] line whose input part
 // is the key, in file order.
 std::vector<std::string> MonitoredActions(std::string_view configText, std::string_view key);
+std::vector<std::string> MonitoredActions(const ConfigStore& config, std::string_view key);
 
 } // namespace quenix

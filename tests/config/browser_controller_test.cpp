@@ -213,6 +213,7 @@ TEST_F(BrowserTest, AddApplicationEntry) {
         {"/home/me/caf\xe9.wav", "Caf\xc3\xa9", std::nullopt, {}, "/home/me/caf\xe9.wav,Caf\xc3\xa9\r\n"},
     };
     Select("Application");
+    store.setMaxLength(32767);
     for (const auto& row : rows) {
         dialogs.messages.clear();
         dialogs.fileDialogs.clear();

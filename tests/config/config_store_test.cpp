@@ -75,7 +75,7 @@ TEST_F(StoreTest, BrokenFilesFailTheLoad) {
         {noKey, false},
         {Config(General()).erase(Config(General()).find("[End]"), 5), false},
         {"Remote Manager\r\n[End]\r\n", false},
-        {Config(General(), "[Big]\r\n# " + std::string(33000, 'x') + "\r\n"), false},
+        {Config(General(), "[Big]\r\n# " + std::string(33000, 'x') + "\r\n"), true},
         {lowerCase, true}, // keys match regardless of letter case
         {Config(General()) + "trailing text", true},
     };
@@ -91,6 +91,46 @@ TEST_F(StoreTest, BrokenFilesFailTheLoad) {
     ConfigStore missing((dir.path() / "nowhere").string());
     EXPECT_FALSE(missing.LoadConfiguration());
     EXPECT_NE(missing.lastError().find("Cannot open"), std::string::npos);
+}
+
+// A collection of imported remotes: past the old 32,767-character wall and at about 2 MB, the
+// text loads, edits and saves, and the code index follows every change of the text.
+TEST_F(StoreTest, LargeTextsLoadEditAndSave) {
+    auto code = [](int device, int key) {
+        std::string bits;
+        for (int b = 31; b >= 0; --b) bits += ((device * 64 + key) >> b & 1) ? '1' : '0';
+        return bits;
+    };
+    for (int devices : {40, 1000}) {
+        SCOPED_TRACE(devices);
+        std::string sections;
+        for (int d = 0; d < devices; ++d) {
+            sections += "[Dev" + std::to_string(d) + "]\r\n# imported\r\nGPROTO= 0\r\n";
+            for (int k = 0; k < 40; ++k) sections += "G" + code(d, k) + ",Key" + std::to_string(k) + "\r\n";
+        }
+        Load(Config(General(), sections));
+        ASSERT_GT(store.text().size(), devices == 40 ? 32767u : 1'500'000u);
+        const std::string last = code(devices - 1, 39), inserted = code(devices, 0);
+        auto agrees = [&](const std::string& bits) { EXPECT_EQ(store.FindCode(bits), store.Find("G" + bits + ",")); };
+        for (const std::string& bits : {code(0, 0), last, inserted, std::string("1"), last + "0"}) agrees(bits);
+        EXPECT_EQ(store.FindMonitoring(), store.Find("[Monitoring]"));
+        ASSERT_TRUE(store.SetGeneralKey("MONITOR", "1"));
+
+        store.currentDevice = "Dev" + std::to_string(devices - 1);
+        store.currentCommand = "Key39";
+        store.DeleteCommand();
+        EXPECT_EQ(store.FindCode(last), 0);
+        ASSERT_TRUE(store.Insert("[Late]\r\nG" + inserted + ",Late\r\n", store.Find("[X10]") - 5));
+        agrees(inserted);
+        EXPECT_EQ(store.FindMonitoring(), store.Find("[Monitoring]"));
+        ASSERT_TRUE(store.SaveConfiguration());
+
+        ConfigStore reread(dir.str());
+        ASSERT_TRUE(reread.LoadConfiguration()) << reread.lastError();
+        EXPECT_EQ(reread.text(), store.text());
+        EXPECT_TRUE(reread.settings().monitor);
+        EXPECT_NE(reread.FindCode(inserted), 0);
+    }
 }
 
 TEST_F(StoreTest, SetGeneralKeyKeepsTheFirstCharacterAfterTheEquals) {

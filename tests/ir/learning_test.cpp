@@ -231,6 +231,7 @@ TEST_F(LearningTest, WriteFailuresReachTheUser) {
         {"", &Learning::onDeleteCmdButton, "\r\n"},
         {"", &Learning::onMenuProcDelay, "\r\n"},
     };
+    store.setMaxLength(32767);
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         SCOPED_TRACE(i);
         const auto& [fileStart, click, why] = cases[i];
