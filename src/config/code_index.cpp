@@ -8,9 +8,9 @@
 namespace quenix {
 namespace {
 
-std::uint64_t Hash(std::string_view bits) {
-    std::uint64_t h = 14695981039346656037ull;
-    for (char c : bits) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+std::uint32_t Hash(std::string_view bits) {
+    std::uint32_t h = 2166136261u;
+    for (char c : bits) h = (h ^ static_cast<unsigned char>(c)) * 16777619u;
     return h;
 }
 
@@ -28,12 +28,13 @@ CodeIndex::CodeIndex(std::string_view text) {
         codes_.emplace_back(Hash(text.substr(first, comma - first)), static_cast<int>(first));
     }
     std::sort(codes_.begin(), codes_.end());
+    codes_.shrink_to_fit();
     monitoring_ = FindText("[Monitoring]", text, 1);
 }
 
 int CodeIndex::FindCode(std::string_view text, std::string_view bits) const {
     if (bits.empty() || !std::all_of(bits.begin(), bits.end(), IsBit)) return 0;
-    const std::uint64_t h = Hash(bits);
+    const std::uint32_t h = Hash(bits);
     // Sorted by position within one hash, so the first that really matches is the first in the text.
     for (auto it = std::lower_bound(codes_.begin(), codes_.end(), std::make_pair(h, 0));
          it != codes_.end() && it->first == h; ++it) {

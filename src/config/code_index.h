@@ -20,7 +20,7 @@ public:
     int monitoring() const { return monitoring_; }
 
 private:
-    std::vector<std::pair<std::uint64_t, int>> codes_; // hash of the bits, 1-based position of the "G"
+    std::vector<std::pair<std::uint32_t, int>> codes_; // hash of the bits, 1-based position of the "G"
     int monitoring_ = 0;
 };
 
