@@ -12,6 +12,7 @@
 #include "ir/decoder.h"
 #include "ir/pulse_text.h"
 #include "monitor/monitor_engine.h"
+#include "resident.h"
 #include "support/fakes.h"
 
 #include <chrono>
@@ -26,15 +27,6 @@ using namespace quenix::testing;
 namespace {
 
 constexpr int kKeys = 40;
-
-long ResidentKb() {
-    long pages = 0, resident = 0;
-    if (std::FILE* f = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2) resident = 0;
-        std::fclose(f);
-    }
-    return resident * (sysconf(_SC_PAGESIZE) / 1024);
-}
 
 double Ms(std::chrono::steady_clock::time_point since) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - since).count();

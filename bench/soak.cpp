@@ -12,6 +12,7 @@
 #include "monitor/monitor_engine.h"
 #include "support/rig.h"
 #include "support/sim_serial.h"
+#include "resident.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -23,15 +24,6 @@ using namespace quenix;
 using namespace quenix::testing;
 
 namespace {
-
-long ResidentKb() {
-    long pages = 0, resident = 0;
-    if (std::FILE* f = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2) resident = 0;
-        std::fclose(f);
-    }
-    return resident * (sysconf(_SC_PAGESIZE) / 1024);
-}
 
 // The file's identity: a save replaces it, so its inode or time changes.
 std::pair<ino_t, long> Stamp(const std::string& path) {
