@@ -6,7 +6,7 @@
 //  3. idle CPU of the running program, measured from outside: monitoring a FIFO, not
 //     monitoring, and monitoring a pseudo-terminal through the 1 ms poll.
 //
-// Run from the source tree: bench/kernel_ir [path to telvorin.cfg]
+// Run from the source tree: bench/kernel_ir [path to telvorin.cfg [table]]
 
 #include "io/capture_library.h"
 #include "io/kernel_ir_device.h"
@@ -296,9 +296,11 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "cannot read the configuration\n");
         return 1;
     }
-    Exactness(text);
-    Latency(text);
-    IdleCpu(text);
-    HeldKeys(text);
+    // A second argument runs one table: 1 to 4.
+    const int only = argc > 2 ? std::atoi(argv[2]) : 0;
+    if (only == 0 || only == 1) Exactness(text);
+    if (only == 0 || only == 2) Latency(text);
+    if (only == 0 || only == 3) IdleCpu(text);
+    if (only == 0 || only == 4) HeldKeys(text);
     return 0;
 }

@@ -17,6 +17,9 @@ namespace {
 // RC5's two half-bits of space and two of mark, takes 3.6 ms): the moment to ask whether the
 // capture holds a whole frame.
 constexpr std::int64_t kCheckPauseUs = 4000;
+// A pipe's writer may be a little late with a word now and then (a busy machine, a network):
+// behind one, a bi-phase frame cut short can look whole, so wait longer before asking.
+constexpr std::int64_t kPipeCheckPauseUs = 10000;
 // The frame gap and the silences that end a capture, as the serial sampler has them.
 constexpr std::int64_t kFrameGapUs = serpulse::kFrameGapNs / 1000;
 constexpr std::int64_t kEndIdleUs = serpulse::kEndIdleNs / 1000;
@@ -107,8 +110,9 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
     auto endIdle = [&] { return frames >= 2 ? kEndIdleUs : kSingleFrameEndIdleUs; };
     auto silence = [&](std::int64_t quiet) { return reportedUs + (trustQuiet ? quiet : 0); };
     // Whether the capture ends after this long without a word.
+    const std::int64_t checkPauseUs = answers_ ? kCheckPauseUs : kPipeCheckPauseUs;
     auto ends = [&](std::int64_t quiet) {
-        if (quiet >= kCheckPauseUs && !checked) {
+        if (quiet >= checkPauseUs && !checked) {
             checked = true;
             if (rule.complete && rule.complete(buffer)) return true;
         }
@@ -121,7 +125,7 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
         std::int64_t at = kStallUs;
         for (std::int64_t mark : {kFrameGapUs, endIdle()})
             if (trustQuiet && mark - reportedUs > quiet) at = std::min(at, mark - reportedUs);
-        if (!checked) at = std::min(at, kCheckPauseUs);
+        if (!checked) at = std::min(at, checkPauseUs);
         return std::max<std::int64_t>(at - quiet, 0);
     };
     auto done = [&] {
@@ -166,9 +170,10 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
             if (!started) break; // the silence before a key
             writer.add(false, e.value);
             lastGapUs = e.value;
-            // The space is over (a pulse has begun): it ends the capture by its own length.
-            if (e.value >= endIdle() || (rule.frameEnded && e.value >= kFrameGapUs && rule.frameEnded(buffer)))
-                return done();
+            // The space is over (a pulse has begun): it ends the capture by its own length. A
+            // monitoring capture takes one frame: what came before a frame gap, whole or a
+            // fragment a stalled pipe cut off, is never joined to the frame behind it.
+            if (e.value >= endIdle() || (rule.frameEnded && e.value >= kFrameGapUs)) return done();
             reportedUs = 0;
             trustQuiet = answers_;
             break;
@@ -228,7 +233,7 @@ bool IsWholeFrame(const DecodedFrame& f) {
     for (char c : f.frame) bits += c == '0' || c == '1';
     const ProtocolPreset* p = FindPreset(f.protocol);
     if (!p || p->index == kProtoCustom) return false;
-    if (p->bits > 0) return bits == static_cast<std::size_t>(p->bits) || (p->index == kProtoRc5 && bits == 13);
+    if (p->bits > 0) return bits == static_cast<std::size_t>(p->bits);
     switch (p->index) {
     case kProtoNec: return bits == 32 || bits == 16 || bits == 42 || bits == 48;
     case kProtoSony: return bits == 12 || bits == 15 || bits == 20;
