@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -20,6 +21,7 @@ namespace {
 
 constexpr int kMaxClients = 64;
 constexpr std::size_t kReadChunk = 4096;
+constexpr int kProbeMs = 200; // how long the start-up probe waits for a program holding the socket
 
 bool Address(const std::string& path, sockaddr_un& a) {
     std::memset(&a, 0, sizeof a);
@@ -104,9 +106,23 @@ bool LircdSocket::Listen(const Place& place, std::string& error) {
             error = path + " is not a socket: it is left as it is";
             return false;
         }
-        int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        bool answered = probe >= 0 && ::connect(probe, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
-        if (probe >= 0) ::close(probe);
+        // Without blocking: a program that listens but never accepts must not hang our start.
+        // A full queue or no answer in time means someone holds the socket; only a refusal
+        // means it is stale.
+        int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+        bool answered = false;
+        if (probe >= 0) {
+            if (::connect(probe, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 || errno == EAGAIN) {
+                answered = true;
+            } else if (errno == EINPROGRESS) {
+                pollfd p{probe, POLLOUT, 0};
+                int err = 0;
+                socklen_t len = sizeof err;
+                answered = ::poll(&p, 1, kProbeMs) <= 0 ||
+                           (::getsockopt(probe, SOL_SOCKET, SO_ERROR, &err, &len) == 0 && err == 0);
+            }
+            ::close(probe);
+        }
         if (answered) {
             error = "another program serves " + path;
             return false;

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <future>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -66,6 +67,24 @@ TEST(LircdSocket, IrwAndIrsendTalkToTheProgram) {
     LircdSocket second(server);
     EXPECT_FALSE(second.Listen({path}, error)); // a live socket is not taken over
     EXPECT_EQ(error, "another program serves " + path);
+    {
+        // A program that listens but never accepts, its queue full: refused at once, not waited on.
+        const std::string held = path + ".held";
+        sockaddr_un a{};
+        a.sun_family = AF_UNIX;
+        std::strncpy(a.sun_path, held.c_str(), sizeof a.sun_path - 1);
+        auto* sa = reinterpret_cast<sockaddr*>(&a);
+        std::vector<int> fds{::socket(AF_UNIX, SOCK_STREAM, 0)};
+        ASSERT_EQ(::bind(fds[0], sa, sizeof a) | ::listen(fds[0], 0), 0);
+        for (int i = 0; i < 8 && ::connect(fds.emplace_back(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0)), sa, sizeof a) == 0;)
+            ++i;
+        QElapsedTimer t;
+        t.start();
+        EXPECT_FALSE(second.Listen({held}, error));
+        EXPECT_EQ(error, "another program serves " + held);
+        EXPECT_LT(t.elapsed(), 1000);
+        for (int fd : fds) ::close(fd);
+    }
 
     QProcess irw;
     irw.start("irw", {QString::fromStdString(path)});
