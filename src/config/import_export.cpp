@@ -234,13 +234,6 @@ std::vector<std::string> ImportExport::Import(const std::vector<std::string>& se
 bool ImportExport::Export(const std::vector<std::string>& sections, const std::string& file) {
     std::string name = file;
     if (name.size() < 4 || ToLower(name.substr(name.size() - 4)) != ".cfg") name += ".cfg";
-    std::error_code ec;
-    if (std::filesystem::exists(name, ec)) {
-        const MsgAnswer a =
-            ctx_.dialogs.messageBox("The file " + name + " exist." + kCrLf + "Do you want to replace it?", "File exist",
-                                    MsgIcon::Question, MsgButtons::YesNo);
-        if (a != MsgAnswer::Yes) return false;
-    }
     const std::string& text = ctx_.config.text();
     std::string out = "#Configuration file exported from Quenix Remote Manager v." + ctx_.config.version() + kCrLf +
                       "#Made by Orvel's Quenix Remote Manager; the sections below can be imported into any" + kCrLf +
@@ -260,16 +253,28 @@ bool ImportExport::Export(const std::vector<std::string>& sections, const std::s
         names.push_back(Unbracket(s));
     }
     out += "[End]" + kCrLf;
+    if (!WriteExport(name, out)) return false;
+    std::string report = "The following devices has been exported successfully:";
+    for (const auto& n : names) report += kCrLf + n;
+    ctx_.dialogs.messageBox(report, "ZVK", MsgIcon::Information, MsgButtons::Ok);
+    return true;
+}
+
+bool ImportExport::WriteExport(const std::string& name, const std::string& bytes) {
+    std::error_code ec;
+    if (std::filesystem::exists(name, ec)) {
+        const MsgAnswer a =
+            ctx_.dialogs.messageBox("The file " + name + " exist." + kCrLf + "Do you want to replace it?", "File exist",
+                                    MsgIcon::Question, MsgButtons::YesNo);
+        if (a != MsgAnswer::Yes) return false;
+    }
     std::ofstream f(name, std::ios::binary | std::ios::trunc);
-    f << out;
+    f << bytes;
     f.close();
     if (!f) {
         ctx_.dialogs.message("Cannot write the file " + name + ".");
         return false;
     }
-    std::string report = "The following devices has been exported successfully:";
-    for (const auto& n : names) report += kCrLf + n;
-    ctx_.dialogs.messageBox(report, "ZVK", MsgIcon::Information, MsgButtons::Ok);
     return true;
 }
 
@@ -326,6 +331,33 @@ void ImportExport::FileExport() {
     auto file = ctx_.dialogs.saveFile("Export Configuration File", {"Configuration Files (*.cfg)"}, "cfg");
     if (!file) return;
     Export(*sections, *file);
+}
+
+void ImportExport::FileExportCodes() {
+    const std::string device = ctx_.config.currentDevice;
+    if (!exportCodes || KindOfDevice(device) != DeviceKind::Infrared || SectionText(ctx_.config.text(), device).empty()) {
+        ctx_.dialogs.message("Select a learned device to export its codes.");
+        return;
+    }
+    auto file = ctx_.dialogs.saveFile("Export Codes of " + device,
+                                      {"Flipper IR Files (*.ir)", "LIRC Files (*.conf)", "Pronto Hex Files (*.txt)"}, "ir");
+    if (!file) return;
+    std::string name = *file;
+    const std::string lower = ToLower(name);
+    auto endsWith = [&](const std::string& ext) {
+        return lower.size() > ext.size() && lower.compare(lower.size() - ext.size(), ext.size(), ext) == 0;
+    };
+    const char* format = endsWith(".conf") ? "lircd" : endsWith(".txt") ? "pronto" : "flipper";
+    if (!endsWith(".conf") && !endsWith(".txt") && !endsWith(".ir")) name += ".ir";
+    std::string why;
+    const std::string out = exportCodes(device, format, why);
+    if (out.empty()) {
+        ctx_.dialogs.message("The codes of " + device + " cannot be exported: " + why);
+        return;
+    }
+    if (!WriteExport(name, out)) return;
+    ctx_.dialogs.messageBox("The codes of " + device + " have been exported to " + name + ".", "ZVK",
+                            MsgIcon::Information, MsgButtons::Ok);
 }
 
 } // namespace quenix

@@ -31,10 +31,16 @@ public:
     std::function<std::optional<std::string>(const std::string& text, std::string& notes)> convertForeign;
     // The file being imported, for converters whose formats carry no device name.
     std::string importFile;
+    // A device's codes written in another program's form (flipper, pronto or lircd); "" with
+    // why set when they cannot be.
+    std::function<std::string(const std::string& device, const std::string& format, std::string& why)> exportCodes;
 
     // The menu commands: file dialog, check, selection, merge or write.
     void FileImport();
     void FileExport();
+    // The current device's codes as a Flipper .ir file, a lircd.conf or Pronto hex, told by the
+    // file name's extension (.ir when it has none of the three).
+    void FileExportCodes();
 
     // The rows of the import text or of the configuration text.
     std::vector<Row> Rows(Mode mode) const;
@@ -55,6 +61,8 @@ private:
     bool ImportGeneral(std::vector<std::string>& updated);
     bool ImportLines(const std::string& section);
     std::optional<std::string> ImportDevice(const std::string& name);
+    // False when the file exists and the user keeps it, or it cannot be written.
+    bool WriteExport(const std::string& name, const std::string& bytes);
 
     Context& ctx_;
     bool foreign_ = false; // the import text was converted: it has no settings to offer

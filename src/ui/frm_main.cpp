@@ -174,6 +174,7 @@ void FrmMain::buildMenus() {
     file->addSeparator();
     addAction(file, "FileImportMenu", "&Import devices...");
     addAction(file, "FileSaveMenu", "Ex&port devices...");
+    addAction(file, "FileExportCodesMenu", "Export &codes of the device...");
     file->addSeparator();
     addAction(file, "AddApplicationMenu", "Add &application entry...");
     file->addSeparator();

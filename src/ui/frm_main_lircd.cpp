@@ -16,6 +16,12 @@ void FrmMain::wireLircd() {
         importExport_->convertForeign = [this](const std::string& text, std::string& notes) {
             return CodesAsConfiguration(text, importExport_->importFile, notes);
         };
+    // File > Export codes writes the current device for a Flipper, LIRC or a Pronto list.
+    if (importExport_)
+        importExport_->exportCodes = [this](const std::string& device, const std::string& format, std::string& why) {
+            const auto stored = ReadStoredDevice(ctx_.config.text(), device, why);
+            return stored ? ExportDevice(*stored, format, why) : std::string();
+        };
     // Without a port and a library (window tests) nothing is recognised or sent: no socket.
     if (!monitor_) return;
     LircdServer::Backend backend;

@@ -26,6 +26,7 @@ void FrmMain::wirePhone(Io io) {
         main_->Imported(shown, before);
     });
     on("FileSaveMenu", [this] { importExport_->FileExport(); });
+    on("FileExportCodesMenu", [this] { importExport_->FileExportCodes(); });
 
     // The phone's link state sits at the right of the status bar.
     auto* label = new QLabel(statusBar());

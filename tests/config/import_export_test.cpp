@@ -196,5 +196,43 @@ TEST_F(ImportExportTest, ExportRoundTripsThroughImport) {
     EXPECT_LT(At("[Sony TV]"), At("[X10]"));
 }
 
+// The form follows the file's extension; a virtual device, a refused device or a kept file
+// writes nothing.
+TEST_F(ImportExportTest, ExportCodesByExtension) {
+    io.exportCodes = [](const std::string& device, const std::string& format, std::string& why) {
+        why = "no codes";
+        return device == "Set-top Box" ? std::string() : format + ":" + device;
+    };
+    const std::string d = dir.str() + "/";
+    struct Row {
+        std::string device;
+        std::optional<std::string> file;
+        std::string written; // the file and its bytes, "" when nothing is written
+        std::string message;
+    };
+    const Row rows[] = {
+        {"Winamp", "x", "", "Select a learned device to export its codes."},
+        {"Sony TV", "tv", "tv.ir=flipper:Sony TV", "The codes of Sony TV have been exported to " + d + "tv.ir."},
+        {"Sony TV", "tv.CONF", "tv.CONF=lircd:Sony TV", "The codes of Sony TV have been exported to " + d + "tv.CONF."},
+        {"Sony TV", "list.txt", "list.txt=pronto:Sony TV", "The codes of Sony TV have been exported to " + d + "list.txt."},
+        {"Sony TV", "tv.ir", "", "The file " + d + "tv.ir exist.\r\nDo you want to replace it?"},
+        {"Sony TV", std::nullopt, "", ""},
+        {"Set-top Box", "box.ir", "", "The codes of Set-top Box cannot be exported: no codes"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.device + " " + row.file.value_or("cancel"));
+        dialogs.messages.clear();
+        dialogs.files = {row.file ? std::optional(d + *row.file) : std::nullopt};
+        store.currentDevice = row.device;
+        const auto before = std::distance(std::filesystem::directory_iterator(dir.path()), {});
+        io.FileExportCodes();
+        EXPECT_EQ(dialogs.texts(), row.message.empty() ? std::vector<std::string>{} : std::vector{row.message});
+        const std::size_t eq = row.written.find('=');
+        if (eq != std::string::npos) EXPECT_EQ(dir.read(row.written.substr(0, eq)), row.written.substr(eq + 1));
+        else EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), before);
+    }
+    EXPECT_EQ(dir.read("tv.ir"), "flipper:Sony TV");
+}
+
 } // namespace
 } // namespace quenix

@@ -1,6 +1,7 @@
 // The real file dialogs, message boxes and ImportForm, driven as a user drives them.
 
 #include "ui_support.h"
+#include "formats/formats.h"
 #include "ui/qt_dialogs.h"
 
 #include <QAbstractProxyModel>
@@ -64,6 +65,21 @@ TEST(Dialogs, ExportAndImportThroughTheRealWindows) {
     rig.window->action("FileImportMenu")->trigger();
     EXPECT_THAT(user.texts, ElementsAre(StartsWith("The device Sony TV exist in the current configuration file."),
                                         StartsWith("The following devices has been imported successfully:")));
+}
+
+// File > Export codes writes the selected device as a Flipper file, which imports to the same codes.
+TEST(Dialogs, ExportCodesOfTheSelectedDevice) {
+    QtDialogs dialogs;
+    WindowRig rig(&dialogs);
+    ASSERT_TRUE(rig.window->startUp());
+    const std::string file = rig.dir.file("box").string();
+    Modals user({Choose(file), Press(QMessageBox::Ok)});
+    rig.window->action("FileExportCodesMenu")->trigger();
+    EXPECT_THAT(user.texts, ElementsAre("The codes of Set-top Box have been exported to " + file + ".ir."));
+    const ForeignImport back = ImportCodes(rig.dir.read("box.ir"), "box.ir");
+    ASSERT_EQ(back.devices.size(), 1u);
+    EXPECT_EQ(back.devices[0].commands.at(0).code, "G00100000110111110001000011101111");
+    EXPECT_EQ(back.devices[0].commands.at(0).name, "Power");
 }
 
 // The notes on the 44 remotes of one lircd.conf fit the screen: the first line in the box, the
