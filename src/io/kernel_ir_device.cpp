@@ -19,7 +19,7 @@ namespace {
 constexpr std::int64_t kCheckPauseUs = 4000;
 // A pipe's writer may be a little late with a word now and then (a busy machine, a network):
 // behind one, a bi-phase frame cut short can look whole, so wait longer before asking.
-constexpr std::int64_t kPipeCheckPauseUs = 10000;
+constexpr std::int64_t kPipeCheckPauseUs = 8000;
 // The frame gap and the silences that end a capture, as the serial sampler has them.
 constexpr std::int64_t kFrameGapUs = serpulse::kFrameGapNs / 1000;
 constexpr std::int64_t kEndIdleUs = serpulse::kEndIdleNs / 1000;

@@ -28,6 +28,9 @@ struct FrameReading {
 constexpr double kGapUnits = 12;              // a space this long ends a sequence (NEC's lead-in space is 8)
 constexpr double kGapBeforeLeadUnits = 5;     // and one this long when a lead-in mark follows it
 constexpr double kLeadMarkUnits = 2.7;        // SONY's lead-in is 4 units, its longest bit mark 2
+// A lead-in mark behind a short gap starts a new sequence; RC5X's 2-unit mark behind its silence,
+// stretched by a slow receiver, does not.
+constexpr double kLeadMarkSplit = 3.3;
 constexpr double kLeadSpaceUnits = 2.5;       // behind a pulse-distance lead-in (NEC 8, repeat 4); SONY's is a bit's
 constexpr double kPulseDistanceLeadMark = 4;  // times a bit's mark
 constexpr double kPulseDistanceLeadSpace = 2; // times a bit's mark
@@ -44,6 +47,7 @@ constexpr double kStretched = 0.15;         // marks this much longer or shorter
 constexpr std::size_t kRc5Halves = 28;      // half-bits of RC5's 14 bits
 constexpr std::size_t kBiPhaseMaxRuns = 80; // beyond RC5 and its longer kin: noise, not worth the search
 constexpr double kRc5Preference = 3.0;      // in units of deviation
+constexpr double kRc5Over15 = 0.25;         // the same, of RC5's 14 bits over StreamZap's 15
 
 // Marks and spaces from the first carrier on; the last entry is the silence behind the
 // last mark (0 when the capture ends in carrier).
@@ -257,17 +261,34 @@ BiPhaseScale BiPhaseScaleOf(const std::array<std::vector<double>, 2>& kinds) {
     return s;
 }
 
+// RC5X's silence of four half-bits behind its 8th bit: the space that holds it lasts four to six.
+constexpr std::size_t kRc5xGapAt = 16; // half-bits read, the one before sampling included
+constexpr double kRc5xGapUnits = 4;
+constexpr double kRc5xLongest = 8;     // units, stretched
+constexpr double kRc5xShortest = 3.5;  // of the shortest runs: longer spaces are no bi-phase bit
+
+// The whole lengths in half-bits of the RC5 kin: a last 0 bit's space half runs into the gap.
+bool WholeRc5(std::size_t halves, bool gap) {
+    const std::size_t bits = (halves + 1) / 2;
+    return gap ? bits == 20 : bits == 14 || bits == 15;
+}
+
 // Manchester: every bit changes level in its middle, so a run that starts on a bit boundary
 // lasts one unit, and only a run that starts mid-bit may last two. Of the readings that keep
-// to this, the one that strays least beyond the threshold wins, RC5's 14 bits when they
-// stray hardly more. Sampling starts with the first carrier, the second half of the first
-// start bit.
+// to this, the one that strays least beyond the threshold wins, the RC5 kin's lengths when
+// they stray hardly more. Sampling starts with the first carrier, the second half of the
+// first start bit. One space far too long for a bit is RC5X's silence.
 FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
     FrameReading f;
     f.protocol = kProtoRc5;
     if (r.size() < 2 || r.size() > kBiPhaseMaxRuns || s.unit <= 0) return f;
-    for (int v : r)
-        if (v > kBiPhaseLongest * s.unit) return f;
+    constexpr std::size_t kNoGap = 0; // run 0 is a mark, never the silence
+    std::size_t gapRun = kNoGap;
+    for (std::size_t i = 0; i < r.size(); ++i) {
+        if (r[i] <= kBiPhaseLongest * s.unit) continue;
+        if (i % 2 == 0 || gapRun != kNoGap || r[i] > kRc5xLongest * s.unit) return f;
+        gapRun = i;
+    }
 
     constexpr double kNone = std::numeric_limits<double>::infinity();
     const std::size_t n = r.size();
@@ -286,16 +307,35 @@ FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
                 const std::size_t to = (i + 1) * halves + h + static_cast<std::size_t>(units);
                 if (base + add < cost[to]) cost[to] = base + add, step[to] = units;
             };
+            if (gapRun != kNoGap && i == gapRun) {
+                // The silence spans the 8th bit's end: the 8th bit's space half before it (a 0),
+                // the 9th bit's after it (a 1), both or neither.
+                if (h + 1 < kRc5xGapAt || h > kRc5xGapAt) continue;
+                const double x = r[i] / s.unit - kRc5xGapUnits;
+                for (std::size_t to = kRc5xGapAt; to <= kRc5xGapAt + 1; ++to) {
+                    const double len = static_cast<double>(to - h);
+                    // Jitter scales with a run's length: a bit's run strays by a part of 1.5
+                    // units beyond its threshold, this one by the same part of its own length.
+                    const double d = std::max({0.0, len - 0.5 - x, x - len - 0.5}) * 1.5 / (len + kRc5xGapUnits);
+                    const std::size_t at = (i + 1) * halves + to;
+                    if (base + d < cost[at]) cost[at] = base + d, step[at] = static_cast<int>(to - h);
+                }
+                continue;
+            }
             relax(1, std::max(0.0, over));
             if (h % 2 == 1) relax(2, std::max(0.0, -over));
         }
     }
     const double* last = &cost[n * halves];
     std::size_t h = static_cast<std::size_t>(std::min_element(last, last + halves) - last);
-    if (kRc5Halves < halves) {
-        const std::size_t whole = last[kRc5Halves - 1] < last[kRc5Halves] ? kRc5Halves - 1 : kRc5Halves;
-        if (last[whole] <= last[h] + kRc5Preference) h = whole;
-    }
+    // RC5's own 14 bits are the commonest: a 15-bit reading must stray clearly less.
+    auto biased = [&](std::size_t k) { return last[k] - ((k + 1) / 2 == kRc5Halves / 2 ? kRc5Over15 : 0); };
+    std::size_t whole = 0;
+    for (std::size_t k = 1; k < halves; ++k)
+        if (WholeRc5(k, gapRun != kNoGap) && (whole == 0 || biased(k) < biased(whole))) whole = k;
+    if (whole != 0 && last[whole] <= last[h] + kRc5Preference) h = whole;
+    // A long space in anything but a whole RC5X frame is a bit stretched past reading.
+    if (gapRun != kNoGap && h != whole) return f;
     if (last[h] == kNone) return f;
     std::vector<int> lengths(n);
     for (std::size_t i = n; i > 0; --i) {
@@ -304,11 +344,13 @@ FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
     }
     std::string cells = "0";
     for (std::size_t i = 0; i < n; ++i) cells.append(static_cast<std::size_t>(lengths[i]), i % 2 == 0 ? '1' : '0');
-    const double total = static_cast<double>(cells.size() - 1);
+    const double total = static_cast<double>(cells.size() - 1) + (gapRun != kNoGap ? kRc5xGapUnits : 0);
     if (cells.size() % 2 == 1) cells += '0'; // a last 0 bit's space half runs into the gap
     for (std::size_t i = 0; i + 1 < cells.size(); i += 2) f.bits += cells[i] == '0' ? '1' : '0';
     f.unit = std::accumulate(r.begin(), r.end(), 0.0) / total;
     f.doubt = last[h];
+    if (gapRun != kNoGap) f.protocol = kProtoRc5x;
+    else if (f.bits.size() == static_cast<std::size_t>(PresetFor(kProtoStreamZap).bits)) f.protocol = kProtoStreamZap;
     f.ok = true;
     return f;
 }
@@ -364,9 +406,7 @@ FrameReading Rc6(const std::vector<int>& r) {
                     if (len > 1 && Rc6Edge(p + 1) == Edge::Required) break;
                     if (len > 2 && Rc6Edge(p + 2) == Edge::Required) break;
                     const double d = (r[i + 2] - (i % 2 == 0 ? stretch : -stretch)) / (unit * len) - 1;
-                    // Before the receiver's stretch is known a short space behind a long mark
-                    // strays far; the bound narrows as the fit settles.
-                    if (std::abs(d) > kRc6MaxDeviation + 0.15 * (2 - pass)) continue;
+                    if (std::abs(d) > kRc6MaxDeviation) continue;
                     const std::size_t to = (i + 1) * width + static_cast<std::size_t>(p + len);
                     if (base + d * d < cost[to]) cost[to] = base + d * d, step[to] = len;
                 }
@@ -499,7 +539,7 @@ CapturedRuns SplitFrames(std::string_view samples) {
         const int space = runs[i + 1];
         const bool last = i + 2 >= runs.size();
         const bool gap =
-            space >= kGapUnits * u || (!last && space >= kGapBeforeLeadUnits * u && runs[i + 2] >= kLeadMarkUnits * u);
+            space >= kGapUnits * u || (!last && space >= kGapBeforeLeadUnits * u && runs[i + 2] >= kLeadMarkSplit * u);
         if (!gap && !last) {
             f.runs.push_back(space);
             continue;
@@ -536,7 +576,9 @@ TimingReading ReadTiming(const CapturedRuns& runs) {
         std::array<std::vector<double>, 2> pooled;
         for (const CapturedFrame& frame : runs.frames)
             if (frame.complete || !anyWhole)
-                for (std::size_t i = 0; i < frame.runs.size(); ++i) pooled[i % 2].push_back(frame.runs[i]);
+                for (std::size_t i = 0; i < frame.runs.size(); ++i)
+                    if (i % 2 == 0 || frame.runs[i] < kRc5xShortest * runs.shortRun) // not RC5X's silence
+                        pooled[i % 2].push_back(frame.runs[i]);
         const BiPhaseScale scale = BiPhaseScaleOf(pooled);
         for (std::size_t i = 0; i < runs.frames.size(); ++i) read[i] = ReadWithoutLeadIn(runs.frames[i].runs, scale);
     }
