@@ -10,6 +10,8 @@
 
 #include "live_fifo.h"
 
+#include "free_port.h"
+
 #include <atomic>
 #include <condition_variable>
 #include <csignal>
@@ -55,18 +57,6 @@ private:
     std::condition_variable ready_;
     std::deque<std::function<void()>> items_;
 };
-
-int FreePort() {
-    const int s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof a;
-    ::bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    ::getsockname(s, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(s);
-    return ntohs(a.sin_port);
-}
 
 double CpuSeconds() {
     rusage u{};

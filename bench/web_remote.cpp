@@ -7,6 +7,8 @@
 //
 // Run: bench/web_remote [program folder] (the build's bin folder by default)
 
+#include "free_port.h"
+
 #include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/socket.h>
@@ -41,18 +43,6 @@ constexpr const char* kToken = "0123456789abcdef0123456789abcdef";
 
 double Ms(Clock::time_point from, Clock::time_point to = Clock::now()) {
     return std::chrono::duration<double, std::milli>(to - from).count();
-}
-
-int FreePort() {
-    const int s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof a;
-    ::bind(s, reinterpret_cast<sockaddr*>(&a), len);
-    ::getsockname(s, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(s);
-    return ntohs(a.sin_port);
 }
 
 int Connect(int port) {
@@ -232,7 +222,7 @@ int main(int argc, char** argv) {
                 script + " play,Count play\r\n" + script + " sent,Count sent\r\n[Monitoring]\r\nWeb&Play,application&Count play\r\n");
     std::ofstream(dir / "telvorin.cfg", std::ios::binary) << cfg;
 
-    const int port = FreePort();
+    const int port = bench::FreePort();
     std::vector<std::string> env;
     for (char** e = environ; *e; ++e) env.emplace_back(*e);
     for (const std::string& s : {std::string("QT_QPA_PLATFORM=offscreen"), std::string("ASAN_OPTIONS=detect_leaks=0"),
