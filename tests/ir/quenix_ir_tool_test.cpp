@@ -47,6 +47,10 @@ TEST(QuenixIrTool, FormatsPeriodAndPackedCaptures) {
     EXPECT_EQ(o.out, "dac0\n"); // 11 011 01 011 -> 1101 1010 11, filled with 0 cells
     o = Shell(kTool + " encode --protocol NEC --code G0010000011011111 --format mode2 | " + kTool + " decode --period 50");
     EXPECT_EQ(Field(o.out, "unit_us"), "550"); // measured in samples of the given period
+    // A key of the shipped file, whose lines end in CR LF.
+    o = Shell(kTool + " encode --config " QUENIX_SOURCE_DIR "/data/telvorin.cfg --device 'Sony TV' --command Mute" +
+              " --format mode2 | " + kTool + " decode");
+    EXPECT_EQ(Field(o.out, "code"), "G001010010000") << o.out;
     // 39 bytes of carrier in a 600-byte capture: as short as the window calls it.
     o = Shell("(head -c 39 /dev/zero | tr '\\0' '\\377'; head -c 561 /dev/zero) | " + kTool + " decode --packed");
     EXPECT_EQ(Field(o.out, "verdict"), "Recorded signal to short!");

@@ -124,6 +124,7 @@ StoredCommand ReadStoredCommand(const std::string& file, const std::string& devi
         {"gproto=", &h.gproto}, {"sendpls=", &h.sendpls}, {"repeat=", &h.repeat}, {"grepeat=", &h.grepeat}};
     const std::pair<const char*, std::string*> patterns[] = {{"bitg=", &h.bitg}, {"bit0=", &h.bit0}, {"bit1=", &h.bit1}};
     for (std::string line; std::getline(lines, line);) {
+        if (!line.empty() && line.back() == '\r') line.pop_back(); // the file's CR LF
         line = Trim(line);
         const std::string lower = ToLower(line);
         for (const auto& [key, value] : numbers)
