@@ -19,6 +19,8 @@ inline constexpr int kProtoJvc = 6;    // 16 bits, repeats without lead-in
 inline constexpr int kProtoSamsung = 7; // 4.5 ms lead-in mark
 inline constexpr int kProtoKaseikyo = 8; // Panasonic, 48 bits
 inline constexpr int kProtoSharp = 9;  // no lead-in; the second frame carries the command inverted
+inline constexpr int kProtoRc5x = 10;  // RC5 of 20 bits, silent for two bit times behind the 8th
+inline constexpr int kProtoStreamZap = 11; // RC5 of 15 bits: a 6-bit system
 inline constexpr int kProtoUnknown = 99;
 
 // How a protocol tells a new press from a held key.
@@ -49,6 +51,8 @@ struct ProtocolPreset {
     bool stopMark = false; // a one-cell mark closes the last space
     int bits = 0;          // the usual bit count; 0 when several are
     Toggle toggle = Toggle::None;
+    int gapAfter = 0; // bits before a silence inside the frame
+    int gapCells = 0;
 };
 
 // Cells: NEC 16 on + 8 off lead-in, pulse-distance bits. SONY a 4-unit lead-in mark, pulse-width
@@ -57,7 +61,7 @@ struct ProtocolPreset {
 // mark then space). JVC NEC's shape at 526 us, repeated without its lead-in. Samsung a lead-in
 // of 8 on + 8 off. Kaseikyo 8 on + 4 off at 432 us. Sharp 320 us marks before 680 or 1680 us of
 // silence (2 and 5 cells), no lead-in: BITG is one silent cell, as an empty one is refused.
-inline constexpr std::array<ProtocolPreset, 10> kProtocolPresets{{
+inline constexpr std::array<ProtocolPreset, 12> kProtocolPresets{{
     {"NEC", kProtoNec, "550", "50", "1", "10", "1000", "111111111111111100000000", "50", kProtoNec, true},
     {"SONY", kProtoSony, "550", "40", "40", "01", "011", "1111", "40", kProtoSony},
     {"RC5", kProtoRc5, "850", "150", "0", "10", "01", "", "90", kProtoRc5, false, 14, Toggle::Rc5Bit},
@@ -71,6 +75,9 @@ inline constexpr std::array<ProtocolPreset, 10> kProtocolPresets{{
     {"Kaseikyo", kProtoKaseikyo, "432", "140", "140", "10", "1000", "111111110000", "140", kProtoNec, true, 48},
     {"Sharp", kProtoSharp, "320", "125", "1", "100", "100000", "0", "125", kProtoNec, true, 15,
      Toggle::SharpInverse},
+    // RC5's 889 us half-bit and its 114 ms frame period, less the frame.
+    {"RC5X", kProtoRc5x, "889", "84", "0", "10", "01", "0", "84", kProtoRc5, false, 20, Toggle::Rc5Bit, 8, 4},
+    {"StreamZap", kProtoStreamZap, "889", "98", "0", "10", "01", "0", "98", kProtoRc5, false, 15, Toggle::Rc5Bit},
 }};
 
 // The row of a protocol index; anything outside the list (no selection) reads as NEC.

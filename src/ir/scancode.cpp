@@ -61,6 +61,20 @@ std::optional<Scancode> KernelScancode(int protocol, std::string_view b) {
             return make("rc5", a << 8 | c, a, c);
         }
         break;
+    case kProtoRc5x:
+        // As RC5, then six more data bits behind the command.
+        if (n == 20) {
+            const std::uint64_t a = Field(b, 3, 5, true), c = Field(b, 8, 6, true) | (b[1] == '0' ? 0x40u : 0u);
+            return make("rc5x_20", a << 16 | c << 8 | Field(b, 14, 6, true), a, c);
+        }
+        break;
+    case kProtoStreamZap:
+        // Both start bits, toggle, 6 system and 6 command bits; the kernel keeps the second start bit.
+        if (n == 15) {
+            const std::uint64_t a = Field(b, 3, 6, true), c = Field(b, 9, 6, true);
+            return make("rc5_sz", (b[1] == '1' ? 0x2000u : 0u) | a << 6 | c, a, c);
+        }
+        break;
     case kProtoRc6:
         if (n == 16) return make("rc6_0", Field(b, 0, 16, true), Field(b, 0, 8, true), Field(b, 8, 8, true));
         break;

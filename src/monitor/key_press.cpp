@@ -52,6 +52,8 @@ std::int64_t HoldGapMs(int protocol) {
     case kProtoSamsung: return 108 + kGapMarginMs;
     case kProtoSony: return 45 + kGapMarginMs;
     case kProtoRc5:
+    case kProtoRc5x:
+    case kProtoStreamZap:
     case kProtoRc6:
     case kProtoRc6A: return 114 + kGapMarginMs;
     case kProtoJvc: return 60 + kGapMarginMs;

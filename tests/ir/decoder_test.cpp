@@ -100,6 +100,8 @@ TEST(Decoder, EveryProtocolRoundTripsByName) {
         {kProtoRc6A, "G10101010101010101010", "rc6_6a_20:0xaaaaa"},
         {kProtoSony, "G10111010010001101011", "sony20:0x4d65d"},
         {kProtoRc5, "G11010110001101", "rc5:0x160d"},
+        {kProtoRc5x, "G10010110110011011001", "rc5x_20:0x167319"},
+        {kProtoStreamZap, "G110100010000101", "rc5_sz:0x2885"},
     };
     for (const auto& [protocol, sent, scancode] : kinds)
         for (double jitter : {0.0, 0.15, 0.3})
@@ -118,7 +120,8 @@ TEST(Decoder, EveryProtocolRoundTripsByName) {
                 const DecodedRecording d = DecodeCapture(capture);
                 EXPECT_EQ(d.signal.protocol, protocol);
                 EXPECT_EQ(d.signal.code, code);
-                const bool toggled = protocol == kProtoRc5 || (protocol == kProtoRc6A && sent.size() == 33);
+                const bool toggled =
+                    PresetFor(protocol).toggle == Toggle::Rc5Bit || (protocol == kProtoRc6A && sent.size() == 33);
                 EXPECT_EQ(NormalisedCode(code, protocol) != code, toggled && !secondPress);
                 EXPECT_EQ(NormalisedCode(code, protocol), NormalisedCode(sent, protocol));
                 EXPECT_EQ(ScancodeText(d.signal.protocol, d.signal.code), scancode);
