@@ -159,7 +159,7 @@ void CheckRemote(const LircRemote& r, const ImportedRemote& m, const std::string
             std::vector<PulseRun> key = segments[s];
             key.push_back({false, kKeyGapUs});
             std::string code = DecodeCapture(SampleRuns(key, kSamplePeriodUs)).signal.code;
-            if (m.header.gproto == kProtoRc5) code = WithRc5Toggle(code, '0');
+            code = NormalisedCode(code, m.header.gproto);
             reads[s] = code.empty() ? "-" : code;
         }
         return reads[s];

@@ -28,7 +28,7 @@ constexpr double kCaptureSampleUs = 55; // the capture library's sample, once ca
 constexpr double kReadBackGapUs = 100000;
 
 // Encodings LIRC knows that a fixed pattern per bit value cannot carry.
-constexpr const char* kUnsupported[] = {"RC6",    "RCMM",      "XMP",         "GRUNDIG",  "BO",
+constexpr const char* kUnsupported[] = {"RCMM",      "XMP",         "GRUNDIG",  "BO",
                                         "SERIAL", "RAW_CODES", "SPACE_FIRST", "GOLDSTAR", "NOKIA"};
 
 int CellsOf(double us, int unit) { return static_cast<int>(std::lround(us / unit)); }
@@ -116,16 +116,29 @@ int TogglePosition(const LircRemote& r) {
     return -1;
 }
 
+// Names a key's command; false for a name an earlier key has, as only the first line of a name
+// can be sent.
+bool NameKey(ImportedRemote& m, std::set<std::string>& names, const LircKey& k, ImportedCommand& c) {
+    c.lircName = k.name;
+    c.name = Sanitised(k.name);
+    if (c.name.empty()) c.name = "key";
+    if (names.insert(ToLower(c.name)).second) return true;
+    m.duplicates.push_back(k.name);
+    return false;
+}
+
+void AddRun(std::vector<PulseRun>& runs, bool mark, double us) {
+    if (us <= 0) return;
+    if (!runs.empty() && runs.back().mark == mark)
+        runs.back().us += us;
+    else
+        runs.push_back({mark, us});
+}
+
 // One frame of a key as the remote itself sends it, in LIRC's timings, and a long gap.
 std::vector<PulseRun> RemoteFrame(const LircRemote& r, std::string_view bits, bool biphase) {
     std::vector<PulseRun> runs;
-    auto add = [&](bool mark, double us) {
-        if (us <= 0) return;
-        if (!runs.empty() && runs.back().mark == mark)
-            runs.back().us += us;
-        else
-            runs.push_back({mark, us});
-    };
+    auto add = [&](bool mark, double us) { AddRun(runs, mark, us); };
     add(true, r.header.pulse);
     add(false, r.header.space);
     add(true, r.plead);
@@ -151,8 +164,7 @@ std::string ReadBack(ImportedRemote& m, const std::vector<std::vector<PulseRun>>
     std::string first;
     for (std::size_t i = 0; i < frames.size(); ++i) {
         std::string read = DecodeCapture(SampleRuns(frames[i], kCaptureSampleUs)).signal.code;
-        if (m.header.gproto == kProtoRc5) read = WithRc5Toggle(read, '0');
-        if (read == m.commands[i].code) continue;
+        if (NormalisedCode(read, m.header.gproto) == m.commands[i].code) continue;
         m.commands[i].recognised = false;
         if (failed++ == 0) first = m.commands[i].name + (read.empty() ? " is not recognised" : " reads as " + read);
     }
@@ -168,6 +180,79 @@ ImportedRemote Refused(ImportedRemote m, std::string why) {
 }
 
 std::string Us(double v) { return std::to_string(std::lround(v)) + " µs"; }
+
+// LIRC writes RC6 as bi-phase bits whose 1 is space then mark, RC6's 0. The start bit, the three
+// mode bits and the double-width trailer open its pre_data; rc6_mask marks the trailer.
+constexpr int kRc6Trailer = 4;        // bits before it: start and mode
+constexpr double kRc6Tolerance = 0.2; // LIRC's own eps is 30 %
+constexpr int kRc6LeaderMark = 6;     // units
+constexpr int kRc6LeaderSpace = 2;
+
+// One frame of an RC6 key in LIRC's timings; bits as LIRC writes them.
+std::vector<PulseRun> Rc6RemoteFrame(const LircRemote& r, std::string_view bits) {
+    std::vector<PulseRun> runs;
+    auto add = [&](bool mark, double us) { AddRun(runs, mark, us); };
+    add(true, r.header.pulse);
+    add(false, r.header.space);
+    for (std::size_t i = 0; i < bits.size(); ++i) {
+        const double w = i == kRc6Trailer ? 2 : 1;
+        if (bits[i] == '1') {
+            add(false, w * r.one.space);
+            add(true, w * r.one.pulse);
+        } else {
+            add(true, w * r.zero.pulse);
+            add(false, w * r.zero.space);
+        }
+    }
+    add(false, kReadBackGapUs);
+    return runs;
+}
+
+// Maps an RC6 remote to RC6 mode 0 or 6A; keys keep only their data bits, as the preset's
+// lead-in carries the rest.
+ImportedRemote FitRc6(ImportedRemote m, const LircRemote& r) {
+    const double unit = (r.one.pulse + r.one.space + r.zero.pulse + r.zero.space) / 4;
+    for (auto [us, units] : {std::pair{r.header.pulse, kRc6LeaderMark}, {r.header.space, kRc6LeaderSpace},
+                             {r.one.pulse, 1}, {r.one.space, 1}, {r.zero.pulse, 1}, {r.zero.space, 1}})
+        if (unit <= 0 || !Near(us, units * unit, kRc6Tolerance)) return Refused(m, "timings unlike RC6's");
+    const int n = r.totalBits();
+    if (n <= kRc6Trailer + 1 || n > 64) return Refused(m, "a bit count of " + std::to_string(n));
+    const std::uint64_t trailer = std::uint64_t{1} << (n - 1 - kRc6Trailer);
+    if (r.rc6Mask != 0 && r.rc6Mask != trailer) return Refused(m, "double-width bits other than RC6's trailer");
+    if (r.plead > 0 || r.ptrail > 0) return Refused(m, "a lead or trailing pulse around RC6's bits");
+
+    HeaderFields& h = m.header;
+    std::vector<std::vector<PulseRun>> frames;
+    std::set<std::string> names;
+    for (const LircKey& k : r.keys) {
+        ImportedCommand c;
+        if (!NameKey(m, names, k, c)) continue;
+        const std::string lirc = KeyBits(r, k.code);
+        std::string bits = lirc;
+        for (char& b : bits) b = b == '1' ? '0' : '1';
+        const std::string mode = bits.substr(0, kRc6Trailer);
+        const int proto = mode == "1000" ? kProtoRc6 : mode == "1110" ? kProtoRc6A : -1;
+        if (proto < 0) return Refused(m, "an RC6 start and mode of " + mode + ", neither mode 0 nor 6A");
+        if (!frames.empty() && proto != h.gproto) return Refused(m, "keys of two RC6 modes");
+        h.gproto = proto;
+        frames.push_back(Rc6RemoteFrame(r, lirc));
+        c.code = "G" + NormalisedCode(bits.substr(kRc6Trailer + 1), proto);
+        m.commands.push_back(std::move(c));
+    }
+    const ProtocolHeader preset = HeaderFromPreset(h.gproto);
+    h.sendpls = static_cast<int>(std::lround(unit));
+    h.bitg = preset.bitg;
+    h.bit0 = preset.bit0;
+    h.bit1 = preset.bit1;
+    // The pause between frames: a constant-length remote counts its gap from the frame's start.
+    const double frameUs = (static_cast<double>(h.bitg.size()) + 2.0 * (n - kRc6Trailer - 1)) * unit;
+    const double gap = r.gap > 0 ? r.gap : kDefaultGapUs;
+    const double pause = r.hasFlag("CONST_LENGTH") ? gap - frameUs : gap;
+    h.repeat = h.grepeat = std::clamp(CellsOf(std::max(pause, 0.0), h.sendpls), 16, kMaxCells);
+    m.ok = true;
+    m.unreadable = ReadBack(m, frames);
+    return m;
+}
 
 } // namespace
 
@@ -208,6 +293,7 @@ ImportedRemote FitRemote(const LircRemote& remote) {
     if (!remote.unknown.empty()) return Refused(m, "the parameter " + remote.unknown.front() + " is not understood");
     if (remote.one.pulse <= 0 || remote.zero.pulse <= 0 || (remote.one.space <= 0 && remote.zero.space <= 0))
         return Refused(m, "no timings: the receiver decodes the codes itself");
+    if (remote.hasFlag("RC6")) return FitRc6(m, remote);
     for (double d : {remote.header.pulse, remote.header.space, remote.one.pulse, remote.one.space, remote.zero.pulse,
                      remote.zero.space, remote.plead, remote.ptrail, remote.repeat.pulse, remote.repeat.space})
         if (d > kMaxDurationUs) return Refused(m, "a duration of " + Us(d));
@@ -288,13 +374,7 @@ ImportedRemote FitRemote(const LircRemote& remote) {
     std::set<std::string> names;
     for (const LircKey& k : r.keys) {
         ImportedCommand c;
-        c.lircName = k.name;
-        c.name = Sanitised(k.name);
-        if (c.name.empty()) c.name = "key";
-        if (!names.insert(ToLower(c.name)).second) {
-            m.duplicates.push_back(k.name); // only the first line of a name can be sent
-            continue;
-        }
+        if (!NameKey(m, names, k, c)) continue;
         std::string bits = KeyBits(r, k.code);
         if (inverted)
             for (char& b : bits) b = b == '1' ? '0' : '1';

@@ -189,10 +189,13 @@ LircFile ParseLircdConf(std::string_view text) {
             whole(r.preDataBits);
         } else if (key == "post_data_bits") {
             whole(r.postDataBits);
-        } else if (key == "pre_data" || key == "post_data" || key == "toggle_bit_mask") {
+        } else if (key == "pre_data" || key == "post_data" || key == "toggle_bit_mask" || key == "rc6_mask") {
             std::uint64_t v = 0;
             if (w.size() < 2 || !ParseCode(w[1], v)) error(w[0] + " needs a code");
-            (key == "pre_data" ? r.preData : key == "post_data" ? r.postData : r.toggleMask) = v;
+            (key == "pre_data"          ? r.preData
+             : key == "post_data"       ? r.postData
+             : key == "toggle_bit_mask" ? r.toggleMask
+                                        : r.rc6Mask) = v;
         } else if (key == "gap") {
             one(r.gap);
         } else if (key == "toggle_bit" || key == "repeat_bit") {
@@ -201,10 +204,9 @@ LircFile ParseLircdConf(std::string_view text) {
             one(r.frequency);
         } else if (key == "eps" || key == "aeps" || key == "duty_cycle" || key == "min_repeat" || key == "repeat_gap" ||
                    key == "ignore_mask" || key == "suppress_repeat" || key == "driver" || key == "manual_sort" ||
-                   key == "min_code_repeat" || key == "toggle_mask" || key == "serial_mode" || key == "baud" ||
-                   key == "rc6_mask") {
+                   key == "min_code_repeat" || key == "toggle_mask" || key == "serial_mode" || key == "baud") {
             // Receiver tolerances and details a transmitter does without.
-            if (key == "toggle_mask" || key == "rc6_mask") r.unknown.push_back(key);
+            if (key == "toggle_mask") r.unknown.push_back(key);
         } else {
             r.unknown.push_back(key);
         }

@@ -1,9 +1,16 @@
 #include "config/import_export.h"
+#include "ir/codec.h"
+#include "ir/decoder.h"
+#include "ir/protocols.h"
+#include "ir/pulse_text.h"
+#include "ir/scancode.h"
 #include "lirc/lirc_import.h"
 
 #include "support/rig.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 namespace quenix {
 namespace {
@@ -72,8 +79,11 @@ TEST(LircImport, TellsWhyARemoteCannotBeMapped) {
         {Remote("raw", "  flags RAW_CODES", ""), "LIRC's RAW_CODES encoding has no fixed pattern per bit"},
         {"begin remote\n name raw2\n begin raw_codes\n name KEY_1\n 900 450 900\n end raw_codes\nend remote\n",
          "raw codes: recorded waveforms, not bit codes"},
-        {Remote("mce", "  bits 16\n  flags RC6\n  one 444 444\n  zero 444 444", "KEY_1 0x1"),
-         "LIRC's RC6 encoding has no fixed pattern per bit"},
+        {Remote("mce", "  bits 16\n  flags RC6\n  one 444 444\n  zero 444 444", "KEY_1 0x1"), "timings unlike RC6's"},
+        {Remote("rc6m3", "  bits 16\n  flags RC6\n  header 2667 889\n  one 444 444\n  zero 444 444\n"
+                "  pre_data_bits 5\n  pre_data 0x9",
+                "KEY_1 0x1"),
+         "an RC6 start and mode of 1011, neither mode 0 nor 6A"},
         {Remote("usb", "  bits 32\n  one 0 0\n  zero 0 0", "KEY_1 0x1"),
          "no timings: the receiver decodes the codes itself"},
         {Remote("odd", "  bits 8\n  one 15 30\n  zero 15 15", "KEY_1 0x1"), "timings without a common unit"},
@@ -86,6 +96,50 @@ TEST(LircImport, TellsWhyARemoteCannotBeMapped) {
         ASSERT_EQ(m.size(), 1u);
         EXPECT_FALSE(m[0].ok);
         EXPECT_EQ(m[0].why, why);
+    }
+}
+
+// LIRC's RC6 remotes as RC6 devices; irsimsend, LIRC's own sender, is the judge of the codes.
+TEST(LircImport, Rc6RemotesReadAsLircSendsThem) {
+    if (std::system("command -v irsimsend >/dev/null 2>&1") != 0) GTEST_SKIP() << "no irsimsend";
+    const std::string dir = "/usr/share/lirc/remotes/";
+    struct Case {
+        std::string conf, key;
+        int gproto, sendpls;
+        const char* scancode;
+    } cases[] = {
+        {TempDir::ReadFile(dir + "mceusb/lircd.conf.mceusb"), "PlayPause", kProtoRc6A, 444, "rc6_mce:0x800f046e"},
+        {TempDir::ReadFile(dir + "acer/lircd.conf.Aspire_6530G"), "KEY_POWER", kProtoRc6A, 451, "rc6_mce:0x800f040c"},
+        // Mode 0 with the trailer as toggle bit and no rc6_mask, as generic/RC-6.conf writes it.
+        {Remote("philips", "  bits 8\n  flags RC6|CONST_LENGTH\n  header 2667 889\n  one 444 444\n  zero 444 444\n"
+                "  pre_data_bits 13\n  pre_data 0xFFF\n  gap 108000\n  toggle_bit 5",
+                "KEY_POWER 0xF3\nKEY_MUTE 0xF2"),
+         "KEY_POWER", kProtoRc6, 444, "rc6_0:0xc"},
+    };
+    TempDir tmp;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.key);
+        std::vector<ImportedRemote> all = ImportLircFile(ParseLircdConf(c.conf));
+        ASSERT_FALSE(all.empty());
+        const ImportedRemote& m = all[0];
+        ASSERT_TRUE(m.ok) << m.why;
+        EXPECT_EQ(m.unreadable, "");
+        EXPECT_EQ(m.header.gproto, c.gproto);
+        EXPECT_EQ(m.header.sendpls, c.sendpls);
+        auto key = std::find_if(m.commands.begin(), m.commands.end(), [&](auto& k) { return k.lircName == c.key; });
+        ASSERT_NE(key, m.commands.end());
+        EXPECT_EQ(ScancodeText(c.gproto, key->code), c.scancode);
+
+        tmp.write("remote.conf", c.conf);
+        const std::string run = "cd '" + tmp.str() + "' && rm -f simsend.out && irsimsend -k " + c.key +
+                                " remote.conf >/dev/null 2>&1";
+        ASSERT_EQ(std::system(run.c_str()), 0);
+        std::string error;
+        std::optional<std::vector<PulseRun>> runs = ParseMode2(tmp.read("simsend.out"), error);
+        ASSERT_TRUE(runs) << error;
+        runs->push_back({false, 100000});
+        const DecodedRecording d = DecodeCapture(SampleRuns(*runs, 55));
+        EXPECT_EQ(NormalisedCode(d.signal.code, c.gproto), key->code);
     }
 }
 
