@@ -4,6 +4,7 @@
 #include "ir/decoder.h"
 #include "ir/protocols.h"
 #include "ir/scancode.h"
+#include "ir/timing_reading.h"
 
 #include <cmath>
 
@@ -12,6 +13,8 @@ namespace quenix {
 namespace {
 
 constexpr std::uint32_t kNormalField = 0xFFFFFF;
+constexpr const char* kLongerThanCapture =
+    "The code is longer than one recording (264 ms): its end is missing, so it cannot be learned.";
 
 std::string ProtocolName(int protocol) {
     const ProtocolPreset* row = FindPreset(protocol);
@@ -72,6 +75,12 @@ void Recorder::onRecButton() {
             view_.setColor("ProtocolName", View::ColorRole::Background, kRed);
         }
         view_.setStatus(r.status);
+        return;
+    }
+    // A frame longer than the capture (an air conditioner's at a long unit) would be learned cut.
+    const CapturedRuns runs = SplitFrames(UnpackSamples(r.signal));
+    if (!runs.frames.empty() && !runs.frames.front().complete) {
+        view_.setStatus(kLongerThanCapture);
         return;
     }
     const CodeVerdict& v = r.verdict;

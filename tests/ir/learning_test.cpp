@@ -335,3 +335,46 @@ TEST_F(LearningTest, Calibration) {
 
 } // namespace
 } // namespace quenix
+
+namespace quenix {
+namespace {
+
+// An air conditioner's state: 256 bits in one pulse-distance frame. At 330 us it fills most of
+// one capture (792 units, 261 ms), as long a frame as 600 bytes at the sample period hold.
+TEST_F(LearningTest, LongPulseDistanceCodeLearnsStoresSendsAndMatches) {
+    std::string bits;
+    for (unsigned i = 0, x = 12345; i < 256; ++i, x = x * 1103515245u + 12345u) bits += (x >> 16) & 1 ? '1' : '0';
+    const std::string key = "G" + bits;
+    ProtocolHeader h = HeaderFromPreset(kProtoNec);
+    h.sendpls = 330;
+    h.repeat = 0;
+    std::string sent = key;
+    bool toggle = false;
+    const std::string cells = EncodeCommand(sent, h, toggle);
+    const Bytes press = SampleRuns(CellsToRuns(cells, h.sendpls), kSampleUs, kRecordBytes);
+
+    store.currentDevice = "Set-top Box";
+    Record(press);
+    Record(press);
+    ASSERT_EQ(view.text("CodeStr"), key);
+    ASSERT_TRUE(ctx.validated);
+    EXPECT_EQ(view.text("BitNr"), "256");
+    dialogs.inputs = {"Cool 22"};
+    learning.onSaveCmdButton();
+    ASSERT_NE(OnDisk().find(key + ",Cool 22\r\n"), std::string::npos);
+
+    // Matched by monitoring and by the recorder.
+    EXPECT_EQ(LookupKey(store.text(), DecodeMonitorFrame(press)), "Set-top Box&Cool 22");
+    Record(press);
+    EXPECT_EQ(view.text("IRCommand"), "Set-top Box&&Cool 22");
+
+    // At NEC's 560 us the frame lasts 430 ms: refused, not learned with its end cut off.
+    h.sendpls = 560;
+    Record(SampleRuns(CellsToRuns(cells, h.sendpls), kSampleUs, kRecordBytes));
+    EXPECT_EQ(view.text("StatusBar"),
+              "The code is longer than one recording (264 ms): its end is missing, so it cannot be learned.");
+    EXPECT_EQ(view.text("CodeStr"), "");
+}
+
+} // namespace
+} // namespace quenix
