@@ -27,6 +27,7 @@ struct FrameReading {
 // Lengths in units of the shortest runs.
 constexpr double kGapUnits = 12;              // a space this long ends a sequence (NEC's lead-in space is 8)
 constexpr double kGapBeforeLeadUnits = 5;     // and one this long when a lead-in mark follows it
+constexpr double kGapBehindLeadUnits = 20;    // and behind a lead-in mark
 constexpr double kLeadMarkUnits = 2.7;        // SONY's lead-in is 4 units, its longest bit mark 2
 // A lead-in mark behind a short gap starts a new sequence; RC5X's 2-unit mark behind its silence,
 // stretched by a slow receiver, does not.
@@ -464,7 +465,9 @@ std::pair<double, double> LeadCells(const ProtocolPreset& p) {
 
 // Names a pulse-distance reading after the row whose lead-in and bit count it matches best;
 // a row that asks for the bit count read beats one that takes any.
-int NamePulseDistance(const std::vector<int>& r, bool leadIn, double mark, std::size_t bits) {
+// The unit and the receiver's stretch come from the bits: a receiver that shortens marks
+// lengthens the spaces behind them by as much, the lead-in's too.
+int NamePulseDistance(const std::vector<int>& r, bool leadIn, double unit, double stretch, std::size_t bits) {
     int named = kProtoNec;
     double best = std::numeric_limits<double>::infinity();
     bool specific = false;
@@ -474,7 +477,9 @@ int NamePulseDistance(const std::vector<int>& r, bool leadIn, double mark, std::
         if ((leadMark > 1) != leadIn) continue;
         // Relative deviation: with jitter +-j, 8 units reach 8 (1 + j) and 16 come down to 16 (1 - j),
         // and the two meet where the deviations are equal.
-        const double d = leadIn ? std::abs(r[0] / mark / leadMark - 1) + std::abs(r[1] / mark / leadSpace - 1) : 0;
+        const double d = leadIn ? std::abs((r[0] - stretch) / unit / leadMark - 1) +
+                                      std::abs((r[1] + stretch) / unit / leadSpace - 1)
+                                : 0;
         if (d < best - 1e-9 || (d <= best + 1e-9 && p.bits != 0 && !specific))
             best = d, named = p.index, specific = p.bits != 0;
     }
@@ -521,7 +526,9 @@ void Name(FrameReading& f, const std::vector<int>& r) {
     if (!f.ok || f.repeat || f.protocol != kProtoNec) return;
     std::vector<double> marks;
     for (std::size_t i = f.leadIn ? 2 : 0; i < r.size(); i += 2) marks.push_back(r[i]);
-    f.protocol = NamePulseDistance(r, f.leadIn, Median(marks), f.bits.size());
+    const double mark = Median(marks);
+    f.protocol = NamePulseDistance(r, f.leadIn, f.unit > 0 ? f.unit : mark, f.unit > 0 ? mark - f.unit : 0,
+                                   f.bits.size());
     f.bits = NormalisedCode(f.bits, f.protocol);
 }
 
@@ -538,8 +545,11 @@ CapturedRuns SplitFrames(std::string_view samples) {
         f.runs.push_back(runs[i]);
         const int space = runs[i + 1];
         const bool last = i + 2 >= runs.size();
-        const bool gap =
-            space >= kGapUnits * u || (!last && space >= kGapBeforeLeadUnits * u && runs[i + 2] >= kLeadMarkSplit * u);
+        // A receiver that shortens marks lengthens the lead-in's space by as much: NEC's 8 units
+        // reach 12 of the shortened bit marks.
+        const bool behindLead = f.runs.size() == 1 && runs[i] >= kLeadMarkUnits * u;
+        const bool gap = space >= (behindLead ? kGapBehindLeadUnits : kGapUnits) * u ||
+                         (!last && space >= kGapBeforeLeadUnits * u && runs[i + 2] >= kLeadMarkSplit * u);
         if (!gap && !last) {
             f.runs.push_back(space);
             continue;

@@ -133,6 +133,38 @@ TEST(Decoder, EveryProtocolRoundTripsByName) {
             }
 }
 
+// A receiver that is quick or slow to let go moves every mark's end: the lead-in's space grows
+// or shrinks with it, and the key keeps its protocol's name. JVC's and Kaseikyo's lead-ins are
+// NEC's and Samsung's shapes at other lengths.
+TEST(Decoder, StretchedMarksKeepTheProtocolsName) {
+    const std::pair<int, std::string> kinds[] = {
+        {kProtoJvc, "G1110000011110000"},
+        {kProtoKaseikyo, "G010000000000010000000001000000001011110010111101"},
+        {kProtoNec, "G00100000110111110001000011101111"},
+        {kProtoSamsung, "G11100000111000000100000010111111"},
+    };
+    for (const auto& [protocol, sent] : kinds)
+        for (double stretch : {-0.15, 0.15})
+            for (unsigned seed : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u}) {
+                SCOPED_TRACE(std::string(PresetFor(protocol).name) + " marks " + std::to_string(stretch));
+                std::string code = sent;
+                const ProtocolHeader h = Preset(protocol);
+                bool toggle = false;
+                std::vector<PulseRun> runs = CellsToRuns(EncodeCommand(code, h, toggle), h.sendpls);
+                for (std::size_t i = 0; i + 1 < runs.size(); i += 2) {
+                    runs[i + 1].us -= runs[i].us * stretch;
+                    runs[i].us *= 1 + stretch;
+                }
+                for (PulseRun& r : runs) { // and 10 % jitter
+                    seed = seed * 1103515245u + 12345u;
+                    r.us *= 0.9 + 0.2 * ((seed >> 8) & 0xFFFF) / 65535.0;
+                }
+                const DecodedRecording d = DecodeCapture(SampleRuns(runs, 55));
+                EXPECT_EQ(d.signal.protocol, protocol);
+                EXPECT_EQ(d.signal.code, code);
+            }
+}
+
 // Keys learned before the timing reading hold what the run analysis read.
 TEST(Decoder, KeysStoredFromEitherReadingAreRecognised) {
     std::string code = "G111101111110";
