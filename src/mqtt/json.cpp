@@ -75,7 +75,7 @@ private:
             JsonValue member;
             if (at_ >= s_.size() || s_[at_] != '"' || !string(key) || !eat(':') || !value(member, depth + 1))
                 return false;
-            v.members.emplace_back(std::move(key), std::move(member));
+            v.members.push_back({std::move(key), std::move(member)});
         } while (eat(','));
         return eat('}');
     }

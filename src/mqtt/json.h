@@ -13,6 +13,8 @@
 
 namespace quenix {
 
+struct JsonMember;
+
 struct JsonValue {
     enum class Type { Null, Bool, Number, String, Array, Object };
     Type type = Type::Null;
@@ -20,10 +22,15 @@ struct JsonValue {
     double number = 0;
     std::string text; // a string's value, or the source text of a number
     std::vector<JsonValue> items;
-    std::vector<std::pair<std::string, JsonValue>> members;
+    std::vector<JsonMember> members; // a vector may hold a type still being declared; a pair may not
 
     const JsonValue* find(std::string_view key) const;
     bool isString() const { return type == Type::String; }
+};
+
+struct JsonMember {
+    std::string first; // the key
+    JsonValue second;
 };
 
 // Nothing when the text is not one JSON value, nests deeper than 32, or is followed by more.
