@@ -1,13 +1,21 @@
 #!/usr/bin/python3
 """The real program on its own X server, its receiver a lirc0 link to a FIFO: keys written as mode2
-words run their events once per press, tapped or held, for NEC, SONY and RC5, and a key that
-arrived before monitoring started (F5) runs nothing. kernel_ir_test.py PROGRAM TOOL CONFIG SHOTS"""
+words run their events once per press, tapped or held, for NEC, SONY, RC5, an MCE remote (RC6), JVC and
+Panasonic, and a key that arrived before monitoring started (F5) runs nothing.
+kernel_ir_test.py PROGRAM TOOL CONFIG SHOTS"""
 import os, shutil, struct, subprocess, sys, tempfile, time
 from atspi_test import wait_for
 
 KEYS = {"nec": ("NEC", "Set-top Box&Power", "G00100000110111110001000011101111"),
         "sony": ("SONY", "Sony TV&Power", "G101010010000"),
-        "rc5": ("RC5", "Philips Amp&Standby", "G11010000001100")}
+        "rc5": ("RC5", "Philips Amp&Standby", "G11010000001100"),
+        "mce": ("RC6-6A", "Media PC&OK", "G10000000000011110000010000100010"),
+        "jvc": ("JVC", "JVC Deck&Play", "G1100010100001000"),
+        "panasonic": ("Kaseikyo", "Panasonic&Power", "G010000000000010000000001000000001011110010111101")}
+# The devices the shipped file lacks: name, GPROTO, SENDPLS, REPEAT, BITG, BIT0, BIT1, GREPEAT.
+DEVICES = [("Media PC", 5, 444, 160, "11111100101010010011", "01", "10", 160),
+           ("JVC Deck", 6, 526, 40, "111111111111111100000000", "10", "1000", 1),
+           ("Panasonic", 8, 432, 140, "111111110000", "10", "1000", 140)]
 TIMEOUT = struct.pack("=I", 0x03000000 | 20000)
 
 
@@ -27,7 +35,7 @@ def frame(tool, protocol, code):
 def press(tool, name, frames):
     """A press as a receiver that hands over a batch delivers it: frames one period apart."""
     protocol, _, code = KEYS[name]
-    gap = {"NEC": 40000, "SONY": 22000, "RC5": 89000}[protocol]
+    gap = {"NEC": 40000, "SONY": 22000, "RC5": 89000, "RC6-6A": 78000, "JVC": 22000, "Kaseikyo": 63000}[protocol]
     one = frame(tool, protocol, code)
     burst = struct.pack("=3I", 0x01000000 | 9000, 2250, 0x01000000 | 560)
     rest = burst if protocol == "NEC" else one
@@ -55,6 +63,11 @@ def main(program, tool, config, shots):
     apps = "".join("%s %s,Count %s\r\n" % (counter, name, name) for name in KEYS)
     events = "".join("%s,application&Count %s\r\n" % (KEYS[name][1], name) for name in KEYS)
     text = text.replace("[Monitoring]\r\n", apps + "[Monitoring]\r\n" + events)
+    for (name, proto, unit, repeat, bitg, bit0, bit1, grepeat), key in zip(DEVICES, ("mce", "jvc", "panasonic")):
+        section = "[%s]\r\n# for the test\r\nGPROTO=%d\r\nSENDPLS=%d\r\nREPEAT=%d\r\nBITG= %s\r\nBIT0= %s\r\n" \
+                  "BIT1= %s\r\nGREPEAT=%d\r\n%s,%s\r\n" % (name, proto, unit, repeat, bitg, bit0, bit1, grepeat,
+                                                        KEYS[key][2], KEYS[key][1].split("&")[1])
+        text = text.replace("[X10]\r\n", section + "[X10]\r\n")
     open(os.path.join(folder, "telvorin.cfg"), "w", newline="").write(text)
     fifo = os.path.join(folder, "fifo")
     os.mkfifo(fifo)
