@@ -134,6 +134,12 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
          "winamp PAUSE executed.", received},
         {"key without an event", "Sony TV", "G101010010000", 0, "Sony TV&Power", "none", received},
         {"RC5 with the toggle set", "Philips Amp", "G11110000010000", 0, "Philips Amp&Vol+", "none", received},
+        // The remotes of today, each with its own header in the file.
+        {"MCE (RC6) key", "Media PC", "G10000000000011110000010000100010", 0, "Media PC&OK", "mouse LEFT CLICK executed.",
+         received},
+        {"JVC key", "JVC Deck", "G1100010100001000", 1, "JVC Deck&Play", "none", received},
+        {"Panasonic key", "Panasonic", "G010000000000010000000001000000001011110010111101", 0, "Panasonic&Power", "none",
+         received},
         {"unlearned code", "Sony TV", "G111111111111", 0, "UNKNOWN", "none", received},
         // Learned before the timing reading: the run analysis took the lead-in for a leading 1.
         {"key stored as the run analysis read it", "Sony TV", "G111101111110", 0, "Sony TV&Old", "none", received},
@@ -153,6 +159,14 @@ TEST(MonitorEngine, TickTurnsKeysIntoActionsAndEndsSilentlyOtherwise) {
     std::string config = DefaultConfiguration();
     config.insert(config.find("[End]"), "sony tv&CH+,X10&Desk Lamp&On\r\nSony TV&Ch+x,mouse&UP\r\n");
     config.insert(config.find("G001010010000,Mute\r\n"), "G1111101111110,Old\r\n");
+    config.insert(config.find("[X10]"),
+                  "[Media PC]\r\nGPROTO=5\r\nSENDPLS=444\r\nREPEAT=160\r\nBITG= 11111100101010010011\r\nBIT0= 01\r\n"
+                  "BIT1= 10\r\nGREPEAT=160\r\nG10000000000011110000010000100010,OK\r\n"
+                  "[JVC Deck]\r\nGPROTO=6\r\nSENDPLS=526\r\nREPEAT=40\r\nBITG= 111111111111111100000000\r\n"
+                  "BIT0= 10\r\nBIT1= 1000\r\nGREPEAT=1\r\nG1100010100001000,Play\r\n"
+                  "[Panasonic]\r\nGPROTO=8\r\nSENDPLS=432\r\nREPEAT=140\r\nBITG= 111111110000\r\nBIT0= 10\r\n"
+                  "BIT1= 1000\r\nGREPEAT=140\r\nG010000000000010000000001000000001011110010111101,Power\r\n");
+    config.insert(config.find("[End]"), "Media PC&OK,mouse&LEFT CLICK\r\n");
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         EngineRig rig(config);
