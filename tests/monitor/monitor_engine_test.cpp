@@ -35,6 +35,17 @@ struct EngineRig : BasicRig<SimClock> {
     SimPort& com1() { return driver.port(1); }
 };
 
+// A standard receiver on COM1 whose line the capture library's own sampler reads.
+struct SampledRig : EngineRig {
+    DcdReceiver receiver = StandardReceiver();
+    PortLine line{port, ctx.irPortHandle};
+    serpulse::Sampler sampler{line, clock};
+    SampledRig() {
+        com1().peer = &receiver;
+        library.sampler = &sampler;
+    }
+};
+
 // A key as the receiver would capture it: the device's own header, our encoder, a sampler.
 std::vector<std::uint8_t> Capture(const EngineRig& rig, const std::string& device, std::string code) {
     ProtocolHeader h = DeviceHeader(rig.store.text(), device);
@@ -216,12 +227,8 @@ TEST(MonitorEngine, APortThatGoesAwayIsToldOnceAndTakenBackWhenItReturns) {
 
 // TxD sending reconfigures the port before every action: the receiver it powers must stay on.
 TEST(MonitorEngine, KeysStillArriveAfterTxDSends) {
-    EngineRig rig;
-    DcdReceiver receiver = StandardReceiver();
-    rig.com1().peer = &receiver;
-    PortLine line(rig.port, rig.ctx.irPortHandle);
-    serpulse::Sampler sampler(line, rig.clock);
-    rig.library.sampler = &sampler;
+    SampledRig rig;
+    DcdReceiver& receiver = rig.receiver;
     rig.store.settings().winampEna = true;
     rig.ctx.txdOutput = 1;
     rig.port.ConfigureComPort(9600, 8, rig.ctx.irPortHandle); // as opened at start-up
@@ -269,16 +276,11 @@ TEST(MonitorEngine, ASerialKeyStillThereAfterThePauseIsHeld) {
     EXPECT_EQ(rig.executed.size(), 2u);
 }
 
-
 // Between keys a serial receiver's line is waited for, not polled: the tick says the line is
 // idle, the wait returns when the key begins, and the key is read as the 1 ms poll reads it.
 TEST(MonitorEngine, AnIdleLineIsWaitedForAndTheKeyStillRead) {
-    EngineRig rig;
-    DcdReceiver receiver = StandardReceiver();
-    rig.com1().peer = &receiver;
-    PortLine line(rig.port, rig.ctx.irPortHandle);
-    serpulse::Sampler sampler(line, rig.clock);
-    rig.library.sampler = &sampler;
+    SampledRig rig;
+    DcdReceiver& receiver = rig.receiver;
     rig.engine.Start();
     const ProtocolHeader h = DeviceHeader(rig.store.text(), "Sony TV");
     std::string code = "G000010010000";
