@@ -197,6 +197,9 @@ bool ConfigStore::SetGeneralKey(std::string_view key, std::string_view value, bo
     const std::string before = text_;
     std::string t = DeleteText(text_, v + 1, e - 2);
     t = InsertText(t, Trim(value), v + 1);
+    // Start-up sets the values it has just read: a file that already says so is not written
+    // again, which spares a disk flush before the window shows.
+    if (save && t == text_ && onDisk_ && *onDisk_ == text_) return true;
     if (!SetText(std::move(t))) return false;
     if (save && !SaveConfiguration()) {
         if (!reloaded_) Adopt(before);
