@@ -142,7 +142,12 @@ std::vector<PulseRun> RemoteFrame(const LircRemote& r, std::string_view bits, bo
     add(true, r.header.pulse);
     add(false, r.header.space);
     add(true, r.plead);
-    for (char b : bits) {
+    for (std::size_t i = 0; i < bits.size(); ++i) {
+        if (i == static_cast<std::size_t>(r.preDataBits) && r.pre.present()) {
+            add(true, r.pre.pulse);
+            add(false, r.pre.space);
+        }
+        const char b = bits[i];
         const LircPair& p = b == '1' ? r.one : r.zero;
         if (biphase && b == '1') {
             add(false, p.space);
@@ -254,6 +259,23 @@ ImportedRemote FitRc6(ImportedRemote m, const LircRemote& r) {
     return m;
 }
 
+// RC5X as LIRC can write it: the silence behind the 8th bit as the pre pulse and space after
+// pre_data. A pulse of a bit's length is the 8th bit, a 0, left out of pre_data; a token pulse
+// follows an 8th bit of 1 and only lengthens its mark. 0 when the remote is not RC5X; else the
+// bits the pre pulse stands for.
+int Rc5xSilenceBits(const LircRemote& r) {
+    const ProtocolPreset& x = PresetFor(kProtoRc5x);
+    const double u = r.one.pulse;
+    if (!(r.hasFlag("RC5") || r.hasFlag("SHIFT_ENC")) || r.plead <= 0 || r.post.present() || u <= 0) return 0;
+    const int carried = r.pre.pulse < u / 2 ? 0 : 1;
+    const bool fits = carried ? Near(r.pre.pulse, u, kLeadTolerance) : r.pre.pulse > 0;
+    const int ahead = 1 + r.preDataBits + carried; // the lead pulse's start bit, pre_data and the 0
+    if (!fits || ahead != x.gapAfter || 1 + r.totalBits() + carried != x.bits ||
+        !Near(r.pre.space, (x.gapCells + carried) * u, kLeadTolerance))
+        return 0;
+    return carried + 1;
+}
+
 } // namespace
 
 std::string ImportedRemote::SectionText() const {
@@ -288,7 +310,8 @@ ImportedRemote FitRemote(const LircRemote& remote) {
         return Refused(m, "raw codes: recorded waveforms, not bit codes");
     if (remote.keys.empty()) return Refused(m, "no keys");
     if (remote.two.present() || remote.three.present()) return Refused(m, "bits of more than two values");
-    if (remote.pre.present() || remote.post.present()) return Refused(m, "a pulse between the data fields");
+    const int rc5x = Rc5xSilenceBits(remote);
+    if ((remote.pre.present() && !rc5x) || remote.post.present()) return Refused(m, "a pulse between the data fields");
     if (remote.foot.present()) return Refused(m, "a footer after the data");
     if (!remote.unknown.empty()) return Refused(m, "the parameter " + remote.unknown.front() + " is not understood");
     if (remote.one.pulse <= 0 || remote.zero.pulse <= 0 || (remote.one.space <= 0 && remote.zero.space <= 0))
@@ -325,7 +348,9 @@ ImportedRemote FitRemote(const LircRemote& remote) {
             return Refused(m, "a toggle bit at bit " + std::to_string(toggle + 1) + " where RC5 has it at bit 3");
         unit = FindUnit(durations, kMinUnit, static_cast<int>(std::min(r.one.pulse, r.one.space) * 1.05));
         if (unit == 0) return Refused(m, "timings without a common unit");
-        h.gproto = kProtoRc5;
+        // RC5's 14 bits with the lead pulse's start bit; 15 are StreamZap's, whose system has 6.
+        const int sent = r.totalBits() + (r.plead > 0 ? 1 : 0);
+        h.gproto = rc5x ? kProtoRc5x : sent == PresetFor(kProtoStreamZap).bits ? kProtoStreamZap : kProtoRc5;
         h.bitg = "0"; // the editor wants a lead-in; silence before the first start bit changes nothing
         h.bit0 = Mark(r.zero.pulse, unit) + Space(r.zero.space, unit);
         h.bit1 = Space(r.one.space, unit) + Mark(r.one.pulse, unit);
@@ -380,11 +405,13 @@ ImportedRemote FitRemote(const LircRemote& remote) {
             for (char& b : bits) b = b == '1' ? '0' : '1';
         frames.push_back(RemoteFrame(r, bits, biphase));
         if (biphase) {
+            if (rc5x == 2) bits.insert(static_cast<std::size_t>(r.preDataBits), 1, '0');
             if (r.plead > 0) bits.insert(0, 1, '1'); // the first start bit, whose mark is the lead pulse
             bits = WithRc5Toggle(bits, '0');
         }
         c.code = "G" + bits;
-        std::size_t cells = h.bitg.size() + (h.gproto == kProtoNec ? 1 : 0);
+        std::size_t cells = h.bitg.size() + (h.gproto == kProtoNec ? 1 : 0) +
+                            static_cast<std::size_t>(PresetFor(h.gproto).gapCells);
         for (char b : bits) cells += (b == '1' ? h.bit1 : h.bit0).size();
         longest = std::max(longest, cells);
         m.commands.push_back(std::move(c));
