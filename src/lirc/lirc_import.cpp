@@ -393,6 +393,13 @@ ImportedRemote FitRemote(const LircRemote& remote) {
         }
     }
     h.sendpls = unit;
+    // Bits inverted on repeats: Sharp's second frame, its last ten bits.
+    if (r.repeatMask) {
+        const ProtocolPreset& sharp = PresetFor(kProtoSharp);
+        if (h.gproto != kProtoNec || r.header.present() || r.totalBits() != sharp.bits || r.repeatMask != 0x3FF)
+            return Refused(m, "bits inverted on repeats, unlike Sharp's");
+        h.gproto = kProtoSharp;
+    }
 
     std::size_t longest = 0;
     std::vector<std::vector<PulseRun>> frames;

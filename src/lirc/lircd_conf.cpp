@@ -189,13 +189,15 @@ LircFile ParseLircdConf(std::string_view text) {
             whole(r.preDataBits);
         } else if (key == "post_data_bits") {
             whole(r.postDataBits);
-        } else if (key == "pre_data" || key == "post_data" || key == "toggle_bit_mask" || key == "rc6_mask") {
+        } else if (key == "pre_data" || key == "post_data" || key == "toggle_bit_mask" || key == "rc6_mask" ||
+                   key == "repeat_mask") {
             std::uint64_t v = 0;
             if (w.size() < 2 || !ParseCode(w[1], v)) error(w[0] + " needs a code");
             (key == "pre_data"          ? r.preData
              : key == "post_data"       ? r.postData
              : key == "toggle_bit_mask" ? r.toggleMask
-                                        : r.rc6Mask) = v;
+             : key == "rc6_mask"        ? r.rc6Mask
+                                        : r.repeatMask) = v;
         } else if (key == "gap") {
             one(r.gap);
         } else if (key == "toggle_bit" || key == "repeat_bit") {

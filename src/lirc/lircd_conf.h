@@ -39,6 +39,7 @@ struct LircRemote {
     int toggleBit = 0;            // 1-based from the first bit sent; 0 none
     std::uint64_t toggleMask = 0; // over pre_data, code and post_data joined
     std::uint64_t rc6Mask = 0;    // RC6: the bits sent at double width, as toggleMask
+    std::uint64_t repeatMask = 0; // the bits each repeat sends inverted, as toggleMask
     double frequency = 0;
     std::vector<LircKey> keys;
     std::vector<std::string> rawKeys; // keys given as raw_codes

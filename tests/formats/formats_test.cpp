@@ -209,6 +209,11 @@ TEST(FormatsTest, LircReadsOurLircdConfBothWays) {
         std::string why;
         const std::string text = ExportDevice(d, "lircd", why);
         tmp.write("remote.conf", text);
+        std::map<std::string, std::string> back;
+        for (const ImportedRemote& m : ImportCodes(text, "x").devices)
+            for (const ImportedCommand& c : m.commands) back[c.name] = c.code;
+        const std::map<std::string, std::string> stored(d.commands.begin(), d.commands.end());
+        EXPECT_EQ(back, stored) << text;
         if (i < std::size(rows)) {
             EXPECT_NE(text.find("flags " + std::string(rows[i].flags) + "\n"), std::string::npos) << text;
         }

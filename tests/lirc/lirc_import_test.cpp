@@ -89,6 +89,8 @@ TEST(LircImport, TellsWhyARemoteCannotBeMapped) {
         {Remote("odd", "  bits 8\n  one 15 30\n  zero 15 15", "KEY_1 0x1"), "timings without a common unit"},
         {Remote("tail", "  bits 8\n  one 560 1690\n  zero 560 560\n  ptrail 1200", "KEY_1 0x1"),
          "a trailing pulse of 1200 µs unlike the bits' pulses"},
+        {Remote("rep", "  bits 8\n  one 560 1690\n  zero 560 560\n  ptrail 560\n  repeat_mask 0x3", "KEY_1 0x1"),
+         "bits inverted on repeats, unlike Sharp's"},
     };
     for (const auto& [conf, why] : cases) {
         SCOPED_TRACE(conf);
