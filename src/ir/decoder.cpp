@@ -1,5 +1,6 @@
 #include "ir/decoder.h"
 
+#include "ir/code_fit.h"
 #include "ir/codec.h"
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
@@ -8,46 +9,6 @@
 #include <cmath>
 
 namespace quenix {
-
-namespace {
-
-// How far a run may stray from its expected length, as LIRC allows: 30 %, or 100 us (in
-// samples of a calibrated delay) for the shortest runs.
-constexpr double kRelativeTolerance = 0.3;
-constexpr double kAbsoluteTolerance = 100.0 / 55.0;
-constexpr double kMaxStretch = 0.4; // units a receiver may add to a mark or take from it
-
-// Fits the captured runs to the expected ones (in units) as unit * expected + stretch for a
-// mark, - stretch for a space: a receiver that is slow or quick to let go moves the end of
-// every mark. Least squares; the residual is the mean squared deviation relative to each run.
-bool Fits(const std::vector<int>& captured, const std::vector<double>& expected, CodeFit& fit) {
-    const std::size_t n = captured.size();
-    if (n != expected.size() || n < 2) return false;
-    double ee = 0, es = 0, xe = 0, xs = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const double sign = i % 2 == 0 ? 1 : -1;
-        ee += expected[i] * expected[i];
-        es += expected[i] * sign;
-        xe += captured[i] * expected[i];
-        xs += captured[i] * sign;
-    }
-    const double det = ee * static_cast<double>(n) - es * es;
-    if (det <= 0) return false;
-    const double unit = (xe * static_cast<double>(n) - es * xs) / det;
-    if (unit <= 0) return false;
-    const double stretch = std::clamp((ee * xs - es * xe) / det, -kMaxStretch * unit, kMaxStretch * unit);
-    double residual = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const double want = expected[i] * unit + (i % 2 == 0 ? stretch : -stretch);
-        const double off = captured[i] - want;
-        if (std::abs(off) > std::max(kRelativeTolerance * expected[i] * unit, kAbsoluteTolerance)) return false;
-        residual += off * off / (expected[i] * unit * expected[i] * unit);
-    }
-    fit = {true, unit, residual / static_cast<double>(n)};
-    return true;
-}
-
-} // namespace
 
 const char* ReadingName(Reading r) {
     switch (r) {
@@ -59,26 +20,16 @@ const char* ReadingName(Reading r) {
 
 CodeFit FitCode(std::string_view code, int protocol, const CapturedRuns& runs) {
     CodeFit best;
-    const ProtocolPreset* row = FindPreset(protocol);
-    if (!row || row->family == kProtoUnknown) return best;
     if (!code.empty() && (code.front() == 'G' || code.front() == 'g')) code.remove_prefix(1);
     if (code.empty()) return best;
-    ProtocolHeader h = HeaderFromPreset(protocol);
-    h.repeat = 0;
-    h.grepeat = 0;
-    // The toggle goes out as read: RC5's and MCE's sit in the code; RC6's trailer is tried both ways.
-    for (bool toggle : {false, true}) {
-        std::string sent = "G" + std::string(code);
-        if (row->toggle == Toggle::Rc5Bit) toggle = code.size() >= 3 && code[2] == '0';
-        if (row->toggle == Toggle::MceBit) toggle = code.size() == 32 && code[16] == '0';
-        std::vector<double> expected;
-        for (const PulseRun& r : CellsToRuns(EncodeCommand(sent, h, toggle), 1.0))
-            if (r.mark || !expected.empty()) expected.push_back(r.us); // sampling starts with carrier
+    const ProtocolPreset* row = FindPreset(protocol);
+    for (bool up : {false, true}) {
+        const std::vector<double> expected = ExpectedRuns(code, protocol, up);
         for (const CapturedFrame& f : runs.frames) {
-            CodeFit fit;
-            if (f.complete && Fits(f.runs, expected, fit) && (!best.ok || fit.residual < best.residual)) best = fit;
+            const RunFit fit = f.complete ? FitRuns(f.runs, expected) : RunFit{};
+            if (fit.within && (!best.ok || fit.residual < best.residual)) best = {true, fit.unit, fit.residual};
         }
-        if (row->toggle != Toggle::Rc6Trailer) break;
+        if (!row || row->toggle != Toggle::Rc6Trailer) break;
     }
     return best;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 namespace quenix {
@@ -11,6 +12,8 @@ namespace {
 // RC6 in half-bit positions from the start bit on: its bits and the mode bits change level
 // in their middle; the trailer bit is twice as long, so it changes only in its own middle.
 constexpr int kRc6TrailerAt = 8;
+constexpr int kRc6SecondModeBitAt = 4;
+constexpr int kRc6LastModeBitAt = 6; // the third mode bit is 0 in both: space, then mark
 constexpr int kRc6DataAt = 12;
 constexpr double kRc6LeadRatioMin = 1.5; // leader mark over leader space: 3 when exact
 constexpr double kRc6LeadRatioMax = 10; // a slow receiver lengthens the mark at the space's cost
@@ -22,7 +25,9 @@ enum class Edge { Optional, Required, Never };
 Edge Rc6Edge(int p) {
     if (p == kRc6TrailerAt + 2) return Edge::Required;
     if (p == kRc6TrailerAt + 1 || p == kRc6TrailerAt + 3) return Edge::Never;
-    if (p < kRc6TrailerAt) return p % 2 ? Edge::Required : Edge::Optional;
+    // Modes 0 and 6 (000 and 110) alone: the first two mode bits alike, so their halves change
+    // level between them too.
+    if (p < kRc6TrailerAt) return p % 2 || p == kRc6SecondModeBitAt ? Edge::Required : Edge::Optional;
     return (p - kRc6DataAt) % 2 ? Edge::Required : Edge::Optional;
 }
 
@@ -42,7 +47,12 @@ FrameReading ReadRc6(const std::vector<int>& r) {
     constexpr double kNone = std::numeric_limits<double>::infinity();
     const std::size_t n = r.size() - 2;
     const int width = 3 * static_cast<int>(n) + 1;
-    double unit = (r[0] + r[1]) / 8.0;
+    // The leader sets the first guess of the unit; jitter on its two runs may mislead it, and a
+    // guess the runs cannot be laid on is tried again larger, then smaller.
+    constexpr double kGuesses[] = {1.0, 1.2, 0.85};
+    std::size_t guess = 0;
+    const double leaderUnit = (r[0] + r[1]) / 8.0;
+    double unit = leaderUnit;
     double stretch = 0; // added to marks and taken from spaces, as a slow receiver does
     std::vector<double> cost;
     std::vector<int> step;
@@ -57,6 +67,7 @@ FrameReading ReadRc6(const std::vector<int>& r) {
                 if (base == kNone) continue;
                 for (int len = 1; len <= 3 && p + len < width; ++len) {
                     if (Rc6Edge(p + len) == Edge::Never) continue;
+                    if (i % 2 == 0 && p <= kRc6LastModeBitAt && p + len > kRc6LastModeBitAt) continue;
                     if (len > 1 && Rc6Edge(p + 1) == Edge::Required) break;
                     if (len > 2 && Rc6Edge(p + 2) == Edge::Required) break;
                     const double d = (r[i + 2] - (i % 2 == 0 ? stretch : -stretch)) / (unit * len) - 1;
@@ -77,7 +88,12 @@ FrameReading ReadRc6(const std::vector<int>& r) {
             if (UsualRc6Length(0, bits) || UsualRc6Length(6, bits)) c -= kRc6Preference;
             if (c < best) best = c, end = q;
         }
-        if (end < 0) return f;
+        if (end < 0) {
+            if (pass > 0 || ++guess == std::size(kGuesses)) return f;
+            unit = leaderUnit * kGuesses[guess];
+            pass = -1;
+            continue;
+        }
         // Least squares of run = unit * length +- stretch over the lengths just laid.
         double ll = 0, ls = 0, xl = 0, xs = 0;
         for (std::size_t i = n, q = static_cast<std::size_t>(end); i > 0; --i) {

@@ -1,8 +1,9 @@
 #include "ir/timing_reading.h"
 
+#include "ir/biphase_reading.h"
+#include "ir/code_fit.h"
 #include "ir/codec.h"
 #include "ir/protocols.h"
-#include "ir/rc6_reading.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +16,6 @@ namespace quenix {
 
 namespace {
 
-
 // Lengths in units of the shortest runs.
 constexpr double kGapUnits = 12;              // a space this long ends a sequence (NEC's lead-in space is 8)
 constexpr double kGapBeforeLeadUnits = 5;     // and one this long when a lead-in mark follows it
@@ -24,23 +24,12 @@ constexpr double kLeadMarkUnits = 2.7;        // SONY's lead-in is 4 units, its 
 // A lead-in mark behind a short gap starts a new sequence; RC5X's 2-unit mark behind its silence,
 // stretched by a slow receiver, does not.
 constexpr double kLeadMarkSplit = 3.3;
-constexpr double kLeadSpaceUnits = 2.5;       // behind a pulse-distance lead-in (NEC 8, repeat 4); SONY's is a bit's
 constexpr double kPulseDistanceLeadMark = 4;  // times a bit's mark
 constexpr double kPulseDistanceLeadSpace = 2; // times a bit's mark
 constexpr double kPulseWidthLeadLong = 1.4;   // times a long mark
 constexpr double kPulseWidthLeadShort = 2.5;  // times a short mark, when no mark is long
 constexpr double kEvenSpread = 1.7;           // longest to median of runs that do not carry the bits
-// RC5's 889 us unit at any sampling from 45 to 65 us, taken as 55.
-constexpr double kNominalSampleUs = 55;
-constexpr double kBiPhaseMinUs = 600;
-constexpr double kBiPhaseMaxUs = 1250;
-constexpr double kMinUnitUs = 300;          // shorter units are noise, not a remote
-constexpr double kBiPhaseLongest = 3.2;     // units: two, stretched by jitter and the receiver
-constexpr double kStretched = 0.15;         // marks this much longer or shorter than spaces
-constexpr std::size_t kRc5Halves = 28;      // half-bits of RC5's 14 bits
-constexpr std::size_t kBiPhaseMaxRuns = 80; // beyond RC5 and its longer kin: noise, not worth the search
-constexpr double kRc5Preference = 3.0;      // in units of deviation
-constexpr double kRc5Over15 = 0.25;         // the same, of RC5's 14 bits over StreamZap's 15
+constexpr double kMinUnitUs = 300;            // shorter units are noise, not a remote
 
 // Marks and spaces from the first carrier on; the last entry is the silence behind the
 // last mark (0 when the capture ends in carrier).
@@ -74,81 +63,12 @@ double ShortRun(std::vector<int> runs) {
     return n ? sum / n : 0;
 }
 
-double Sum(const std::vector<double>& x) { return std::accumulate(x.begin(), x.end(), 0.0); }
-
-double Median(std::vector<double> x) {
-    if (x.empty()) return 0;
-    std::nth_element(x.begin(), x.begin() + static_cast<long>(x.size() / 2), x.end());
-    return x[x.size() / 2];
-}
-
-struct Classes {
-    std::vector<bool> isLong;
-    int shorts = 0;
-    int longs = 0;
-    double shortMean = 0;
-    double longMean = 0;
-    double threshold = 0;
-};
-
-// Splits runs of one kind into short and long ones, from a first guess of the threshold.
-// The threshold then moves to the middle of the gap the two classes' spread leaves between
-// them: at 30 % jitter 1 unit reaches 1.3 and 2 units come down to 1.4.
-Classes SplitShortLong(const std::vector<double>& x, double threshold) {
-    Classes c;
-    for (int round = 0; round < 8; ++round) {
-        Classes next;
-        next.threshold = threshold;
-        double sumShort = 0;
-        double sumLong = 0;
-        for (double v : x) {
-            const bool isLong = v > threshold;
-            next.isLong.push_back(isLong);
-            (isLong ? sumLong : sumShort) += v;
-            ++(isLong ? next.longs : next.shorts);
-        }
-        if (next.shorts) next.shortMean = sumShort / next.shorts;
-        if (next.longs) next.longMean = sumLong / next.longs;
-        const bool settled = round > 0 && next.isLong == c.isLong;
-        c = std::move(next);
-        if (settled || c.shorts == 0 || c.longs == 0) break;
-        double deviation = 0;
-        for (std::size_t i = 0; i < x.size(); ++i) {
-            const double d = x[i] / (c.isLong[i] ? c.longMean : c.shortMean) - 1;
-            deviation += d * d;
-        }
-        // A uniform spread of +-j has a standard deviation of j / sqrt(3).
-        const double j = std::clamp(std::sqrt(3 * deviation / static_cast<double>(x.size())), 0.02, 0.35);
-        threshold = (c.shortMean * (1 + j) + c.longMean * (1 - j)) / 2;
-        if (threshold <= c.shortMean || threshold >= c.longMean) threshold = std::sqrt(c.shortMean * c.longMean);
-    }
-    return c;
-}
-
-// Splits runs into two lengths, starting between the shortest and the longest. When they
-// are not two lengths (all bits alike), the reference decides: runs longer than ratio times
-// it are long.
-Classes TwoLengths(const std::vector<double>& x, double reference, double ratio) {
-    if (x.empty()) return {};
-    const auto [lo, hi] = std::minmax_element(x.begin(), x.end());
-    Classes c = SplitShortLong(x, std::sqrt(*lo * *hi));
-    if (c.shorts && c.longs && c.longMean >= 1.5 * c.shortMean) return c;
-    const double mean = Sum(x) / static_cast<double>(x.size());
-    const bool allLong = mean > ratio * reference;
-    c.isLong.assign(x.size(), allLong);
-    c.shorts = allLong ? 0 : static_cast<int>(x.size());
-    c.longs = allLong ? static_cast<int>(x.size()) : 0;
-    c.shortMean = allLong ? 0 : mean;
-    c.longMean = allLong ? mean : 0;
-    c.threshold = ratio * reference;
-    return c;
-}
-
-// The long class's size in units of the short one: NEC's gaps are 3, SONY's marks 2.
-int LongUnits(const Classes& c, double reference) {
-    const double shortLength = c.shorts ? c.shortMean : reference;
-    if (!c.longs || shortLength <= 0) return 2;
-    return std::max(2, static_cast<int>(std::lround(c.longMean / shortLength)));
+// The long class's size in units of the short one: NEC's gaps are 3, SONY's marks 2. Measured
+// over whole bits, with the other kind's run of each: a receiver's stretch of the marks cancels.
+int LongUnits(const Classes& c, double other) {
+    if (!c.longs || other <= 0) return 2;
+    const double shortBit = c.shorts ? other + c.shortMean : 2 * other;
+    return std::max(2, static_cast<int>(std::lround(2 * (other + c.longMean) / shortBit - 1)));
 }
 
 std::string Bits(const Classes& c) {
@@ -210,143 +130,6 @@ FrameReading PulseWidth(const std::vector<int>& r, std::size_t first) {
     return f;
 }
 
-struct BiPhaseScale {
-    double unit = 0;                   // 0: the runs are not bi-phase
-    std::array<double, 2> threshold{}; // between one unit and two, for marks and for spaces
-};
-
-// Bi-phase runs last one unit or two. Without a lead-in to tell the unit by, a code of
-// alternating bits has only 2-unit runs: RC5's unit, whatever the sampling, settles it.
-// Marks and spaces get a threshold each, as a receiver lengthens the one at the other's cost.
-BiPhaseScale BiPhaseScaleOf(const std::array<std::vector<double>, 2>& kinds) {
-    BiPhaseScale s;
-    std::vector<double> x = kinds[0];
-    x.insert(x.end(), kinds[1].begin(), kinds[1].end());
-    if (x.empty()) return s;
-    const Classes c = TwoLengths(x, 0, 0); // a single length stays one class
-    double threshold = 0;
-    if (c.shorts && c.longs) {
-        if (c.longMean > 2.6 * c.shortMean) return s;
-        threshold = c.threshold;
-    } else {
-        double unit = Sum(x) / static_cast<double>(x.size());
-        if (unit * kNominalSampleUs > kBiPhaseMaxUs) unit /= 2;
-        threshold = 1.5 * unit;
-    }
-    // Marks and spaces measure apart only when the receiver stretches one of them; otherwise
-    // the threshold of all runs, measured on twice as many, is the steadier.
-    std::array<Classes, 2> own;
-    std::array<double, 2> scale{};
-    for (std::size_t k = 0; k < 2; ++k) {
-        own[k] = TwoLengths(kinds[k], 0, 0);
-        if (own[k].shorts && own[k].longs && own[k].longMean < 2.6 * own[k].shortMean)
-            scale[k] = (own[k].shortMean * own[k].shorts + own[k].longMean * own[k].longs) /
-                       (own[k].shorts + 2.0 * own[k].longs);
-    }
-    const bool stretched = scale[0] > 0 && scale[1] > 0 && std::abs(scale[0] / scale[1] - 1) > kStretched;
-    double units = 0;
-    for (std::size_t k = 0; k < 2; ++k) {
-        s.threshold[k] = stretched ? own[k].threshold : threshold;
-        for (double v : kinds[k]) units += v > s.threshold[k] ? 2 : 1;
-    }
-    s.unit = Sum(x) / units;
-    if (s.unit * kNominalSampleUs < kBiPhaseMinUs || s.unit * kNominalSampleUs > kBiPhaseMaxUs) s.unit = 0;
-    return s;
-}
-
-// RC5X's silence of four half-bits behind its 8th bit: the space that holds it lasts four to six.
-constexpr std::size_t kRc5xGapAt = 16; // half-bits read, the one before sampling included
-constexpr double kRc5xGapUnits = 4;
-constexpr double kRc5xLongest = 8;     // units, stretched
-constexpr double kRc5xShortest = 3.5;  // of the shortest runs: longer spaces are no bi-phase bit
-
-// The whole lengths in half-bits of the RC5 kin: a last 0 bit's space half runs into the gap.
-bool WholeRc5(std::size_t halves, bool gap) {
-    const std::size_t bits = (halves + 1) / 2;
-    return gap ? bits == 20 : bits == 14 || bits == 15;
-}
-
-// Manchester: every bit changes level in its middle, so a run that starts on a bit boundary
-// lasts one unit, and only a run that starts mid-bit may last two. Of the readings that keep
-// to this, the one that strays least beyond the threshold wins, the RC5 kin's lengths when
-// they stray hardly more. Sampling starts with the first carrier, the second half of the
-// first start bit. One space far too long for a bit is RC5X's silence.
-FrameReading BiPhase(const std::vector<int>& r, const BiPhaseScale& s) {
-    FrameReading f;
-    f.protocol = kProtoRc5;
-    if (r.size() < 2 || r.size() > kBiPhaseMaxRuns || s.unit <= 0) return f;
-    constexpr std::size_t kNoGap = 0; // run 0 is a mark, never the silence
-    std::size_t gapRun = kNoGap;
-    for (std::size_t i = 0; i < r.size(); ++i) {
-        if (r[i] <= kBiPhaseLongest * s.unit) continue;
-        if (i % 2 == 0 || gapRun != kNoGap || r[i] > kRc5xLongest * s.unit) return f;
-        gapRun = i;
-    }
-
-    constexpr double kNone = std::numeric_limits<double>::infinity();
-    const std::size_t n = r.size();
-    const std::size_t halves = 2 * n + 2;
-    // cost[i * halves + h]: the least deviation of the runs before run i, with h half-bits
-    // read (the one before sampling began included); step: the last run's length in units.
-    std::vector<double> cost((n + 1) * halves, kNone);
-    std::vector<int> step((n + 1) * halves, 0);
-    cost[1] = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const double over = (r[i] - s.threshold[i % 2]) / s.unit;
-        for (std::size_t h = 1; h + 2 < halves; ++h) {
-            const double base = cost[i * halves + h];
-            if (base == kNone) continue;
-            auto relax = [&](int units, double add) {
-                const std::size_t to = (i + 1) * halves + h + static_cast<std::size_t>(units);
-                if (base + add < cost[to]) cost[to] = base + add, step[to] = units;
-            };
-            if (gapRun != kNoGap && i == gapRun) {
-                // The silence spans the 8th bit's end: the 8th bit's space half before it (a 0),
-                // the 9th bit's after it (a 1), both or neither.
-                if (h + 1 < kRc5xGapAt || h > kRc5xGapAt) continue;
-                const double x = r[i] / s.unit - kRc5xGapUnits;
-                for (std::size_t to = kRc5xGapAt; to <= kRc5xGapAt + 1; ++to) {
-                    const double len = static_cast<double>(to - h);
-                    // Jitter scales with a run's length: a bit's run strays by a part of 1.5
-                    // units beyond its threshold, this one by the same part of its own length.
-                    const double d = std::max({0.0, len - 0.5 - x, x - len - 0.5}) * 1.5 / (len + kRc5xGapUnits);
-                    const std::size_t at = (i + 1) * halves + to;
-                    if (base + d < cost[at]) cost[at] = base + d, step[at] = static_cast<int>(to - h);
-                }
-                continue;
-            }
-            relax(1, std::max(0.0, over));
-            if (h % 2 == 1) relax(2, std::max(0.0, -over));
-        }
-    }
-    const double* last = &cost[n * halves];
-    std::size_t h = static_cast<std::size_t>(std::min_element(last, last + halves) - last);
-    // RC5's own 14 bits are the commonest: a 15-bit reading must stray clearly less.
-    auto biased = [&](std::size_t k) { return last[k] - ((k + 1) / 2 == kRc5Halves / 2 ? kRc5Over15 : 0); };
-    std::size_t whole = 0;
-    for (std::size_t k = 1; k < halves; ++k)
-        if (WholeRc5(k, gapRun != kNoGap) && (whole == 0 || biased(k) < biased(whole))) whole = k;
-    if (whole != 0 && last[whole] <= last[h] + kRc5Preference) h = whole;
-    // A long space in anything but a whole RC5X frame is a bit stretched past reading.
-    if (gapRun != kNoGap && h != whole) return f;
-    if (last[h] == kNone) return f;
-    std::vector<int> lengths(n);
-    for (std::size_t i = n; i > 0; --i) {
-        lengths[i - 1] = step[i * halves + h];
-        h -= static_cast<std::size_t>(lengths[i - 1]);
-    }
-    std::string cells = "0";
-    for (std::size_t i = 0; i < n; ++i) cells.append(static_cast<std::size_t>(lengths[i]), i % 2 == 0 ? '1' : '0');
-    const double total = static_cast<double>(cells.size() - 1) + (gapRun != kNoGap ? kRc5xGapUnits : 0);
-    if (cells.size() % 2 == 1) cells += '0'; // a last 0 bit's space half runs into the gap
-    for (std::size_t i = 0; i + 1 < cells.size(); i += 2) f.bits += cells[i] == '0' ? '1' : '0';
-    f.unit = std::accumulate(r.begin(), r.end(), 0.0) / total;
-    f.doubt = last[h];
-    if (gapRun != kNoGap) f.protocol = kProtoRc5x;
-    else if (f.bits.size() == static_cast<std::size_t>(PresetFor(kProtoStreamZap).bits)) f.protocol = kProtoStreamZap;
-    f.ok = true;
-    return f;
-}
 
 // Lead-in cells of a row over its bit mark: NEC 16 and 8, Samsung 8 and 8, Kaseikyo 8 and 4.
 std::pair<double, double> LeadCells(const ProtocolPreset& p) {
@@ -384,16 +167,42 @@ bool HasLeadIn(const std::vector<int>& runs, double shortRun) {
     return runs.size() >= 3 && runs[0] >= kLeadMarkUnits * shortRun;
 }
 
+// The reading under its protocol's own name; Sharp's inverted second frame reads as the first.
+void Name(FrameReading& f, const std::vector<int>& r) {
+    if (!f.ok || f.repeat || f.protocol != kProtoNec) return;
+    std::vector<double> marks;
+    for (std::size_t i = f.leadIn ? 2 : 0; i < r.size(); i += 2) marks.push_back(r[i]);
+    const double mark = Median(marks);
+    f.protocol = NamePulseDistance(r, f.leadIn, f.unit > 0 ? f.unit : mark, f.unit > 0 ? mark - f.unit : 0,
+                                   f.bits.size());
+    f.bits = NormalisedCode(f.bits, f.protocol);
+}
+
+// How far a reading strays from the runs, sent again with its protocol's timing; a reading that
+// cannot be sent back to the same runs strays without bound.
+double Residual(const FrameReading& f, const std::vector<int>& runs) {
+    const RunFit fit = FitBits(f.bits, f.protocol, runs);
+    return fit.ok ? fit.residual : std::numeric_limits<double>::infinity();
+}
+
+// RC6, pulse distance and pulse width all open with a long mark: of the readings that keep to
+// their own shape, the one whose protocol's timing gives the runs back most closely.
 FrameReading ReadBehindLeadIn(const std::vector<int>& runs, double shortRun) {
     if (!HasLeadIn(runs, shortRun)) return {};
     // RC6's leader space is a SONY bit's length: a frame that keeps to RC6's edges closely is RC6.
-    FrameReading f = ReadRc6(runs);
-    if (f.ok && f.doubt <= kRc6Closely * static_cast<double>(runs.size())) return f.leadIn = true, f;
-    const FrameReading rc6 = f;
-    f = runs[1] >= kLeadSpaceUnits * shortRun ? PulseDistance(runs, 2) : PulseWidth(runs, 1);
-    if (!f.ok) f = rc6;
-    f.leadIn = f.ok;
-    return f;
+    FrameReading best = ReadRc6(runs);
+    best.leadIn = best.ok;
+    if (best.ok && best.doubt <= kRc6Closely * static_cast<double>(runs.size())) return best;
+    double least = best.ok ? Residual(best, runs) : std::numeric_limits<double>::infinity();
+    for (FrameReading f : {PulseDistance(runs, 2), PulseWidth(runs, 1)}) {
+        if (!f.ok) continue;
+        f.leadIn = true;
+        if (f.repeat) return f;
+        Name(f, runs);
+        const double d = Residual(f, runs);
+        if (!best.ok || d < least) best = f, least = d;
+    }
+    return best;
 }
 
 FrameReading ReadWithoutLeadIn(const std::vector<int>& runs, const BiPhaseScale& scale) {
@@ -415,15 +224,48 @@ bool UsualLength(int protocol, std::size_t bits) {
     }
 }
 
-// The reading under its protocol's own name; Sharp's inverted second frame reads as the first.
-void Name(FrameReading& f, const std::vector<int>& r) {
-    if (!f.ok || f.repeat || f.protocol != kProtoNec) return;
-    std::vector<double> marks;
-    for (std::size_t i = f.leadIn ? 2 : 0; i < r.size(); i += 2) marks.push_back(r[i]);
-    const double mark = Median(marks);
-    f.protocol = NamePulseDistance(r, f.leadIn, f.unit > 0 ? f.unit : mark, f.unit > 0 ? mark - f.unit : 0,
-                                   f.bits.size());
-    f.bits = NormalisedCode(f.bits, f.protocol);
+// Readings of two frames that differ in a few bits at most: one press, read through jitter.
+constexpr std::size_t kAlikeBits = 3;
+
+bool Alike(const FrameReading& a, const FrameReading& b) {
+    if (!a.ok || !b.ok || a.repeat || b.repeat) return false;
+    // The RC5 kin never change their code within a press: the same runs are one code, whatever
+    // length jitter made one of them read as.
+    if (PresetFor(a.protocol).family == kProtoRc5 && PresetFor(b.protocol).family == kProtoRc5) return true;
+    if (a.protocol != b.protocol || a.bits.size() != b.bits.size()) return false;
+    std::size_t differ = 0;
+    for (std::size_t i = 0; i < a.bits.size(); ++i) differ += a.bits[i] != b.bits[i];
+    return differ <= kAlikeBits;
+}
+
+// Whole frames that read alike are read once more as their mean, which stands for them all: the
+// jitter that pushed one frame's run across a threshold seldom pushes the others' as far. The
+// weights count the frames each reading stands for.
+template <class ReadFrame>
+std::vector<int> ReadMeans(const CapturedRuns& runs, std::vector<FrameReading>& read, ReadFrame readFrame) {
+    const std::vector<CapturedFrame>& frames = runs.frames;
+    std::vector<int> weight(frames.size(), 1);
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        if (!frames[i].complete || weight[i] == 0) continue;
+        std::vector<std::size_t> group{i};
+        for (std::size_t j = i + 1; j < frames.size(); ++j)
+            if (frames[j].complete && weight[j] && frames[j].runs.size() == frames[i].runs.size() &&
+                Alike(read[i], read[j]))
+                group.push_back(j);
+        if (group.size() < 2) continue;
+        std::vector<int> mean(frames[i].runs.size());
+        for (std::size_t k = 0; k < mean.size(); ++k) {
+            double sum = 0;
+            for (std::size_t g : group) sum += frames[g].runs[k];
+            mean[k] = static_cast<int>(std::lround(sum / static_cast<double>(group.size())));
+        }
+        const FrameReading m = readFrame(mean);
+        if (!Alike(m, read[i])) continue;
+        read[i] = m;
+        for (std::size_t g : group) weight[g] = 0;
+        weight[i] = static_cast<int>(group.size());
+    }
+    return weight;
 }
 
 } // namespace
@@ -467,35 +309,40 @@ TimingReading ReadTiming(const CapturedRuns& runs) {
         double doubt = 0;
     };
     TimingReading t;
+    const bool anyWhole =
+        std::any_of(runs.frames.begin(), runs.frames.end(), [](const CapturedFrame& f) { return f.complete; });
     std::vector<FrameReading> read;
-    bool leadIns = false;
+    bool leadIns = false; // a piece the capture cut off says nothing of the others
     for (const CapturedFrame& frame : runs.frames) {
         read.push_back(ReadBehindLeadIn(frame.runs, runs.shortRun));
-        leadIns = leadIns || read.back().leadIn;
+        leadIns = leadIns || (read.back().leadIn && (frame.complete || !anyWhole));
     }
+    BiPhaseScale scale;
     if (!leadIns) {
         // Bi-phase frames share their scale: more runs measure it better.
-        const bool anyWhole =
-            std::any_of(runs.frames.begin(), runs.frames.end(), [](const CapturedFrame& f) { return f.complete; });
         std::array<std::vector<double>, 2> pooled;
         for (const CapturedFrame& frame : runs.frames)
             if (frame.complete || !anyWhole)
                 for (std::size_t i = 0; i < frame.runs.size(); ++i)
                     if (i % 2 == 0 || frame.runs[i] < kRc5xShortest * runs.shortRun) // not RC5X's silence
                         pooled[i % 2].push_back(frame.runs[i]);
-        const BiPhaseScale scale = BiPhaseScaleOf(pooled);
+        scale = BiPhaseScaleOf(pooled);
         for (std::size_t i = 0; i < runs.frames.size(); ++i) read[i] = ReadWithoutLeadIn(runs.frames[i].runs, scale);
     }
+    const std::vector<int> weight = ReadMeans(runs, read, [&](const std::vector<int>& mean) {
+        return leadIns ? ReadBehindLeadIn(mean, runs.shortRun) : ReadWithoutLeadIn(mean, scale);
+    });
     for (std::size_t i = 0; i < runs.frames.size(); ++i) Name(read[i], runs.frames[i].runs);
     for (bool wholeOnly : {true, false}) {
         std::map<std::pair<int, std::string>, Seen> seen;
         for (std::size_t i = 0; i < runs.frames.size(); ++i) {
             const FrameReading& r = read[i];
             if (wholeOnly && !runs.frames[i].complete) continue;
-            if (!r.ok || r.repeat || r.bits.empty()) continue;
+            if (!r.ok || r.repeat || r.bits.empty() || weight[i] == 0) continue;
             Seen& s = seen[{r.protocol, r.bits}];
-            if (s.votes++ == 0) s.first = i;
-            s.unitSum += r.unit;
+            if (s.votes == 0) s.first = i;
+            s.votes += weight[i];
+            s.unitSum += r.unit * weight[i];
             s.doubt += r.doubt;
         }
         const std::pair<const std::pair<int, std::string>, Seen>* best = nullptr;
