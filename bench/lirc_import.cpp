@@ -7,6 +7,9 @@
 //
 //   build/<dir>/bench/lirc_import [--check] [--verbose] [--decode-keys N] [DIR]
 //
+// The figures come as a table per protocol family (the LIRC encoding, and for pulse distance
+// the nearest known lead-in), with the reasons remotes were refused.
+//
 // DIR defaults to /usr/share/lirc/remotes. Keys that LIRC does not read back from its own
 // irsimsend are not counted; keys the importer marks as not recognised by the decoder are not
 // decoded. --decode-keys decodes only the first N keys of each remote (decoding is the slow
@@ -18,6 +21,7 @@
 #include "ir/pulse_text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -106,7 +110,40 @@ std::vector<std::string> Received(const fs::path& conf, const fs::path& dir, con
 struct Tally {
     int remotes = 0, imported = 0, sendOnly = 0, unrecognised = 0, allKeys = 0, keys = 0, encodeOk = 0,
         decodeChecked = 0, decodeOk = 0;
+    std::map<std::string, int> refused;    // reason -> remotes
+    std::map<std::string, int> importedAs; // our protocol -> remotes
+
+    void Add(const Tally& o) {
+        for (int Tally::*f : {&Tally::remotes, &Tally::imported, &Tally::sendOnly, &Tally::unrecognised,
+                              &Tally::allKeys, &Tally::keys, &Tally::encodeOk, &Tally::decodeChecked, &Tally::decodeOk})
+            this->*f += o.*f;
+        for (const auto& [k, n] : o.refused) refused[k] += n;
+        for (const auto& [k, n] : o.importedAs) importedAs[k] += n;
+    }
 };
+
+// The protocol family of a remote as LIRC describes it: its encoding, and for pulse distance
+// the lead-in mark closest to a known one (within 8 %).
+std::string Family(const LircRemote& r) {
+    if (r.keys.empty() && !r.rawKeys.empty()) return "raw codes";
+    for (const char* f : {"RCMM", "XMP", "GRUNDIG", "BO", "GOLDSTAR", "SERIAL"})
+        if (r.hasFlag(f)) return "other encodings (RCMM, XMP)";
+    if (r.one.pulse <= 0 || r.zero.pulse <= 0) return "no timings (receiver decodes)";
+    if (r.hasFlag("RC6")) return "RC6 / MCE";
+    if (r.hasFlag("RC5") || r.hasFlag("SHIFT_ENC")) return "RC5 / RC5X / StreamZap";
+    if (std::fabs(r.one.pulse - r.zero.pulse) > 0.3 * r.zero.pulse) return "pulse width (SONY)";
+    if (!r.header.present()) return "pulse distance, no lead-in";
+    const std::pair<const char*, double> leads[] = {
+        {"NEC", 9000}, {"JVC", 8400}, {"Samsung", 4500}, {"Kaseikyo", 3456}};
+    std::string best = "pulse distance, other lead-in";
+    double nearest = 0.08;
+    for (const auto& [name, us] : leads)
+        if (std::fabs(r.header.pulse - us) / us < nearest) {
+            nearest = std::fabs(r.header.pulse - us) / us;
+            best = std::string("pulse distance, ") + name + " lead-in";
+        }
+    return best;
+}
 
 void CheckRemote(const LircRemote& r, const ImportedRemote& m, const std::string& text, const fs::path& dir, Tally& t) {
     fs::path conf = dir / "remote.conf";
@@ -198,8 +235,8 @@ void CheckRemote(const LircRemote& r, const ImportedRemote& m, const std::string
         std::none_of(m.commands.begin(), m.commands.end(), [](const ImportedCommand& c) { return c.recognised; });
     t.sendOnly += none ? 1 : 0;
     if (verbose)
-        std::printf("%-24s %-13s %4zu keys %4d LIRC %4d encode %4d/%d decode%s\n", m.lircName.c_str(),
-                    m.header.name.c_str(), m.commands.size(), keys, enc, dec, decChecked,
+        std::printf("%-24s %-13s %-9s %4zu keys %4d LIRC %4d encode %4d/%d decode%s\n", m.lircName.c_str(),
+                    m.header.name.c_str(), std::string(PresetFor(m.header.gproto).name).c_str(), m.commands.size(), keys, enc, dec, decChecked,
                     m.unreadable.empty() ? "" : ("  (" + m.unreadable + ")").c_str());
 }
 
@@ -232,39 +269,50 @@ int main(int argc, char** argv) {
         if (e.is_regular_file()) files.push_back(e.path());
     std::sort(files.begin(), files.end());
 
-    Tally t;
-    std::map<std::string, int> reasons;
+    std::map<std::string, Tally> families;
     for (const fs::path& f : files) {
         std::string text = ReadFile(f);
         LircFile file = ParseLircdConf(text);
         std::vector<ImportedRemote> imported = ImportLircFile(file);
         for (std::size_t i = 0; i < imported.size(); ++i) {
+            Tally& t = families[Family(file.remotes[i])];
             ++t.remotes;
             if (!imported[i].ok) {
-                ++reasons[imported[i].why];
+                ++t.refused[imported[i].why];
                 if (verbose)
                     std::printf("%-24s not imported: %s\n", imported[i].lircName.c_str(), imported[i].why.c_str());
                 continue;
             }
             ++t.imported;
+            ++t.importedAs[std::string(PresetFor(imported[i].header.gproto).name)];
             CheckRemote(file.remotes[i], imported[i], text, dir, t);
         }
     }
     fs::remove_all(dir);
 
-    std::printf("LIRC remotes against the importer (%s)\n", root.c_str());
-    std::printf("  remotes in the package  %5d\n", t.remotes);
-    std::printf("  remotes imported        %5d\n", t.imported);
-    std::printf("  of them for sending only%5d   (the decoder cannot read their signal)\n", t.sendOnly);
-    std::printf("  keys of imported remotes%5d\n", t.allKeys);
-    std::printf("  keys checked            %5d   (irsimsend -> irsimreceive names them: LIRC reads them itself)\n",
-                t.keys);
-    std::printf("  keys passing encode     %5d   (quenix-ir encode -> irsimreceive names the key)\n", t.encodeOk);
-    std::printf("  keys the importer marks as not recognised %d (left out of decoding)\n", t.unrecognised);
-    std::printf("  keys passing decode     %5d   of %d decoded (irsimsend -> quenix-ir decode gives the code)\n",
-                t.decodeOk, t.decodeChecked);
-    std::printf("Remotes not imported, by reason:\n");
-    for (const auto& [why, n] : reasons) std::printf("  %4d  %s\n", n, why.c_str());
+    // Keys: those LIRC reads back from its own irsimsend; encode: our signal named by irsimreceive;
+    // decode: irsimsend's signal read by our decoder as the imported code.
+    Tally t;
+    std::printf("LIRC remotes against the importer (%s)\n\n", root.c_str());
+    std::printf("%-33s %7s %8s %9s %5s %11s %11s  %s\n", "family", "remotes", "imported", "send-only", "keys",
+                "encode", "decode", "imported as");
+    auto row = [](const std::string& name, const Tally& f) {
+        std::string as;
+        for (const auto& [p, n] : f.importedAs) as += (as.empty() ? "" : ", ") + p + " " + std::to_string(n);
+        std::printf("%-33s %7d %8d %9d %5d %5d/%-5d %5d/%-5d  %s\n", name.c_str(), f.remotes, f.imported, f.sendOnly,
+                    f.keys, f.encodeOk, f.keys, f.decodeOk, f.decodeChecked, as.c_str());
+    };
+    for (const auto& [name, f] : families) {
+        row(name, f);
+        t.Add(f);
+    }
+    row("all", t);
+    std::printf("\nRemotes not imported, by family and reason:\n");
+    for (const auto& [name, f] : families)
+        for (const auto& [why, n] : f.refused) std::printf("  %-33s %4d  %s\n", name.c_str(), n, why.c_str());
+    std::printf("\nKeys of imported remotes %d; LIRC reads %d of them back itself; %d are marked as not "
+                "recognised by the decoder and left out of decoding\n",
+                t.allKeys, t.keys, t.unrecognised);
     bool allPass = t.encodeOk == t.keys && t.decodeOk == t.decodeChecked;
     return check && !allPass ? 1 : 0;
 }

@@ -333,6 +333,9 @@ ImportedRemote FitRemote(const LircRemote& remote) {
     const bool inverted =
         !biphase && ((marksEqual && r.one.space < r.zero.space) || (spacesEqual && r.one.pulse < r.zero.pulse));
     if (inverted) std::swap(r.one, r.zero);
+    // A trailer that misses the bits' equal marks by less than LIRC's own tolerance is their mark
+    // measured badly (irrecord times each run on its own), not a length of its own.
+    if (!biphase && r.ptrail > 0 && marksEqual && Near(r.ptrail, r.one.pulse, kLeadTolerance)) r.ptrail = r.one.pulse;
     HeaderFields& h = m.header;
     int toggle = TogglePosition(r);
     std::vector<double> durations = {r.header.pulse, r.header.space, r.one.pulse, r.one.space,
