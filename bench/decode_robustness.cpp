@@ -39,7 +39,8 @@ const Kind kKinds[] = {{"NEC 32", kProtoNec, 32},         {"SONY 12", kProtoSony
                        {"MCE", kProtoRc6A, 32},            {"RC6A 20", kProtoRc6A, 20},
                        {"JVC", kProtoJvc, 16},             {"Samsung", kProtoSamsung, 32},
                        {"Kaseikyo", kProtoKaseikyo, 48},   {"Sharp", kProtoSharp, 15},
-                       {"RC5X 20", kProtoRc5x, 20},        {"StrmZap", kProtoStreamZap, 15}};
+                       {"RC5X 20", kProtoRc5x, 20},        {"StrmZap", kProtoStreamZap, 15},
+                       {"RCA", kProtoRca, 24},             {"Pioneer", kProtoPioneer, 32}};
 constexpr std::size_t kKindCount = std::size(kKinds);
 const int kPeriods[] = {45, 50, 55, 60, 65};
 
@@ -53,13 +54,16 @@ const Condition kConditions[] = {{"0%", 0, 0},    {"10%", 0.1, 0},          {"20
 constexpr int kConditionCount = sizeof(kConditions) / sizeof(kConditions[0]);
 
 // An RC5 frame (and its kin's) opens with start bit 1, which the run analysis takes as read; an MCE code with
-// customer 0x800F; a Sharp first frame with expansion bit 1 and check bit 0.
+// customer 0x800F; a Sharp first frame with expansion bit 1 and check bit 0; an RCA frame with its
+// address and command inverted behind them.
 std::string RandomBits(std::mt19937& rng, const Kind& k) {
     std::string s;
     const bool rc5 = PresetFor(k.protocol).family == kProtoRc5;
     for (int i = 0; i < k.bits; ++i) s += (rng() & 1) || (i == 0 && rc5) ? '1' : '0';
     if (k.protocol == kProtoRc6A && k.bits == 32) s.replace(0, 16, "1000000000001111");
     if (k.protocol == kProtoSharp) s.replace(13, 2, "10");
+    if (k.protocol == kProtoRca)
+        for (int i = 12; i < 24; ++i) s[i] = s[i - 12] == '1' ? '0' : '1';
     return s;
 }
 

@@ -47,6 +47,7 @@ constexpr Layout kLayouts[] = {
     {"RC5X", kProtoRc5, 0x1F, 0x7F},          {"RC6", kProtoRc6, 0xFF, 0xFF},
     {"SIRC", kProtoSony, 0x1F, 0x7F},         {"SIRC15", kProtoSony, 0xFF, 0x7F},
     {"SIRC20", kProtoSony, 0x1FFF, 0x7F},     {"Kaseikyo", kProtoKaseikyo, 0x3FFFFFF, 0x3FF},
+    {"RCA", kProtoRca, 0xF, 0xFF},            {"Pioneer", kProtoPioneer, 0xFF, 0xFF},
 };
 
 std::uint32_t Nibbles(std::uint32_t v) { return (v ^ v >> 4) & 0xF; }
@@ -67,13 +68,14 @@ std::string KaseikyoBits(std::uint32_t a, std::uint32_t c) {
 
 std::string ParsedBits(const Layout& l, std::uint32_t a, std::uint32_t c) {
     const std::string name = l.name;
-    if (name == "NEC") return LsbBits(a, 8) + LsbBits(~a, 8) + LsbBits(c, 8) + LsbBits(~c, 8);
+    if (name == "NEC" || name == "Pioneer") return LsbBits(a, 8) + LsbBits(~a, 8) + LsbBits(c, 8) + LsbBits(~c, 8);
     if (name == "NECext") return LsbBits(a, 16) + LsbBits(c, 16);
     if (name == "NEC42") return LsbBits(a, 13) + LsbBits(~a, 13) + LsbBits(c, 8) + LsbBits(~c, 8);
     if (name == "NEC42ext") return LsbBits(a, 26) + LsbBits(c, 16);
     if (name == "Samsung32") return LsbBits(a, 8) + LsbBits(a, 8) + LsbBits(c, 8) + LsbBits(~c, 8);
     if (l.protocol == kProtoRc5) return std::string("1") + (c & 0x40 ? "0" : "1") + "0" + MsbBits(a, 5) + MsbBits(c, 6);
     if (name == "RC6") return MsbBits(a, 8) + MsbBits(c, 8);
+    if (name == "RCA") return MsbBits(a, 4) + MsbBits(c, 8) + MsbBits(~a, 4) + MsbBits(~c, 8);
     if (l.protocol == kProtoSony) return LsbBits(c, 7) + LsbBits(a, name == "SIRC" ? 5 : name == "SIRC15" ? 8 : 13);
     return KaseikyoBits(a, c);
 }
@@ -185,7 +187,8 @@ std::string ExportFlipper(const StoredDevice& device) {
                 const std::size_t n = bits.size();
                 std::uint32_t a = 0, c = 0;
                 const std::string name = l.name;
-                if (name == "NEC" && n == 32) a = LsbValue(bits.substr(0, 8)), c = LsbValue(bits.substr(16, 8));
+                if ((name == "NEC" || name == "Pioneer") && n == 32)
+                    a = LsbValue(bits.substr(0, 8)), c = LsbValue(bits.substr(16, 8));
                 else if (name == "NECext" && n == 32) a = LsbValue(bits.substr(0, 16)), c = LsbValue(bits.substr(16));
                 else if (name == "NEC42" && n == 42) a = LsbValue(bits.substr(0, 13)), c = LsbValue(bits.substr(26, 8));
                 else if (name == "NEC42ext" && n == 42) a = LsbValue(bits.substr(0, 26)), c = LsbValue(bits.substr(26));
@@ -193,6 +196,7 @@ std::string ExportFlipper(const StoredDevice& device) {
                 else if (l.protocol == kProtoRc5 && n == 14)
                     a = MsbValue(bits.substr(3, 5)), c = MsbValue(bits.substr(8)) | (bits[1] == '0' ? 0x40 : 0);
                 else if (name == "RC6" && n == 16) a = MsbValue(bits.substr(0, 8)), c = MsbValue(bits.substr(8));
+                else if (name == "RCA" && n == 24) a = MsbValue(bits.substr(0, 4)), c = MsbValue(bits.substr(4, 8));
                 else if (l.protocol == kProtoSony && n == 7 + LsbBits(l.maxAddress, 32).find('0'))
                     a = LsbValue(bits.substr(7)), c = LsbValue(bits.substr(0, 7));
                 else if (name == "Kaseikyo" && n == 48) {

@@ -21,6 +21,8 @@ inline constexpr int kProtoKaseikyo = 8; // Panasonic, 48 bits
 inline constexpr int kProtoSharp = 9;  // no lead-in; the second frame carries the command inverted
 inline constexpr int kProtoRc5x = 10;  // RC5 of 20 bits, silent for two bit times behind the 8th
 inline constexpr int kProtoStreamZap = 11; // RC5 of 15 bits: a 6-bit system
+inline constexpr int kProtoRca = 12;   // 56 kHz, 24 bits: address 4 and command 8, then both inverted
+inline constexpr int kProtoPioneer = 13; // NEC's frame at 40 kHz, repeated whole
 inline constexpr int kProtoUnknown = 99;
 
 // How a protocol tells a new press from a held key.
@@ -61,7 +63,7 @@ struct ProtocolPreset {
 // mark then space). JVC NEC's shape at 526 us, repeated without its lead-in. Samsung a lead-in
 // of 8 on + 8 off. Kaseikyo 8 on + 4 off at 432 us. Sharp 320 us marks before 680 or 1680 us of
 // silence (2 and 5 cells), no lead-in: BITG is one silent cell, as an empty one is refused.
-inline constexpr std::array<ProtocolPreset, 12> kProtocolPresets{{
+inline constexpr std::array<ProtocolPreset, 14> kProtocolPresets{{
     {"NEC", kProtoNec, "550", "50", "1", "10", "1000", "111111111111111100000000", "50", kProtoNec, true},
     {"SONY", kProtoSony, "550", "40", "40", "01", "011", "1111", "40", kProtoSony},
     {"RC5", kProtoRc5, "850", "150", "0", "10", "01", "", "90", kProtoRc5, false, 14, Toggle::Rc5Bit},
@@ -78,6 +80,11 @@ inline constexpr std::array<ProtocolPreset, 12> kProtocolPresets{{
     // RC5's 889 us half-bit and its 114 ms frame period, less the frame.
     {"RC5X", kProtoRc5x, "889", "84", "0", "10", "01", "0", "84", kProtoRc5, false, 20, Toggle::Rc5Bit, 8, 4},
     {"StreamZap", kProtoStreamZap, "889", "98", "0", "10", "01", "0", "98", kProtoRc5, false, 15, Toggle::Rc5Bit},
+    // RCA: 8 on + 8 off at 500 us, spaces of 2 and 4 cells; its inverted half keeps every frame
+    // 113 cells long, so 15 more make its 64 ms period.
+    {"RCA", kProtoRca, "500", "15", "15", "100", "10000", "1111111100000000", "15", kProtoNec, true, 24},
+    // Pioneer: NEC's cells at 560 us, the lead-in sent again with every frame, about 105 ms apart.
+    {"Pioneer", kProtoPioneer, "560", "66", "66", "10", "1000", "111111111111111100000000", "66", kProtoNec, true, 32},
 }};
 
 // The row of a protocol index; anything outside the list (no selection) reads as NEC.

@@ -104,6 +104,17 @@ std::optional<Scancode> KernelScancode(int protocol, std::string_view b) {
             return make("kaseikyo", v, Lsb(b, 24, 8), Lsb(b, 32, 8));
         }
         break;
+    case kProtoRca:
+        // Not in rc-core: address and command as sent, most significant bit first.
+        if (n == 24) {
+            const std::uint64_t a = Field(b, 0, 4, true), c = Field(b, 4, 8, true);
+            return make("rca", a << 8 | c, a, c);
+        }
+        break;
+    case kProtoPioneer:
+        // Not in rc-core: NEC's address and command bytes.
+        if (n == 32) return make("pioneer", Lsb(b, 0, 8) << 8 | Lsb(b, 16, 8), Lsb(b, 0, 8), Lsb(b, 16, 8));
+        break;
     default: break;
     }
     return std::nullopt;

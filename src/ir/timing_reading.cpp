@@ -150,6 +150,8 @@ int NamePulseDistance(const std::vector<int>& r, bool leadIn, double unit, doubl
     bool specific = false;
     for (const ProtocolPreset& p : kProtocolPresets) {
         if (p.family != kProtoNec || (p.bits != 0 && static_cast<std::size_t>(p.bits) != bits)) continue;
+        if (p.index == kProtoPioneer) continue; // NEC's frame to the cell: only its repeats tell it
+
         const auto [leadMark, leadSpace] = LeadCells(p);
         if ((leadMark > 1) != leadIn) continue;
         // Relative deviation: with jitter +-j, 8 units reach 8 (1 + j) and 16 come down to 16 (1 - j),
@@ -178,11 +180,14 @@ void Name(FrameReading& f, const std::vector<int>& r) {
     f.bits = NormalisedCode(f.bits, f.protocol);
 }
 
-// How far a reading strays from the runs, sent again with its protocol's timing; a reading that
-// cannot be sent back to the same runs strays without bound.
-double Residual(const FrameReading& f, const std::vector<int>& runs) {
+// How far a reading strays from the runs, sent again with its protocol's timing (a reading that
+// cannot be sent back to the same runs strays without bound); its unit is then the fitted one,
+// which knows the protocol's cells, as RCA's two-cell spaces.
+double Refit(FrameReading& f, const std::vector<int>& runs) {
     const RunFit fit = FitBits(f.bits, f.protocol, runs);
-    return fit.ok ? fit.residual : std::numeric_limits<double>::infinity();
+    if (!fit.ok) return std::numeric_limits<double>::infinity();
+    f.unit = fit.unit;
+    return fit.residual;
 }
 
 // RC6, pulse distance and pulse width all open with a long mark: of the readings that keep to
@@ -193,13 +198,13 @@ FrameReading ReadBehindLeadIn(const std::vector<int>& runs, double shortRun) {
     FrameReading best = ReadRc6(runs);
     best.leadIn = best.ok;
     if (best.ok && best.doubt <= kRc6Closely * static_cast<double>(runs.size())) return best;
-    double least = best.ok ? Residual(best, runs) : std::numeric_limits<double>::infinity();
+    double least = best.ok ? Refit(best, runs) : std::numeric_limits<double>::infinity();
     for (FrameReading f : {PulseDistance(runs, 2), PulseWidth(runs, 1)}) {
         if (!f.ok) continue;
         f.leadIn = true;
         if (f.repeat) return f;
         Name(f, runs);
-        const double d = Residual(f, runs);
+        const double d = Refit(f, runs);
         if (!best.ok || d < least) best = f, least = d;
     }
     return best;
@@ -368,6 +373,19 @@ TimingReading ReadTiming(const CapturedRuns& runs) {
         t.protocol = best->first.first;
         t.bits = best->first.second;
         t.unit = best->second.unitSum / best->second.votes;
+        // Pioneer sends NEC's frame again whole, lead-in and all, where NEC sends a repeat burst
+        // or nothing: two frames with a lead-in and no burst are Pioneer's. A piece the capture
+        // cut short is no burst. (A NEC remote that repeats whole frames reads as Pioneer, with
+        // the same bits.)
+        int frames = 0;
+        bool burst = false;
+        for (std::size_t i = 0; i < read.size(); ++i) {
+            if (read[i].ok && read[i].repeat) burst = burst || runs.frames[i].complete;
+            else if (read[i].ok && read[i].leadIn && read[i].bits == t.bits) frames += weight[i];
+        }
+        if (t.protocol == kProtoNec && !burst && frames >= 2 &&
+            t.bits.size() == static_cast<std::size_t>(PresetFor(kProtoPioneer).bits))
+            t.protocol = kProtoPioneer;
         return t;
     }
     return t;

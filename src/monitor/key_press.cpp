@@ -59,6 +59,8 @@ std::int64_t HoldGapMs(int protocol) {
     case kProtoJvc: return 60 + kGapMarginMs;
     case kProtoKaseikyo: return 130 + kGapMarginMs;
     case kProtoSharp: return 90 + kGapMarginMs; // a frame and its inverse, then the pair again
+    case kProtoRca: return 64 + kGapMarginMs;
+    case kProtoPioneer: return 105 + kGapMarginMs;
     default: return 150 + kGapMarginMs;
     }
 }

@@ -102,6 +102,8 @@ TEST(Decoder, EveryProtocolRoundTripsByName) {
         {kProtoRc5, "G11010110001101", "rc5:0x160d"},
         {kProtoRc5x, "G10010110110011011001", "rc5x_20:0x167319"},
         {kProtoStreamZap, "G110100010000101", "rc5_sz:0x2885"},
+        {kProtoRca, "G101001011100010110100011", "rca:0xa5c"},
+        {kProtoPioneer, "G00100000110111110001000011101111", "pioneer:0x408"},
     };
     for (const auto& [protocol, sent, scancode] : kinds)
         for (double jitter : {0.0, 0.15, 0.3})
@@ -142,6 +144,8 @@ TEST(Decoder, StretchedMarksKeepTheProtocolsName) {
         {kProtoKaseikyo, "G010000000000010000000001000000001011110010111101"},
         {kProtoNec, "G00100000110111110001000011101111"},
         {kProtoSamsung, "G11100000111000000100000010111111"},
+        {kProtoRca, "G101001011100010110100011"},
+        {kProtoPioneer, "G00100000110111110001000011101111"},
     };
     for (const auto& [protocol, sent] : kinds)
         for (double stretch : {-0.15, 0.15})
