@@ -5,6 +5,7 @@
 #include "core/clock.h"
 #include "core/settings_place.h"
 #include "io/capture_library.h"
+#include "core/module.h"
 #include "io/serial_port.h"
 #include "ui/frm_main.h"
 #include "ui/qt_dialogs.h"
@@ -25,6 +26,7 @@ int main(int argc, char** argv) {
     const quenix::ProgramPlaces places = quenix::FindProgramPlaces();
     // A failed copy shows as the load's own error box.
     quenix::PrepareSettingsFolder(places);
+    quenix::SetModuleFolder(places.library);
     quenix::ConfigStore store(places.settings, places.data);
     quenix::SystemClock clock;
     quenix::QtDialogs dialogs;

@@ -34,6 +34,21 @@ function(quenix_collect_sources out)
   set(${out} ${common} ${platform} PARENT_SCOPE)
 endfunction()
 
+# A part of the desktop program loaded when first used: src/<dir>/<sources> -> lib<output>.so in
+# the program folder. Every symbol it needs is linked in, so a missing one fails the build, not
+# the first use.
+function(quenix_loadable target output)
+  cmake_parse_arguments(M "" "" "SOURCES;LIBS" ${ARGN})
+  add_library(${target} MODULE ${M_SOURCES})
+  set_target_properties(${target} PROPERTIES PREFIX "lib" OUTPUT_NAME ${output})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/src ${CMAKE_BINARY_DIR}/generated)
+  target_link_libraries(${target} PRIVATE ${M_LIBS})
+  if(NOT QUENIX_SANITIZE)
+    target_link_options(${target} PRIVATE -Wl,--no-undefined)
+  endif()
+  quenix_warnings(${target})
+endfunction()
+
 # A Qt-free core module: src/<name>/*.cpp -> static library quenix_<name>.
 function(quenix_module name)
   cmake_parse_arguments(M "" "" "DEPS;LIBS" ${ARGN})
@@ -75,7 +90,9 @@ function(quenix_test dir)
   if(CMAKE_CROSSCOMPILING_EMULATOR)
     quenix_emulated_test(${dir} COMMAND test_${dir} LABELS ${dir} ${T_LABELS})
   else()
-    gtest_discover_tests(test_${dir} DISCOVERY_TIMEOUT 120 PROPERTIES LABELS "${dir};${T_LABELS}")
+    # LABELS last: the discovery writes a list's items as words of their own.
+    gtest_discover_tests(test_${dir} DISCOVERY_TIMEOUT 120 PROPERTIES
+                         ENVIRONMENT "QUENIX_MODULE_DIR=${QUENIX_PROGRAM_DIR}" LABELS "${dir};${T_LABELS}")
   endif()
 endfunction()
 

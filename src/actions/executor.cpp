@@ -159,6 +159,7 @@ std::string CommandExecutor::Infrared(const std::string& device, const std::stri
     cells.append((8 - cells.size() % 8) % 8, '0');
 
     ctx_.beepIfOn(5000, 50);
+    library_.SetCarrier(CarrierHz(header.gproto));
     if (!Send(cells, header.sendpls)) return SendError();
     ctx_.beepIfOn(2000, 50);
     lastCells_ = cells;

@@ -68,16 +68,6 @@ std::string Bits(const std::string& code) {
     return code.substr(!code.empty() && (code[0] == 'G' || code[0] == 'g'));
 }
 
-// The carrier each protocol is sent on; LIRC's own default for the rest.
-int Carrier(int gproto) {
-    switch (gproto) {
-    case kProtoRc5: case kProtoRc5x: case kProtoStreamZap: case kProtoRc6: case kProtoRc6A: return 36000;
-    case kProtoSony: return 40000;
-    case kProtoKaseikyo: return 37000;
-    default: return 38000;
-    }
-}
-
 // Whole bytes all keys share from bit `from` on, for pre_data, as LIRC's own remotes keep the
 // address there; at most half the bits, so that the codes still tell the keys apart at a glance.
 std::size_t SharedBytes(const std::vector<std::string>& codes, std::size_t from = 0) {
@@ -189,7 +179,7 @@ std::string Written(const HeaderFields& h, const std::vector<std::string>& names
     if (b.toggleMask) out += "  toggle_bit_mask " + Hex(b.toggleMask) + "\n";
     if (b.rc6Mask) out += "  rc6_mask " + Hex(b.rc6Mask) + "\n";
     if (b.repeatMask) out += "  repeat_mask " + Hex(b.repeatMask) + "\n";
-    out += "  frequency " + std::to_string(Carrier(h.gproto)) + "\n  begin codes\n";
+    out += "  frequency " + std::to_string(CarrierHz(h.gproto)) + "\n  begin codes\n";
     for (std::size_t i = 0; i < names.size(); ++i)
         out += "    " + LircName(names[i]) + " " + Hex(Value(b.codes[i].substr(b.preBits))) + "\n";
     return out + "  end codes\nend remote\n";
@@ -216,7 +206,7 @@ std::string OneRemote(const StoredDevice& device) {
     const double u = h.sendpls;
     const double gap = h.repeat > 0 ? h.repeat * u : h.grepeat > 1 ? h.grepeat * u : kDefaultGapUs;
     std::string out = "begin remote\n  name " + LircName(h.name) + "\n  flags RAW_CODES\n  eps 30\n  aeps 100\n" +
-                      Line("gap", gap) + "  frequency " + std::to_string(Carrier(h.gproto)) + "\n  begin raw_codes\n";
+                      Line("gap", gap) + "  frequency " + std::to_string(CarrierHz(h.gproto)) + "\n  begin raw_codes\n";
     for (const auto& [name, code] : device.commands) {
         out += "    name " + LircName(name) + "\n     ";
         for (const PulseRun& r : FirstSequence(h, code)) out += " " + std::to_string(std::lround(r.us));

@@ -110,6 +110,7 @@ public:
     }
     bool CanSend() override { return active().CanSend(); }
     void Discard() override { active().Discard(); }
+    void SetCarrier(int hz) override { active().SetCarrier(hz); }
     std::int64_t LastGapUs() const override { return onKernel_ ? kernel_.LastGapUs() : -1; }
     bool Ready() override { return active().Ready(); }
     std::string error() const override { return onKernel_ ? kernel_.error() : serial_.error(); }

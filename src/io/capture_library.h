@@ -34,6 +34,9 @@ public:
     // Throws away what the receiver holds from before now (a kernel device queues every key;
     // a serial line holds nothing).
     virtual void Discard() {}
+    // The carrier of the following sends, where the transmitter can set one (a serial circuit
+    // has its own).
+    virtual void SetCarrier(int hz) { (void)hz; }
     // The silence before the last capture's first pulse in microseconds, as the receiver
     // reported it; -1 when it cannot tell (a serial line sees no gap it did not sample).
     virtual std::int64_t LastGapUs() const { return -1; }

@@ -30,7 +30,6 @@ constexpr std::int64_t kStallUs = 250000;
 // A monitoring call comes once the device has words; the first pulse word follows its pulse's
 // end, so wait as long as the longest lead-in mark.
 constexpr int kMonitorFirstWaitMs = 50;
-constexpr std::uint32_t kCarrierHz = 38000;
 constexpr std::uint32_t kDutyCyclePercent = 33;
 // What one write may carry: the kernel refuses more values, or a longer signal, in one go.
 constexpr std::size_t kMaxWriteValues = 511;
@@ -191,13 +190,13 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
     return done();
 }
 
-bool KernelIrDevice::send(const std::uint8_t* packed, int byteCount, int pulseUs) {
+bool KernelIrDevice::send(const std::uint8_t* packed, int byteCount, int pulseUs, std::uint32_t carrierHz) {
     error_.clear();
     if (!canSend_) {
         error_ = name_ + " is a receiver only: it cannot send.";
         return false;
     }
-    if ((features_ & kLircCanSetSendCarrier) != 0) set(LircRequest::SetSendCarrier, kCarrierHz);
+    if ((features_ & kLircCanSetSendCarrier) != 0) set(LircRequest::SetSendCarrier, carrierHz);
     if ((features_ & kLircCanSetSendDutyCycle) != 0) set(LircRequest::SetSendDutyCycle, kDutyCyclePercent);
     for (const auto& [piece, gapUs] :
          SendPieces(CellsToDurations(packed, byteCount, pulseUs), kMaxWriteValues, kMaxWriteUs)) {
@@ -300,7 +299,7 @@ std::optional<std::int32_t> KernelIrLibrary::IRSend(const std::uint8_t* buffer, 
         error_ = "no kernel infrared device is open.";
         return std::nullopt;
     }
-    if (!device_->send(buffer, byteCount, pulseLength)) {
+    if (!device_->send(buffer, byteCount, pulseLength, carrierHz_)) {
         error_ = device_->error();
         return std::nullopt;
     }

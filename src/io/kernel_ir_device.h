@@ -71,7 +71,7 @@ public:
     // 1 when a signal was captured into buffer (zeroed, bytes long), 0 when none came, -1
     // when the device failed (error() says why).
     int capture(std::uint8_t* buffer, int bytes, int procDelay, const CaptureRule& rule);
-    bool send(const std::uint8_t* packed, int byteCount, int pulseUs);
+    bool send(const std::uint8_t* packed, int byteCount, int pulseUs, std::uint32_t carrierHz);
     // Throws away every word queued so far.
     void discard();
     // The space the device reported before the last capture's first pulse (the gap since the
@@ -124,6 +124,7 @@ public:
     bool Ready() override;
     bool CanSend() override { return device_ && device_->canSend(); }
     void Discard() override;
+    void SetCarrier(int hz) override { carrierHz_ = static_cast<std::uint32_t>(hz); }
     std::int64_t LastGapUs() const override { return device_ ? device_->gapUs() : -1; }
     std::string error() const override { return error_; }
 
@@ -133,6 +134,7 @@ private:
     KernelIrSystem& system_;
     std::unique_ptr<KernelIrDevice> device_;
     std::string error_;
+    std::uint32_t carrierHz_ = 38000;
 };
 
 } // namespace quenix

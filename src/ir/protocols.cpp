@@ -21,6 +21,16 @@ int ProtocolIndex(std::string_view name) {
     return -1;
 }
 
+int CarrierHz(int index) {
+    switch (index) {
+    case kProtoRc5: case kProtoRc5x: case kProtoStreamZap: case kProtoRc6: case kProtoRc6A: return 36000;
+    case kProtoSony: case kProtoPioneer: return 40000;
+    case kProtoKaseikyo: return 37000;
+    case kProtoRca: return 56000;
+    default: return 38000;
+    }
+}
+
 ProtocolHeader HeaderFromPreset(int index) {
     const ProtocolPreset& p = PresetFor(index);
     ProtocolHeader h;

@@ -94,6 +94,9 @@ const ProtocolPreset* FindPreset(int index);
 // The index of a protocol name (case-insensitive), or -1.
 int ProtocolIndex(std::string_view name);
 
+// The carrier a protocol's remotes send on, in Hz (38 kHz for Custom and anything unknown).
+int CarrierHz(int index);
+
 // A transmit header filled from a preset row.
 ProtocolHeader HeaderFromPreset(int index);
 

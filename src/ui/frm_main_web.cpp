@@ -1,15 +1,13 @@
 #include "ui/frm_main.h"
 
 #include "ui/frm_web.h"
-#include "ui/web_server.h"
+#include "ui/web_transport.h"
 #include "web/web_remote.h"
 #include "web/web_settings.h"
 
 #include <QFile>
-#include <QHostAddress>
 #include <QMenu>
 #include <QMenuBar>
-#include <QNetworkInterface>
 #include <QSaveFile>
 
 #include <chrono>
@@ -23,25 +21,11 @@ QByteArray PageBytes() {
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<!doctype html><p>The page is missing from this build.");
 }
 
-// The address a phone on the home network reaches: the first private IPv4 address of an
-// interface that is up.
-QString HomeAddress() {
-    for (const QNetworkInterface& i : QNetworkInterface::allInterfaces()) {
-        if (!(i.flags() & QNetworkInterface::IsUp) || (i.flags() & QNetworkInterface::IsLoopBack)) continue;
-        for (const QNetworkAddressEntry& e : i.addressEntries())
-            if (e.ip().protocol() == QAbstractSocket::IPv4Protocol) {
-                const quint32 a = e.ip().toIPv4Address();
-                if ((a >> 24) == 10 || (a >> 20) == 0xAC1 || (a >> 16) == 0xC0A8) return e.ip().toString();
-            }
-    }
-    return "127.0.0.1";
-}
-
 class WebRemoteWiring : public QObject, public WebRemoteControl {
 public:
     WebRemoteWiring(std::string folder, web::Remote::Backend backend, QObject* parent)
         : QObject(parent), path_(QString::fromStdString(folder + "/" + web::kSettingsFile)),
-          remote_(std::move(backend), PageBytes().toStdString()), server_(remote_, this) {
+          remote_(std::move(backend), PageBytes().toStdString()) {
         envWeb_ = std::getenv("QUENIX_WEB");
         envToken_ = std::getenv("QUENIX_WEB_TOKEN");
         QFile f(path_);
@@ -63,14 +47,14 @@ public:
         settings_.token = web::NewToken();
         Save();
         Restart();
-        server_.DropClients();
+        if (server_) server_->DropClients();
     }
     QString Url() const override {
-        if (!server_.listening()) return {};
+        if (!server_ || !server_->listening()) return {};
         QString host = QString::fromStdString(at_.address);
-        if (host == "0.0.0.0" || host == "::") host = HomeAddress();
+        if (host == "0.0.0.0" || host == "::") host = server_->HomeAddress();
         if (host.contains(':')) host = "[" + host + "]";
-        return "http://" + host + ":" + QString::number(server_.port()) + "/?t=" + QString::fromStdString(remote_.token());
+        return "http://" + host + ":" + QString::number(server_->port()) + "/?t=" + QString::fromStdString(remote_.token());
     }
     QString Status() const override { return status_; }
     QString Note() const override {
@@ -79,7 +63,10 @@ public:
         return {};
     }
     web::Remote& remote() { return remote_; }
-    WebServer& server() { return server_; }
+    // Every phone hears of a key; nobody listens while the server is off.
+    void Broadcast(const std::string& json) {
+        if (server_) server_->Broadcast(json);
+    }
 
 private:
     void Save() {
@@ -94,23 +81,28 @@ private:
         at_ = web::ListenOf(s);
         std::string error;
         if (!web::ApplyWebEnvironment(s, at_, envWeb_, envToken_, error)) {
-            server_.Close();
+            if (server_) server_->Close();
             status_ = QString::fromStdString(error);
             return;
         }
         remote_.SetToken(s.token);
         if (!s.enabled) {
-            server_.Close();
+            if (server_) server_->Close();
             status_ = "The web remote is off.";
             return;
         }
         QString why;
-        if (!server_.Listen(QString::fromStdString(at_.address), static_cast<quint16>(at_.port), why)) {
+        if (!server_) server_ = LoadWebTransport(remote_, why);
+        if (!server_) {
+            status_ = "The web remote is not available: " + why;
+            return;
+        }
+        if (!server_->Listen(QString::fromStdString(at_.address), static_cast<quint16>(at_.port), why)) {
             status_ = "The web remote cannot listen on " + QString::fromStdString(at_.address) + ":" +
                       QString::number(at_.port) + ": " + why;
             return;
         }
-        status_ = "Serving on " + QString::fromStdString(at_.address) + ":" + QString::number(server_.port()) + ".";
+        status_ = "Serving on " + QString::fromStdString(at_.address) + ":" + QString::number(server_->port()) + ".";
     }
 
     QString path_;
@@ -119,7 +111,7 @@ private:
     web::WebSettings settings_;
     web::ListenAt at_;
     web::Remote remote_;
-    WebServer server_;
+    std::unique_ptr<WebTransport> server_;
     QString status_;
 };
 
@@ -158,14 +150,14 @@ void FrmMain::wireWeb() {
         return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
     };
     auto* wiring = new WebRemoteWiring(ctx_.config.folder(), std::move(backend), this);
-    if (wiring->Status().startsWith("The web remote cannot") || wiring->Status().startsWith("QUENIX_WEB"))
+    if (wiring->Status().startsWith("The web remote cannot") || wiring->Status().startsWith("The web remote is not") || wiring->Status().startsWith("QUENIX_WEB"))
         view_.setStatus(wiring->Status().toStdString());
 
     if (monitor_) {
         auto previous = monitor_->hooks().keyRecognised;
         monitor_->hooks().keyRecognised = [wiring, previous](const std::string& key, int repeat) {
             if (previous) previous(key, repeat);
-            wiring->server().Broadcast(wiring->remote().Received(key, repeat));
+            wiring->Broadcast(wiring->remote().Received(key, repeat));
         };
     }
     QMenu* settingsMenu = menuBar()->findChild<QMenu*>("SettingsMenu");

@@ -1,43 +1,18 @@
 #include "ui/frm_web.h"
 
+#include "ui/web_transport.h"
+
 #include <QCheckBox>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLabel>
-#include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QVBoxLayout>
 
-#ifdef QUENIX_HAVE_QRENCODE
-#include <qrencode.h>
-#endif
-
 namespace quenix {
-
-QImage QrCode(const QString& text, int scale) {
-#ifdef QUENIX_HAVE_QRENCODE
-    const QByteArray bytes = text.toUtf8();
-    QRcode* code = QRcode_encodeString8bit(bytes.constData(), 0, QR_ECLEVEL_M);
-    if (!code) return {};
-    const int quiet = 4, side = (code->width + 2 * quiet) * scale;
-    QImage image(side, side, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter p(&image);
-    for (int y = 0; y < code->width; ++y)
-        for (int x = 0; x < code->width; ++x)
-            if (code->data[y * code->width + x] & 1)
-                p.fillRect((x + quiet) * scale, (y + quiet) * scale, scale, scale, Qt::black);
-    QRcode_free(code);
-    return image;
-#else
-    (void)text;
-    (void)scale;
-    return {};
-#endif
-}
 
 void ShowWebForm(WebRemoteControl& control, QWidget* parent) {
     QDialog d(parent);

@@ -5,7 +5,6 @@
 
 #include "web/web_settings.h"
 
-#include <QImage>
 #include <QString>
 
 class QWidget;
@@ -29,9 +28,5 @@ public:
 };
 
 void ShowWebForm(WebRemoteControl& control, QWidget* parent);
-
-// The QR code of a text, scale pixels a module with a four-module quiet zone; null when the
-// text cannot be encoded (or this build has no encoder).
-QImage QrCode(const QString& text, int scale);
 
 } // namespace quenix

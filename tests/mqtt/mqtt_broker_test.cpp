@@ -2,7 +2,7 @@
 // clients: keys out, sends in, restart of the broker, a refused account, the last will.
 #include "actions/x10.h"
 #include "ir/capture_script.h"
-#include "mqtt/mosquitto_link.h"
+#include "mqtt/mosquitto/mosquitto_link.h"
 #include "support/cm11_sim.h"
 #include "support/sim_serial.h"
 #include "ui/ui_support.h"

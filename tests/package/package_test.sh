@@ -20,7 +20,7 @@ desktop=$root/usr/share/applications/org.quenix_remote.Quenix.desktop
 desktop-file-validate "$desktop"
 appstreamcli validate --no-net "$root"/usr/share/metainfo/*.metainfo.xml
 grep -q 'SUBSYSTEM=="lirc".*TAG+="uaccess"' "$root"/usr/lib/udev/rules.d/*.rules
-ls "$root"/usr/lib/*/quenix/libserpulse.so "$root"/usr/lib/*/quenix/libquenix-sdl-audio.so \
+ls "$root"/usr/lib/*/quenix/libserpulse.so "$root"/usr/lib/*/quenix/libquenix-{sdl-audio,mpris,xtest,mqtt,web}.so \
     "$root"/usr/share/quenix/help/index.html "$root"/usr/share/man/man1/quenix-ir.1.gz
 
 read -r -a command <<<"$(sed -n 's/^Exec=//p' "$desktop")"
@@ -33,7 +33,9 @@ Xvfb -displayfd 3 -ac -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
 xvfb=$!
 for _ in $(seq 50); do [ -s "$work/display" ] && break; sleep 0.1; done
 export DISPLAY=:$(cat "$work/display")
-env -i PATH=/usr/bin:/bin HOME="$home" DISPLAY="$DISPLAY" ASAN_OPTIONS=detect_leaks=0 \
+# The web remote on: its module must load from where the package put it.
+port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+env -i PATH=/usr/bin:/bin HOME="$home" DISPLAY="$DISPLAY" ASAN_OPTIONS=detect_leaks=0 QUENIX_WEB=127.0.0.1:$port \
     "${as_user[@]}" "${command[@]}" >"$work/app.log" 2>&1 &
 app=$!
 for _ in $(seq 150); do
@@ -43,6 +45,12 @@ for _ in $(seq 150); do
 done
 xdotool search --onlyvisible --name "^Orvel's" >/dev/null || { echo "no main window"; cat "$work/app.log"; exit 1; }
 cmp "$home/.config/quenix/telvorin.cfg" "$root/usr/share/quenix/telvorin.cfg"
+exec 4<>"/dev/tcp/127.0.0.1/$port"
+printf 'GET / HTTP/1.0\r\n\r\n' >&4
+read -r status <&4
+exec 4<&-
+# Unpaired, the server answers "Pair first": it is up.
+case $status in HTTP/1.1\ 403*) ;; *) echo "the web remote answered: $status"; cat "$work/app.log"; exit 1 ;; esac
 touch "$work/marker" && sleep 0.1 # past the file system clock's tick
 kill -TERM "$app"
 wait "$app" || { echo "exit status $?"; cat "$work/app.log"; exit 1; }

@@ -1,4 +1,4 @@
-#include "ui/web_server.h"
+#include "ui/web_module/web_server.h"
 
 #include <QAbstractHttpServer>
 #include <QHttpServerRequest>

@@ -4,6 +4,7 @@
 // loop, around the Qt-free web::Remote that decides every answer. The TCP side counts
 // connections and measures each request before the HTTP server reads it.
 
+#include "ui/web_transport.h"
 #include "web/web_remote.h"
 
 #include <QObject>
@@ -16,21 +17,19 @@ class QWebSocket;
 
 namespace quenix {
 
-class WebServer : public QObject {
+class WebServer final : public QObject, public WebTransport {
     Q_OBJECT
 public:
     explicit WebServer(web::Remote& remote, QObject* parent = nullptr);
     ~WebServer() override;
 
-    // Stops any earlier server first. False, with the reason, when the address cannot be had.
-    bool Listen(const QString& address, quint16 port, QString& error);
-    void Close();
-    bool listening() const { return http_ != nullptr; }
-    quint16 port() const;
-    // A message to every connected phone.
-    void Broadcast(const std::string& json);
-    // After the token was renewed: every phone must pair again.
-    void DropClients();
+    bool Listen(const QString& address, quint16 port, QString& error) override;
+    void Close() override;
+    bool listening() const override { return http_ != nullptr; }
+    quint16 port() const override;
+    void Broadcast(const std::string& json) override;
+    void DropClients() override;
+    QString HomeAddress() const override;
     int clients() const { return static_cast<int>(sockets_.size()); }
 
 private:

@@ -1,4 +1,4 @@
-#include "mqtt/mosquitto_link.h"
+#include "mqtt/mosquitto/mosquitto_link.h"
 
 #include <mosquitto.h>
 
@@ -47,9 +47,6 @@ struct MosquittoCallbacks {
     }
 };
 
-std::unique_ptr<MqttLink> MakeBrokerLink(std::function<void(std::function<void()>)> post) {
-    return std::make_unique<MosquittoLink>(std::move(post));
-}
 
 MosquittoLink::MosquittoLink(Post post) : post_(std::move(post)) {
     std::call_once(libraryReady, [] { mosquitto_lib_init(); });
@@ -169,3 +166,9 @@ void MosquittoLink::Subscribe(const std::string& topic, int qos) {
 }
 
 } // namespace quenix
+
+// The module's entry point, found by name by the program (broker_link_posix.cpp).
+extern "C" __attribute__((visibility("default"))) quenix::MqttLink* QuenixMakeBrokerLink(
+    quenix::MosquittoLink::Post* post) {
+    return new quenix::MosquittoLink(std::move(*post));
+}
