@@ -1,8 +1,13 @@
 // Recording a key, the two-press rule, storing and deleting learned commands, and PROCDELAY.
+#include "actions/executor.h"
 #include "capture_script.h"
 #include "config/config_text.h"
+#include "io/port_line.h"
 #include "ir/decoder.h"
+#include "ir/device_editor.h"
 #include "ir/learning.h"
+#include "monitor/capture_source.h"
+#include "support/sim_serial.h"
 
 #include <gtest/gtest.h>
 
@@ -374,6 +379,77 @@ TEST_F(LearningTest, LongPulseDistanceCodeLearnsStoresSendsAndMatches) {
     EXPECT_EQ(view.text("StatusBar"),
               "The code is longer than one recording (264 ms): its end is missing, so it cannot be learned.");
     EXPECT_EQ(view.text("CodeStr"), "");
+}
+
+// A key pressed twice at a standard receiver on COM1, sampled by the capture library's own
+// sampler: recorded and validated, a device made from the recording, the command stored, sent
+// as the protocol's encoder sends it, and recognised by monitoring.
+TEST_F(LearningTest, KeysLearnedOnTheSampledReceiverAreStoredSentAndRecognised) {
+    const std::tuple<int, std::string, std::string, bool> cases[] = { // protocol, device, code, a single frame
+        {kProtoRc6A, "Media PC", "G10000000000011110000010000100010", false},
+        {kProtoJvc, "JVC Deck", "G1100010100001000", false},
+        {kProtoKaseikyo, "Panasonic", "G010000000000010000000001000000001011110010111101", false},
+        {kProtoSony, "Sony Tap", "G011011111111", true}, // a tap: one frame, its first bit 0
+    };
+    testing::SimSerialDriver driver{clock};
+    SerialPort port{driver};
+    driver.port(1);
+    ctx.irPortHandle = port.OpenComPort(1);
+    testing::DcdReceiver receiver = testing::StandardReceiver();
+    driver.port(1).peer = &receiver;
+    PortLine line{port, ctx.irPortHandle};
+    serpulse::Sampler sampler{line, clock};
+    testing::FakeCaptureLibrary library;
+    library.sampler = &sampler;
+    PortCaptureSource sampled{ctx, port, library};
+    Recorder sampledRecorder{ctx, view, sampled, waveform};
+    CommandExecutor executor{ctx, port, library, view, {}};
+    std::int64_t airEnd = 0;
+    for (const auto& [protocol, device, key, tap] : cases) {
+        SCOPED_TRACE(device);
+        ProtocolHeader h = HeaderFromPreset(protocol);
+        if (tap) h.repeat = 0;
+        std::string code = key;
+        bool toggle = false;
+        for (int press = 0; press < 2; ++press) { // an MCE remote flips its toggle bit between them
+            const std::string cells = EncodeCommand(code, h, toggle);
+            clock.waitUntilNs(airEnd); // the previous press is over
+            receiver.air.push_back({cells, double(h.sendpls), clock.nowNs() + 300'000'000});
+            airEnd = receiver.air.back().startNs + static_cast<std::int64_t>(cells.size()) * h.sendpls * 1000;
+            sampledRecorder.onRecButton();
+        }
+        ASSERT_TRUE(ctx.validated) << view.text("StatusBar");
+        EXPECT_EQ(view.text("ProtocolName") + " " + view.text("CodeStr"), std::string(PresetFor(protocol).name) + " " + code);
+
+        store.currentDevice = "Recorded";
+        FakeView form;
+        DeviceEditor editor{ctx, form, view};
+        ASSERT_TRUE(editor.Open());
+        form.setText("CProtIn", device);
+        dialogs.answers = {MsgAnswer::Yes};
+        ASSERT_TRUE(editor.OnCreate()) << dialogs.texts().back();
+        const ProtocolHeader made = DeviceHeader(store.text(), device), preset = HeaderFromPreset(protocol);
+        EXPECT_EQ(made.gproto, protocol);
+        EXPECT_EQ(made.bitg + "/" + made.bit0 + "/" + made.bit1, preset.bitg + "/" + preset.bit0 + "/" + preset.bit1);
+        // The unit as measured: 55 us samples read it a little long (SONY's tap 5 %).
+        EXPECT_NEAR(made.sendpls, preset.sendpls, preset.sendpls * 0.06);
+
+        dialogs.inputs = {"Key"};
+        learning.onSaveCmdButton();
+        const std::string stored = NormalisedCode(code, protocol);
+        EXPECT_EQ(StoredCode(OnDisk(), device, "Key"), stored);
+
+        // Sent with the device's header: the preset's cells at the measured unit.
+        std::string sent = stored;
+        bool sentToggle = ctx.rc5Toggle;
+        std::string cells = EncodeCommand(sent, preset, sentToggle);
+        cells.append((8 - cells.size() % 8) % 8, '0');
+        EXPECT_EQ(executor.Execute(device, "Key"), device + " Key executed.");
+        EXPECT_EQ(executor.lastCells(), cells);
+        EXPECT_EQ(executor.lastPulseLength(), made.sendpls);
+
+        EXPECT_EQ(LookupKey(store, DecodeMonitorFrame(ctx.captureBuffer)), device + "&Key");
+    }
 }
 
 } // namespace

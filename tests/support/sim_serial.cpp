@@ -176,10 +176,11 @@ FakeCaptureLibrary::Result FakeCaptureLibrary::capture(const char* entry, std::u
     if (!reachable()) return std::nullopt;
     const std::string_view e(entry);
     using serpulse::Polarity;
-    if (sampler && e.rfind("IRMonitor", 0) == 0)
+    const bool monitor = e.rfind("IRMonitor", 0) == 0;
+    if (sampler)
         return sampler->capture({buffer, length, procDelay,
                                  e.back() == 'N' ? Polarity::MarkWhenDcdOn : Polarity::MarkWhenDcdOff,
-                                 serpulse::kMonitorEdgeWaitNs, true});
+                                 monitor ? serpulse::kMonitorEdgeWaitNs : serpulse::kRecordEdgeWaitNs, monitor});
     captureCalls.push_back({entry, procDelay, length});
     if (captures.empty()) return 0;
     std::vector<std::uint8_t> next = std::move(captures.front());

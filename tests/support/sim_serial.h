@@ -176,7 +176,7 @@ public:
     // empty script answers 0 with the buffer untouched.
     std::deque<std::vector<std::uint8_t>> captures;
     bool missing = false;
-    // When set, the monitor entries sample the receiver line through it instead.
+    // When set, the capture entries sample the receiver line through it instead.
     serpulse::Sampler* sampler = nullptr;
 
     std::vector<PortHandle> handles;
