@@ -104,6 +104,9 @@ public:
     std::optional<std::int32_t> IRMonitorN(std::uint8_t* buffer, int procDelay) override {
         return active().IRMonitorN(buffer, procDelay);
     }
+    std::optional<std::int32_t> IRMonitorLong(std::uint8_t* buffer, int procDelay, int length) override {
+        return active().IRMonitorLong(buffer, procDelay, length);
+    }
     std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
                                        int txdMode) override {
         return active().IRSend(buffer, byteCount, pulseLength, txdMode);

@@ -26,6 +26,12 @@ public:
     // buffer holds 600 bytes.
     virtual std::optional<std::int32_t> IRMonitor(std::uint8_t* buffer, int procDelay) = 0;
     virtual std::optional<std::int32_t> IRMonitorN(std::uint8_t* buffer, int procDelay) = 0;
+    // A monitoring capture into length bytes (600 or more), for a receiver that can hand a long
+    // code over whole; the serial library's monitoring capture stays 600 bytes.
+    virtual std::optional<std::int32_t> IRMonitorLong(std::uint8_t* buffer, int procDelay, int length) {
+        (void)length;
+        return IRMonitor(buffer, procDelay);
+    }
     virtual std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
                                                int txdMode) = 0;
 

@@ -2,11 +2,13 @@
 
 #include "ir/analysis.h"
 #include "ir/decoder.h"
+#include "ir/long_capture.h"
 #include "serpulse/pulse_engine.h"
 
 #include "ir/protocols.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 
 namespace quenix {
@@ -32,7 +34,11 @@ constexpr std::int64_t kStallUs = 250000;
 constexpr int kMonitorFirstWaitMs = 50;
 constexpr std::uint32_t kDutyCyclePercent = 33;
 // What one write may carry: the kernel refuses more values, or a longer signal, in one go.
-constexpr std::size_t kMaxWriteValues = 511;
+// Kernels since 4.16 take 1023 values, older ones 511; a frame split between writes may have
+// one space stretched by the sleep between them, so an air conditioner's 256-bit frame goes
+// whole where the kernel takes it.
+constexpr std::size_t kMaxWriteValues = 1023;
+constexpr std::size_t kOldMaxWriteValues = 511;
 constexpr std::uint32_t kMaxWriteUs = 450000;
 // NEC's repeat burst: a 9 ms mark, a 2.25 ms space and a 560 us mark.
 constexpr double kNecBurstUs[] = {9000, 2250, 560};
@@ -198,16 +204,25 @@ bool KernelIrDevice::send(const std::uint8_t* packed, int byteCount, int pulseUs
     }
     if ((features_ & kLircCanSetSendCarrier) != 0) set(LircRequest::SetSendCarrier, carrierHz);
     if ((features_ & kLircCanSetSendDutyCycle) != 0) set(LircRequest::SetSendDutyCycle, kDutyCyclePercent);
-    for (const auto& [piece, gapUs] :
-         SendPieces(CellsToDurations(packed, byteCount, pulseUs), kMaxWriteValues, kMaxWriteUs)) {
-        const int err = system_.write(fd_, reinterpret_cast<const std::uint8_t*>(piece.data()),
-                                      piece.size() * sizeof(std::uint32_t));
-        if (err != 0) {
-            error_ = name_ + " refused the signal: " + system_.errorText(err);
-            return false;
+    const std::vector<std::uint32_t> durations = CellsToDurations(packed, byteCount, pulseUs);
+    for (;;) {
+        bool first = true, refusedWhole = false;
+        for (const auto& [piece, gapUs] : SendPieces(durations, maxWriteValues_, kMaxWriteUs)) {
+            const int err = system_.write(fd_, reinterpret_cast<const std::uint8_t*>(piece.data()),
+                                          piece.size() * sizeof(std::uint32_t));
+            // An older kernel refuses a piece it cannot hold before sending any of it.
+            refusedWhole = err == EINVAL && first && piece.size() > kOldMaxWriteValues;
+            if (refusedWhole) break;
+            if (err != 0) {
+                error_ = name_ + " refused the signal: " + system_.errorText(err);
+                return false;
+            }
+            first = false;
+            // The kernel returns once the piece is on the air.
+            if (gapUs > 0) system_.sleepUs(gapUs);
         }
-        // The kernel returns once the piece is on the air.
-        if (gapUs > 0) system_.sleepUs(gapUs);
+        if (!refusedWhole) break;
+        maxWriteValues_ = kOldMaxWriteValues;
     }
     return true;
 }
@@ -279,18 +294,39 @@ std::optional<std::int32_t> KernelIrLibrary::IRRecord(std::uint8_t* buffer, int 
     return Capture(buffer, procDelay, length, CaptureRule{});
 }
 
-std::optional<std::int32_t> KernelIrLibrary::IRMonitor(std::uint8_t* buffer, int procDelay) {
-    // Early, at a pause, only a frame of its protocol's whole length or a repeat burst: a pipe
-    // that stalls mid-frame must not cut a shorter code off it. Any frame ends at the gap after it.
+namespace {
+
+// Early, at a pause, only a frame of its protocol's whole length or a repeat burst: a pipe
+// that stalls mid-frame must not cut a shorter code off it. Any frame ends at the gap after it.
+// A long capture is read as far as its signal goes, so an ordinary key costs what it always did.
+CaptureRule MonitorRule(int procDelay) {
+    auto read = [](const std::vector<std::uint8_t>& capture) {
+        if (capture.size() <= kCaptureBytes) return capture;
+        std::vector<std::uint8_t> cut = capture;
+        TrimCapture(cut);
+        return cut;
+    };
     CaptureRule rule;
     rule.firstWaitMs = kMonitorFirstWaitMs;
-    rule.complete = [procDelay](const std::vector<std::uint8_t>& capture) {
-        return IsWholeFrame(DecodeMonitorFrame(capture)) || IsNecRepeatBurst(capture, procDelay);
+    rule.complete = [procDelay, read](const std::vector<std::uint8_t>& capture) {
+        const std::vector<std::uint8_t> c = read(capture);
+        return IsWholeFrame(DecodeMonitorFrame(c)) || IsNecRepeatBurst(c, procDelay);
     };
-    rule.frameEnded = [procDelay](const std::vector<std::uint8_t>& capture) {
-        return !DecodeMonitorFrame(capture).frame.empty() || IsNecRepeatBurst(capture, procDelay);
+    rule.frameEnded = [procDelay, read](const std::vector<std::uint8_t>& capture) {
+        const std::vector<std::uint8_t> c = read(capture);
+        return !DecodeMonitorFrame(c).frame.empty() || IsNecRepeatBurst(c, procDelay);
     };
-    return Capture(buffer, procDelay, 600, rule);
+    return rule;
+}
+
+} // namespace
+
+std::optional<std::int32_t> KernelIrLibrary::IRMonitor(std::uint8_t* buffer, int procDelay) {
+    return Capture(buffer, procDelay, static_cast<int>(kCaptureBytes), MonitorRule(procDelay));
+}
+
+std::optional<std::int32_t> KernelIrLibrary::IRMonitorLong(std::uint8_t* buffer, int procDelay, int length) {
+    return Capture(buffer, procDelay, std::max(length, static_cast<int>(kCaptureBytes)), MonitorRule(procDelay));
 }
 
 std::optional<std::int32_t> KernelIrLibrary::IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength, int) {

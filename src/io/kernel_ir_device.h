@@ -95,6 +95,7 @@ private:
     bool failed_ = false;
     std::string error_;
     std::int64_t spaceUs_ = -1, gapUs_ = -1;
+    std::size_t maxWriteValues_ = 1023; // 511 once the kernel refused a longer write
     std::uint8_t partial_[4] = {};
     std::size_t partialBytes_ = 0;
 };
@@ -119,6 +120,7 @@ public:
     std::optional<std::int32_t> IRMonitorN(std::uint8_t* buffer, int procDelay) override {
         return IRMonitor(buffer, procDelay);
     }
+    std::optional<std::int32_t> IRMonitorLong(std::uint8_t* buffer, int procDelay, int length) override;
     std::optional<std::int32_t> IRSend(const std::uint8_t* buffer, int byteCount, int pulseLength,
                                        int txdMode) override;
     bool Ready() override;

@@ -2,10 +2,12 @@
 
 #include "ir/codec.h"
 #include "ir/decoder.h"
+#include "ir/long_capture.h"
 #include "ir/protocols.h"
 #include "ir/scancode.h"
 #include "ir/timing_reading.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace quenix {
@@ -13,12 +15,19 @@ namespace quenix {
 namespace {
 
 constexpr std::uint32_t kNormalField = 0xFFFFFF;
+constexpr int kKernelDevice = 5;
 constexpr const char* kLongerThanCapture =
-    "The code is longer than one recording (264 ms): its end is missing, so it cannot be learned.";
+    "The code is longer than one recording (264 ms): press the key again to record it whole.";
 
 std::string ProtocolName(int protocol) {
     const ProtocolPreset* row = FindPreset(protocol);
     return row && protocol != kProtoCustom ? std::string(row->name) : "UNK";
+}
+
+// Whether the first frame of a capture runs into its end.
+bool FirstFrameCut(const std::vector<std::uint8_t>& capture) {
+    const CapturedRuns runs = SplitFrames(UnpackSamples(capture));
+    return !runs.frames.empty() && !runs.frames.front().complete;
 }
 
 // RC5 and MCE remotes flip the toggle bit on every new press, so two presses of one key differ there.
@@ -47,7 +56,10 @@ void Recorder::onRecButton() {
     }
     clearPanel();
     ctx_.validated = false; // the code field it vouched for is gone
-    ctx_.captureBuffer.assign(kRecordBytes, 0);
+    // A kernel device's capture ends with its signal; the serial sampler's runs its whole
+    // length, so it takes a long one only for the press after a code that did not fit.
+    const bool takeLong = ctx_.interfaceType == kKernelDevice || longNext_;
+    ctx_.captureBuffer.assign(takeLong ? kLongCaptureBytes : kRecordBytes, 0);
     ctx_.beepIfOn(5000, 50);
     if (ctx_.interfaceType == 2) {
         recordIRMan();
@@ -57,6 +69,9 @@ void Recorder::onRecButton() {
 
     const DecodedRecording decoded = DecodeCapture(ctx_.captureBuffer);
     const RecordedSignal& r = decoded.signal;
+    // Long captures go on until a code fits an ordinary one again.
+    if (longNext_ && !FirstFrameCut({r.signal.begin(), r.signal.begin() + std::min(r.signal.size(), kRecordBytes)}))
+        longNext_ = false;
     if (r.signal.empty()) {
         view_.setStatus(r.status);
         return;
@@ -78,9 +93,10 @@ void Recorder::onRecButton() {
         return;
     }
     // A frame longer than the capture (an air conditioner's at a long unit) would be learned cut.
-    const CapturedRuns runs = SplitFrames(UnpackSamples(r.signal));
-    if (!runs.frames.empty() && !runs.frames.front().complete) {
-        view_.setStatus(kLongerThanCapture);
+    if (FirstFrameCut(r.signal)) {
+        longNext_ = !takeLong;
+        view_.setStatus(takeLong ? "The code is longer than a long recording (900 ms): it cannot be learned."
+                                 : kLongerThanCapture);
         return;
     }
     const CodeVerdict& v = r.verdict;

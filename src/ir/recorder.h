@@ -57,6 +57,8 @@ private:
     Waveform& waveform_;
     int counter_ = 0;
     std::string remembered_;
+    // The last press held a code longer than a serial capture: the next ones are taken long.
+    bool longNext_ = false;
 };
 
 } // namespace quenix

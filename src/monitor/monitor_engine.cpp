@@ -5,6 +5,7 @@
 #include "io/kernel_ir_device.h"
 #include "io/receiver_controller.h"
 #include "ir/decoder.h"
+#include "ir/long_capture.h"
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
 
@@ -249,12 +250,16 @@ void MonitorEngine::OnIRMonTimer() {
         return;
     }
 
+    // A kernel device hands a frame over as long as it goes on (an air conditioner's takes up
+    // to ~900 ms); the capture is then cut behind it, so an ordinary key is read from 600 bytes.
+    const bool frameByFrame = FrameByFrame();
     std::vector<std::uint8_t>& buffer = ctx_.captureBuffer;
-    buffer.assign(kCaptureBytes, 0);
+    buffer.assign(frameByFrame ? kLongCaptureBytes : kCaptureBytes, 0);
     const int procDelay = ctx_.config.settings().procDelay;
     const std::int64_t started = ctx_.clock.nowMs();
-    auto result = type == kDcdStd ? library_.IRMonitor(buffer.data(), procDelay)
-                                  : library_.IRMonitorN(buffer.data(), procDelay);
+    auto result = frameByFrame       ? library_.IRMonitorLong(buffer.data(), procDelay, static_cast<int>(buffer.size()))
+                  : type == kDcdStd ? library_.IRMonitor(buffer.data(), procDelay)
+                                    : library_.IRMonitorN(buffer.data(), procDelay);
     if (!result) {
         // A library that cannot be called will not recover by itself: stop asking it.
         view_.setTimerEnabled("IRMonTimer", false);
@@ -262,8 +267,8 @@ void MonitorEngine::OnIRMonTimer() {
         return;
     }
     if (*result == 0) return;
+    TrimCapture(buffer);
     const std::int64_t now = ctx_.clock.nowMs();
-    const bool frameByFrame = FrameByFrame();
     // The signal's own gap tells a held key from a new press even when frames waited for an
     // action to finish.
     const std::int64_t gapUs = library_.LastGapUs();

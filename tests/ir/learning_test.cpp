@@ -6,6 +6,7 @@
 #include "ir/decoder.h"
 #include "ir/device_editor.h"
 #include "ir/learning.h"
+#include "ir/long_capture.h"
 #include "monitor/capture_source.h"
 #include "support/sim_serial.h"
 
@@ -373,12 +374,22 @@ TEST_F(LearningTest, LongPulseDistanceCodeLearnsStoresSendsAndMatches) {
     Record(press);
     EXPECT_EQ(view.text("IRCommand"), "Set-top Box&&Cool 22");
 
-    // At NEC's 560 us the frame lasts 430 ms: refused, not learned with its end cut off.
-    h.sendpls = 560;
-    Record(SampleRuns(CellsToRuns(cells, h.sendpls), kSampleUs, kRecordBytes));
+    // At NEC's 560 us the frame lasts 430 ms: the press cut off is not learned but asks for
+    // another, taken long, until a code fits a recording again.
+    const auto at560 = CellsToRuns(cells, 560);
+    source.calls.clear();
+    Record(SampleRuns(at560, kSampleUs, kRecordBytes));
     EXPECT_EQ(view.text("StatusBar"),
-              "The code is longer than one recording (264 ms): its end is missing, so it cannot be learned.");
+              "The code is longer than one recording (264 ms): press the key again to record it whole.");
     EXPECT_EQ(view.text("CodeStr"), "");
+    Record(SampleRuns(at560, kSampleUs, kLongCaptureBytes));
+    EXPECT_EQ(view.text("CodeStr"), key);
+    EXPECT_EQ(view.text("IRCommand"), "Set-top Box&&Cool 22");
+    Record(Press(kProtoNec, "G00100000110111110001000011101111"));
+    Record(Press(kProtoNec, "G00100000110111110001000011101111"));
+    std::vector<int> lengths;
+    for (const auto& c : source.calls) lengths.push_back(c.length);
+    EXPECT_EQ(lengths, (std::vector<int>{600, 2048, 2048, 600}));
 }
 
 // A key pressed twice at a standard receiver on COM1, sampled by the capture library's own

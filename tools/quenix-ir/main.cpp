@@ -1,6 +1,7 @@
 // quenix-ir: the codec on the command line, for scripts and for LIRC's pulse/space text.
 #include "ir/codec.h"
 #include "ir/decoder.h"
+#include "ir/long_capture.h"
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
 #include "ir/scancode.h"
@@ -147,9 +148,9 @@ int Decode(int argc, char** argv) {
 
     std::vector<std::uint8_t> capture;
     if (!a.flags.empty()) {
-        if (input.size() != kCaptureBytes)
-            throw BadInput{"a packed capture has " + std::to_string(kCaptureBytes) + " bytes, this one " +
-                           std::to_string(input.size())};
+        if (input.size() < kCaptureBytes || input.size() > kLongCaptureBytes)
+            throw BadInput{"a packed capture has " + std::to_string(kCaptureBytes) + " to " +
+                           std::to_string(kLongCaptureBytes) + " bytes, this one " + std::to_string(input.size())};
         capture.assign(input.begin(), input.end());
     } else {
         // Control characters other than line ends and blanks: a capture or some other file.
@@ -159,7 +160,7 @@ int Decode(int argc, char** argv) {
         auto runs = ParseMode2(input, error);
         if (!runs) throw BadInput{error};
         if (runs->empty()) throw BadInput{"no pulse or space lines"};
-        capture = SampleRuns(*runs, period);
+        capture = SampleRuns(*runs, period, CaptureBytesFor(*runs, period));
     }
 
     const DecodedRecording decoded = DecodeCapture(capture);
