@@ -13,6 +13,7 @@
 //   build/<dir>/bench/decode_robustness [codes-per-cell]
 #include "ir/codec.h"
 #include "ir/decoder.h"
+#include "ir/long_capture.h"
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
 
@@ -32,6 +33,7 @@ struct Kind {
     const char* name;
     int protocol;
     int bits;
+    int firstFrame = 0; // bits of an air conditioner's first frame, when its press sends two
 };
 const Kind kKinds[] = {{"NEC 32", kProtoNec, 32},         {"SONY 12", kProtoSony, 12},
                        {"SONY 15", kProtoSony, 15},        {"SONY 20", kProtoSony, 20},
@@ -40,7 +42,8 @@ const Kind kKinds[] = {{"NEC 32", kProtoNec, 32},         {"SONY 12", kProtoSony
                        {"JVC", kProtoJvc, 16},             {"Samsung", kProtoSamsung, 32},
                        {"Kaseikyo", kProtoKaseikyo, 48},   {"Sharp", kProtoSharp, 15},
                        {"RC5X 20", kProtoRc5x, 20},        {"StrmZap", kProtoStreamZap, 15},
-                       {"RCA", kProtoRca, 24},             {"Pioneer", kProtoPioneer, 32}};
+                       {"RCA", kProtoRca, 24},             {"Pioneer", kProtoPioneer, 32},
+                       {"AC 256", kProtoNec, 256},         {"AC 64+152", kProtoNec, 216, 64}};
 constexpr std::size_t kKindCount = std::size(kKinds);
 const int kPeriods[] = {45, 50, 55, 60, 65};
 
@@ -55,7 +58,7 @@ constexpr int kConditionCount = sizeof(kConditions) / sizeof(kConditions[0]);
 
 // An RC5 frame (and its kin's) opens with start bit 1, which the run analysis takes as read; an MCE code with
 // customer 0x800F; a Sharp first frame with expansion bit 1 and check bit 0; an RCA frame with its
-// address and command inverted behind them.
+// address and command inverted behind them; an air conditioner's press of two frames with a marker between.
 std::string RandomBits(std::mt19937& rng, const Kind& k) {
     std::string s;
     const bool rc5 = PresetFor(k.protocol).family == kProtoRc5;
@@ -64,6 +67,7 @@ std::string RandomBits(std::mt19937& rng, const Kind& k) {
     if (k.protocol == kProtoSharp) s.replace(13, 2, "10");
     if (k.protocol == kProtoRca)
         for (int i = 12; i < 24; ++i) s[i] = s[i - 12] == '1' ? '0' : '1';
+    if (k.firstFrame > 0) s.insert(static_cast<std::size_t>(k.firstFrame), "G");
     return s;
 }
 
@@ -146,7 +150,9 @@ int main(int argc, char** argv) {
                         if (r + 1 < runs.size()) runs[r + 1].us -= extra;
                     }
                     for (PulseRun& r : runs) r.us *= factor(rng);
-                    const std::vector<std::uint8_t> capture = SampleRuns(runs, kPeriods[p]);
+                    // An air conditioner's press is captured as long as it goes on, as a kernel device does.
+                    const std::vector<std::uint8_t> capture = SampleRuns(
+                        runs, kPeriods[p], kind.bits > 48 ? CaptureBytesFor(runs, kPeriods[p]) : kCaptureBytes);
                     const std::string sent = code.substr(1); // RC5: the toggle the first press set
 
                     const DecodedRecording rec = Timed(comb.us, [&] { return DecodeCapture(capture); });

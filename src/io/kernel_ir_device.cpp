@@ -2,6 +2,7 @@
 
 #include "ir/analysis.h"
 #include "ir/decoder.h"
+#include "ir/frame_list.h"
 #include "ir/long_capture.h"
 #include "serpulse/pulse_engine.h"
 
@@ -103,6 +104,7 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
     bool started = false;
     bool checked = false;
     int frames = 0;
+    std::size_t frameRuns = 0; // of the frame under way
     std::int64_t lastGapUs = 0;
     // The silence the signal itself reported with its last word: after a pulse none yet; after
     // a timeout word the device tells that it fell silent and says nothing more until the next
@@ -114,6 +116,8 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
     const std::int64_t deadline = lastEvent + static_cast<std::int64_t>(rule.firstWaitMs) * 1000;
     auto endIdle = [&] { return frames >= 2 ? kEndIdleUs : kSingleFrameEndIdleUs; };
     auto silence = [&](std::int64_t quiet) { return reportedUs + (trustQuiet ? quiet : 0); };
+    // Behind an air conditioner's long frame another of the same press may follow.
+    auto mayGoOn = [&](std::int64_t s) { return frameRuns > kKeyFrameRuns && s < kFrameListMaxGapUs; };
     // Whether the capture ends after this long without a word.
     const std::int64_t checkPauseUs = answers_ ? kCheckPauseUs : kPipeCheckPauseUs;
     auto ends = [&](std::int64_t quiet) {
@@ -122,13 +126,14 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
             if (rule.complete && rule.complete(buffer)) return true;
         }
         const std::int64_t s = silence(quiet);
+        if (mayGoOn(s)) return quiet >= kStallUs;
         if (rule.frameEnded && s >= kFrameGapUs && rule.frameEnded(buffer)) return true;
         return s >= endIdle() || quiet >= kStallUs;
     };
     // When to look again: the next of the marks ends() measures against.
     auto nextLookUs = [&](std::int64_t quiet) {
         std::int64_t at = kStallUs;
-        for (std::int64_t mark : {kFrameGapUs, endIdle()})
+        for (std::int64_t mark : {kFrameGapUs, endIdle(), kFrameListMaxGapUs})
             if (trustQuiet && mark - reportedUs > quiet) at = std::min(at, mark - reportedUs);
         if (!checked) at = std::min(at, checkPauseUs);
         return std::max<std::int64_t>(at - quiet, 0);
@@ -161,7 +166,8 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
         case Kind::Pulse:
             if (!started) gapUs_ = spaceUs_;
             spaceUs_ = -1;
-            if (started && lastGapUs >= kFrameGapUs) ++frames;
+            if (started && lastGapUs >= kFrameGapUs) ++frames, frameRuns = 0;
+            ++frameRuns;
             if (!started) frames = 1;
             started = true;
             checked = false;
@@ -175,10 +181,13 @@ int KernelIrDevice::capture(std::uint8_t* out, int bytes, int procDelay, const C
             if (!started) break; // the silence before a key
             writer.add(false, e.value);
             lastGapUs = e.value;
+            ++frameRuns;
             // The space is over (a pulse has begun): it ends the capture by its own length. A
             // monitoring capture takes one frame: what came before a frame gap, whole or a
-            // fragment a stalled pipe cut off, is never joined to the frame behind it.
-            if (e.value >= endIdle() || (rule.frameEnded && e.value >= kFrameGapUs)) return done();
+            // fragment a stalled pipe cut off, is never joined to the frame behind it; only an
+            // air conditioner's frames of one press are.
+            if (!mayGoOn(e.value) && (e.value >= endIdle() || (rule.frameEnded && e.value >= kFrameGapUs)))
+                return done();
             reportedUs = 0;
             trustQuiet = answers_;
             break;

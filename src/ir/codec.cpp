@@ -5,6 +5,7 @@
 #include "core/text.h"
 #include "ir/protocols.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace quenix {
@@ -33,7 +34,19 @@ bool IsValidCode(std::string& code) {
             return false;
         }
     }
-    return syncs <= 1;
+    return syncs <= 1 || IsFrameList(code);
+}
+
+bool IsFrameList(std::string_view code) {
+    if (code.empty() || !IsMarker(code.front())) return false;
+    std::size_t frames = 0;
+    for (std::size_t at = 0; at < code.size(); ++frames) {
+        const std::size_t next = std::min(code.find_first_of("gG", at + 1), code.size());
+        // Each frame as long as a recording must be.
+        if (frames == kMaxFrames || next - at - 1 < 8) return false;
+        at = next;
+    }
+    return frames > 1;
 }
 
 int Rc5TogglePosition(std::string_view code) {
@@ -88,10 +101,20 @@ std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool&
             bitg.replace(n - 4, 4, bit ? "1100" : "0011");
     }
     const bool stop = row && row->stopMark;
+    // The frames of an air conditioner's press, REPEAT cells apart (20 ms when it is 0), each
+    // behind its lead-in.
+    const std::size_t frameGap = header.repeat > 0 ? static_cast<std::size_t>(header.repeat)
+                                                   : static_cast<std::size_t>(kFrameListGapUs / std::max(header.sendpls, 1) + 1);
     auto bodyOf = [&](std::string_view bits) {
         std::string body;
         int sent = 0;
         for (char c : bits) {
+            if (IsMarker(c) && !body.empty()) {
+                if (stop) body += '1';
+                body.append(frameGap, '0');
+                body += bitg;
+                sent = 0;
+            }
             if (c != '0' && c != '1') continue;
             body += c == '0' ? header.bit0 : header.bit1;
             if (row && ++sent == row->gapAfter) body.append(static_cast<std::size_t>(row->gapCells), '0');
@@ -112,6 +135,7 @@ std::string EncodeCommand(std::string& code, const ProtocolHeader& header, bool&
     }
 
     std::string cells = bitg + body;
+    if (IsFrameList(code)) return cells; // sent once: its REPEAT is the gap between its frames
     // A negative REPEAT (only a hand-edited file has one) sends the single sequence, as 0 does.
     if (header.repeat <= 0 && header.grepeat <= 1) return cells;
     for (int i = 0; i < 4; ++i) {
@@ -228,7 +252,8 @@ LearnedCommand FindLearned(std::string_view configText, std::string_view code, i
     if (bits.empty()) return result;
     bits = NormalisedCode(bits, protocol); // stored with toggle 0
     std::string needle = "G" + bits + ",";
-    int behind = index ? index->FindCode(bits) : FindText(needle, configText, 1);
+    // The index holds single frames; a list of frames is rare enough to be searched for.
+    int behind = index && bits.find_first_of("gG") == std::string::npos ? index->FindCode(bits) : FindText(needle, configText, 1);
     int start = behind - static_cast<int>(needle.size()); // 1-based start of the match
     if (behind == 0 || start <= 10) return result;
 

@@ -18,6 +18,13 @@ class ConfigStore;
 // The test a typed or learned code must pass before it is stored. Trims the code in place.
 bool IsValidCode(std::string& code);
 
+// An air conditioner's press may carry two or three frames of different bits: its code is
+// each frame's bits behind its own marker ("G<bits>G<bits>"), sent once, the frames 20 ms
+// (or REPEAT cells) apart.
+inline constexpr std::size_t kMaxFrames = 3;
+inline constexpr int kFrameListGapUs = 20000;
+bool IsFrameList(std::string_view code);
+
 // Index of an RC5 code's toggle bit: the third data bit, behind the sync marker when the
 // code carries one. -1 when the code is too short to have one.
 int Rc5TogglePosition(std::string_view code);

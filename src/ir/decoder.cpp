@@ -2,6 +2,7 @@
 
 #include "ir/code_fit.h"
 #include "ir/codec.h"
+#include "ir/frame_list.h"
 #include "ir/protocols.h"
 #include "ir/pulse_text.h"
 
@@ -53,6 +54,18 @@ int NamedAs(int literalProtocol, std::string_view bits, const TimingReading& t) 
     return t.protocol;
 }
 
+void TakeTiming(DecodedRecording& d, int protocol, const std::string& bits, double unit) {
+    RecordedSignal& s = d.signal;
+    s.protocol = protocol;
+    s.unitSamples = static_cast<int>(std::lround(unit));
+    s.code = "G" + bits;
+    s.verdict = BitCountVerdict(protocol, bits);
+    s.status = s.verdict.status;
+    s.recognised = true;
+    d.reading = Reading::Timing;
+    d.unit = unit;
+}
+
 } // namespace
 
 DecodedRecording DecodeCapture(std::vector<std::uint8_t> capture) {
@@ -62,6 +75,10 @@ DecodedRecording DecodeCapture(std::vector<std::uint8_t> capture) {
     d.unit = d.signal.unitSamples;
     if (d.signal.signal.empty()) return d;
     const CapturedRuns runs = SplitFrames(UnpackSamples(d.signal.signal));
+    if (const std::optional<FrameList> list = ReadFrameList(runs)) {
+        TakeTiming(d, list->protocol, list->bits, list->unit);
+        return d;
+    }
     const TimingReading t = ReadTiming(runs);
     if (d.signal.recognised) {
         const CodeFit fit = FitCode(d.signal.code, d.signal.protocol, runs);
@@ -77,15 +94,7 @@ DecodedRecording DecodeCapture(std::vector<std::uint8_t> capture) {
         }
     }
     if (t.ok && t.bits.size() >= 8) {
-        RecordedSignal& s = d.signal;
-        s.protocol = t.protocol;
-        s.unitSamples = static_cast<int>(std::lround(t.unit));
-        s.code = "G" + t.bits;
-        s.verdict = BitCountVerdict(t.protocol, t.bits);
-        s.status = s.verdict.status;
-        s.recognised = true;
-        d.reading = Reading::Timing;
-        d.unit = t.unit;
+        TakeTiming(d, t.protocol, t.bits, t.unit);
     } else if (d.signal.recognised) {
         d.reading = Reading::Literal; // inconsistent, but all there is
     }
@@ -98,6 +107,12 @@ DecodedFrame DecodeMonitorFrame(const std::vector<std::uint8_t>& capture) {
     const std::string& literal = d.literal.frame;
     const CapturedRuns runs = SplitFrames(UnpackSamples(capture));
     const int literalProtocol = d.literal.analysis.protocol;
+    if (const std::optional<FrameList> list = ReadFrameList(runs)) {
+        d.frame = list->bits;
+        d.protocol = list->protocol;
+        d.reading = Reading::Timing;
+        return d;
+    }
     const TimingReading t = ReadTiming(runs);
     if (!literal.empty() && KeepLiteral(FitCode(literal, literalProtocol, runs), t, literal, runs)) {
         d.frame = literal;

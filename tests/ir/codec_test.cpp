@@ -91,9 +91,12 @@ TEST(DecodeRecording, StatusTexts) {
     EXPECT_EQ(ExtractFrame(Press(kProtoNec, "G011010")).frame, ""); // under seven bits
 }
 
-TEST(ValidCode, AcceptsOnlyBitsAndOneSyncMark) {
-    for (std::string code : {"10", "g1g01", "10x1", "1 01", "", "G10210"}) EXPECT_FALSE(IsValidCode(code)) << code;
-    for (auto [in, trimmed] : {std::pair{"g101", "g101"}, {"G101", "G101"}, {"  101  ", "101"}}) {
+TEST(ValidCode, AcceptsOnlyBitsAndOneSyncMarkOrAFrameList) {
+    for (std::string code : {"10", "g1g01", "10x1", "1 01", "", "G10210", "G00001111GG00001111", "G00001111G0000111",
+                             "G00001111G00001111G00001111G00001111"})
+        EXPECT_FALSE(IsValidCode(code)) << code;
+    for (auto [in, trimmed] : {std::pair{"g101", "g101"}, {"G101", "G101"}, {"  101  ", "101"},
+                               {"G00001111g11110000", "G00001111g11110000"}}) {
         std::string code = in;
         EXPECT_TRUE(IsValidCode(code)) << in;
         EXPECT_EQ(code, trimmed);
