@@ -2,6 +2,7 @@
 
 #include "ir/codec.h"
 #include "ir/decoder.h"
+#include "ir/frame_list.h"
 #include "ir/long_capture.h"
 #include "ir/protocols.h"
 #include "ir/scancode.h"
@@ -24,10 +25,12 @@ std::string ProtocolName(int protocol) {
     return row && protocol != kProtoCustom ? std::string(row->name) : "UNK";
 }
 
-// Whether the first frame of a capture runs into its end.
-bool FirstFrameCut(const std::vector<std::uint8_t>& capture) {
+// Whether a capture ends inside a code: in its first frame, or in a frame longer than any
+// key's (an air conditioner's second frame). A key held past the end is cut in a short frame.
+bool CodeCut(const std::vector<std::uint8_t>& capture) {
     const CapturedRuns runs = SplitFrames(UnpackSamples(capture));
-    return !runs.frames.empty() && !runs.frames.front().complete;
+    return !runs.frames.empty() && (!runs.frames.front().complete || (!runs.frames.back().complete &&
+                                                                      runs.frames.back().runs.size() > kKeyFrameRuns));
 }
 
 // RC5 and MCE remotes flip the toggle bit on every new press, so two presses of one key differ there.
@@ -70,7 +73,7 @@ void Recorder::onRecButton() {
     const DecodedRecording decoded = DecodeCapture(ctx_.captureBuffer);
     const RecordedSignal& r = decoded.signal;
     // Long captures go on until a code fits an ordinary one again.
-    if (longNext_ && !FirstFrameCut({r.signal.begin(), r.signal.begin() + std::min(r.signal.size(), kRecordBytes)}))
+    if (longNext_ && !CodeCut({r.signal.begin(), r.signal.begin() + std::min(r.signal.size(), kRecordBytes)}))
         longNext_ = false;
     if (r.signal.empty()) {
         view_.setStatus(r.status);
@@ -93,7 +96,7 @@ void Recorder::onRecButton() {
         return;
     }
     // A frame longer than the capture (an air conditioner's at a long unit) would be learned cut.
-    if (FirstFrameCut(r.signal)) {
+    if (CodeCut(r.signal)) {
         longNext_ = !takeLong;
         view_.setStatus(takeLong ? "The code is longer than a long recording (900 ms): it cannot be learned."
                                  : kLongerThanCapture);

@@ -390,6 +390,16 @@ TEST_F(LearningTest, LongPulseDistanceCodeLearnsStoresSendsAndMatches) {
     std::vector<int> lengths;
     for (const auto& c : source.calls) lengths.push_back(c.length);
     EXPECT_EQ(lengths, (std::vector<int>{600, 2048, 2048, 600}));
+
+    // A press of two frames, 64 and 152 bits, cut in its second: taken long too, then whole.
+    std::string two = "G" + bits.substr(0, 64) + "G" + bits.substr(64, 152), sentTwo = two;
+    h.sendpls = 560;
+    const auto runsTwo = CellsToRuns(EncodeCommand(sentTwo, h, toggle), h.sendpls);
+    Record(SampleRuns(runsTwo, kSampleUs, kRecordBytes));
+    EXPECT_EQ(view.text("CodeStr"), "");
+    Record(SampleRuns(runsTwo, kSampleUs, kLongCaptureBytes));
+    EXPECT_EQ(view.text("CodeStr"), two);
+    EXPECT_EQ(source.calls.back().length, 2048);
 }
 
 // A key pressed twice at a standard receiver on COM1, sampled by the capture library's own
