@@ -47,79 +47,120 @@ def general(text, key, value):
     return text[:start] + key + "= " + value + text[text.index("\r", start):]
 
 
-def main(program, tool, config, shots):
-    if not shutil.which("Xvfb"):
-        return print("skipped: no Xvfb") or 77
-    folder = tempfile.mkdtemp(prefix="quenix-lirc-")
-    source, ran = os.path.dirname(program), os.path.join(folder, "ran")
-    for name in (n for n in os.listdir(source) if os.path.isfile(os.path.join(source, n))):
-        shutil.copy2(os.path.join(source, name), folder)
+def prepared_config(config, folder, keys):
+    """The shipped file on a kernel receiver, monitoring off, keys' events counted in folder/ran,
+    and the devices the shipped file lacks, holding the KEYS' codes when keys says so."""
     text = open(config, newline="").read()
     for key, value in (("COMPORT", "100"), ("ITYPE", "5"), ("IRINENA", "1"), ("MONITOR", "0"), ("WINAMPENA", "0")):
         text = general(text, key, value)
     counter = os.path.join(folder, "count.sh")
-    open(counter, "w").write('#!/bin/sh\necho "$1" >> %s\n' % ran)
+    open(counter, "w").write('#!/bin/sh\necho "$1" >> %s\n' % os.path.join(folder, "ran"))
     os.chmod(counter, 0o755)
     apps = "".join("%s %s,Count %s\r\n" % (counter, name, name) for name in KEYS)
     events = "".join("%s,application&Count %s\r\n" % (KEYS[name][1], name) for name in KEYS)
     text = text.replace("[Monitoring]\r\n", apps + "[Monitoring]\r\n" + events)
     for (name, proto, unit, repeat, bitg, bit0, bit1, grepeat), key in zip(DEVICES, ("mce", "jvc", "panasonic")):
+        command = "%s,%s\r\n" % (KEYS[key][2], KEYS[key][1].split("&")[1]) if keys else ""
         section = "[%s]\r\n# for the test\r\nGPROTO=%d\r\nSENDPLS=%d\r\nREPEAT=%d\r\nBITG= %s\r\nBIT0= %s\r\n" \
-                  "BIT1= %s\r\nGREPEAT=%d\r\n%s,%s\r\n" % (name, proto, unit, repeat, bitg, bit0, bit1, grepeat,
-                                                        KEYS[key][2], KEYS[key][1].split("&")[1])
+                  "BIT1= %s\r\nGREPEAT=%d\r\n%s" % (name, proto, unit, repeat, bitg, bit0, bit1, grepeat, command)
         text = text.replace("[X10]\r\n", section + "[X10]\r\n")
-    open(os.path.join(folder, "telvorin.cfg"), "w", newline="").write(text)
-    fifo = os.path.join(folder, "fifo")
-    os.mkfifo(fifo)
-    os.symlink(fifo, os.path.join(folder, "lirc0"))
+    return text
 
-    read, write = os.pipe()
-    xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
-                            pass_fds=[write], stderr=subprocess.DEVNULL)
-    os.close(write)
-    env = dict(os.environ, DISPLAY=":" + os.read(read, 16).decode().strip(), QT_QPA_PLATFORM="xcb",
-               ASAN_OPTIONS="detect_leaks=0", SDL_AUDIODRIVER="dummy")
-    app = subprocess.Popen([os.path.join(folder, os.path.basename(program))], env=env)
-    try:
+
+class Program:
+    """The program in a copy of its folder on its own X server, its lirc0 a FIFO held open as fd."""
+
+    def __init__(self, program, config, keys=True):
+        self.folder = tempfile.mkdtemp(prefix="quenix-lirc-")
+        source = os.path.dirname(program)
+        for name in (n for n in os.listdir(source) if os.path.isfile(os.path.join(source, n))):
+            shutil.copy2(os.path.join(source, name), self.folder)
+        self.config = os.path.join(self.folder, "telvorin.cfg")
+        open(self.config, "w", newline="").write(prepared_config(config, self.folder, keys))
+        fifo = os.path.join(self.folder, "fifo")
+        os.mkfifo(fifo)
+        os.symlink(fifo, os.path.join(self.folder, "lirc0"))
+        read, write = os.pipe()
+        self.xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
+                                     pass_fds=[write], stderr=subprocess.DEVNULL)
+        os.close(write)
+        self.env = dict(os.environ, DISPLAY=":" + os.read(read, 16).decode().strip(), QT_QPA_PLATFORM="xcb",
+                        ASAN_OPTIONS="detect_leaks=0", SDL_AUDIODRIVER="dummy")
+        self.program = os.path.join(self.folder, os.path.basename(program))
+        self.start()
+
+    def start(self):
+        self.app = subprocess.Popen([self.program], env=self.env)
+        fifo = os.path.join(self.folder, "fifo")
+
         def opened():  # the program holds the FIFO open: a writer may open it now
             try:
                 return os.open(fifo, os.O_WRONLY | os.O_NONBLOCK)
             except OSError:
                 return None
-        fd = wait_for(opened, "the program to open LIRC0")
-        ran_lines = lambda: open(ran).read().split() if os.path.exists(ran) else []
-        os.write(fd, press(tool, "sony", 3))  # before monitoring starts
-        time.sleep(1)
-        subprocess.check_call(["xdotool", "search", "--sync", "--onlyvisible", "--name", "Quenix", "windowfocus", "--sync", "key", "F5"],
-                              env=env)
-        time.sleep(1.5)
-        failed = 0
-        if ran_lines():
-            failed += 1
-            print("FAIL: a key from before F5 ran", ran_lines())
-        expected = []
-        for name in KEYS:
-            for frames in (3, 10):  # tapped, then held
-                os.write(fd, press(tool, name, frames))
-                expected.append(name)
-                wait_for(lambda: len(ran_lines()) >= len(expected), "the %s key's event" % name)
-                time.sleep(0.6)  # more would have come by now; the next press is a new one
-        if ran_lines() != expected:
-            failed += 1
-            print("FAIL: events ran", ran_lines(), "expected", expected)
-        time.sleep(0.5)  # let the window show what it received
+        self.fd = wait_for(opened, "the program to open LIRC0")
+
+    def stop(self):
+        os.close(self.fd)
+        self.app.terminate()
+        self.app.wait(20)
+
+    def ran(self):
+        path = os.path.join(self.folder, "ran")
+        return open(path).read().split() if os.path.exists(path) else []
+
+    def xdotool(self, *args):
+        """xdotool's command on the main window (found by its process: its title follows the device)."""
+        subprocess.check_call(["xdotool", "search", "--sync", "--onlyvisible", "--pid", str(self.app.pid),
+                               "--name", "v[0-9]", "windowfocus", "--sync"] + list(args), env=self.env)
+
+    def shot(self, shots, name):
         os.makedirs(shots, exist_ok=True)
-        subprocess.check_call(["import", "-display", env["DISPLAY"], "-window", "root",
-                               os.path.join(shots, "kernel_ir_monitoring.png")])
-        print("%d passed, %d failed" % (2 - failed, failed))
+        subprocess.check_call(["import", "-display", self.env["DISPLAY"], "-window", "root", os.path.join(shots, name)])
+
+    def close(self):
+        self.stop()
+        self.xvfb.terminate()
+        self.xvfb.wait()
+        shutil.rmtree(self.folder)
+
+
+def run(check, program, config, keys, *args):
+    """check(p, *args) on the program, answering how many checks failed out of how many."""
+    if not shutil.which("Xvfb") or not shutil.which("xdotool"):
+        return print("skipped: no Xvfb or xdotool") or 77
+    p = Program(program, config, keys)
+    try:
+        failed, checks = check(p, *args)
+        print("%d passed, %d failed" % (checks - failed, failed))
         return 1 if failed else 0
     finally:
-        app.terminate()
-        app.wait(20)
-        xvfb.terminate()
-        xvfb.wait()
-        shutil.rmtree(folder)
+        p.close()
+
+
+def monitored(p, tool, shots):
+    os.write(p.fd, press(tool, "sony", 3))  # before monitoring starts
+    time.sleep(1)
+    p.xdotool("key", "F5")
+    time.sleep(1.5)
+    failed = 0
+    if p.ran():
+        failed += 1
+        print("FAIL: a key from before F5 ran", p.ran())
+    expected = []
+    for name in KEYS:
+        for frames in (3, 10):  # tapped, then held
+            os.write(p.fd, press(tool, name, frames))
+            expected.append(name)
+            wait_for(lambda: len(p.ran()) >= len(expected), "the %s key's event" % name)
+            time.sleep(0.6)  # more would have come by now; the next press is a new one
+    if p.ran() != expected:
+        failed += 1
+        print("FAIL: events ran", p.ran(), "expected", expected)
+    time.sleep(0.5)  # let the window show what it received
+    p.shot(shots, "kernel_ir_monitoring.png")
+    return failed, 2
 
 
 if __name__ == "__main__":
-    sys.exit(main(*sys.argv[1:5]))
+    sys.exit(run(monitored, sys.argv[1], sys.argv[3], True, sys.argv[2], sys.argv[4]))
