@@ -8,18 +8,24 @@
 #include "core/module.h"
 #include "io/serial_port.h"
 #include "ui/frm_main.h"
+#include "ui/icon_loading.h"
 #include "ui/qt_dialogs.h"
 
 #include "session_end.h"
+#include "startup_warmup.h"
 
 #include <QApplication>
+#include <QStyleFactory>
 #include <QThread>
 
 #include <cstdlib>
 
 int main(int argc, char** argv) {
+    StartupWarmup warmup;
     QApplication app(argc, argv);
+    warmup.ApplicationReady();
     app.setApplicationName("Quenix Remote Manager");
+    app.setStyle(new quenix::DeferredIconStyle(QStyleFactory::create(app.style()->name())));
     // The window hides in the notification area; only the exit ends the program.
     app.setQuitOnLastWindowClosed(false);
 
@@ -47,14 +53,11 @@ int main(int argc, char** argv) {
         // The exit's work is done, so the process ends here.
         if (!running || QThread::currentThread()->loopLevel() > 1) std::_Exit(0);
     });
-    if (!window.startUp()) return 1;
     // Started with the session: minimised, the window goes to the notification area when there is
     // one, and stays on the task bar otherwise.
-    if (app.arguments().contains(quenix::kStartMinimisedOption)) {
-        window.showMinimized();
-    } else {
-        window.show();
-    }
+    const bool minimised = app.arguments().contains(quenix::kStartMinimisedOption);
+    if (!window.startUp(!minimised)) return 1;
+    if (minimised) window.showMinimized();
     running = true;
     return app.exec();
 }

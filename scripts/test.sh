@@ -10,7 +10,7 @@ bash scripts/install-deps.sh test
 # together; a crash, a leak or an input that runs longer than the time-out fails the run.
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
-for target in config capture pulse_text mode2 import lircd_conf lircd_socket phone x10 events codes; do
+for target in config capture pulse_text mode2 import lircd_conf lircd_socket phone x10 events codes ico; do
     work=build/fuzz/corpus-work/$target
     rm -rf "$work" && mkdir -p "$work"
     cp tests/fuzz/corpus/"$target"/* "$work"/ 2>/dev/null || true

@@ -83,6 +83,7 @@ bool MainController::StartUp() {
     }
     const Settings& s = ctx_.settings();
     view_.setText("frmMain", FullTitle());
+    Call(hooks_.showWindow);
 
     if (s.irInEna || s.irOutEna) Wait("Starting...");
 

@@ -39,6 +39,9 @@ public:
         std::function<void(const std::string&)> iconChanged;
         // The window switched between the full and the compact layout.
         std::function<void(bool compact)> compactChanged;
+        // The configuration has loaded and the window has its title: the window can be seen
+        // while the interfaces start behind the progress window.
+        std::function<void()> showWindow;
     };
 
     static constexpr const char* kSupportMail = "support@quenix-remote.org";

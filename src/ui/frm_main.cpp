@@ -29,6 +29,7 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
+#include "ui/icon_loading.h"
 #include "ui/new_protocol_form.h"
 #include "ui/signal_widget.h"
 
@@ -127,17 +128,19 @@ FrmMain::FrmMain(Context& ctx, Io io, QWidget* parent)
     }
 #endif
     hooks.iconChanged = [this](const std::string& file) {
-        QIcon icon(Q(ctx_.config.dataFolder() + "/" + file));
-        // A missing or unreadable file still makes a non-null icon that draws nothing. A
-        // minimised window lives only behind its tray icon, so it still needs one.
-        if (icon.pixmap(32).isNull()) {
-            if (!tray_->icon().pixmap(32).isNull()) return;
+        QIcon icon = IconFromFile(Q(ctx_.config.dataFolder() + "/" + file));
+        // A minimised window lives only behind its tray icon, so a missing file still needs one.
+        if (icon.isNull()) {
+            if (!trayIcon()->icon().pixmap(32).isNull()) return;
             icon = style()->standardIcon(QStyle::SP_ComputerIcon);
         }
-        tray_->setIcon(icon);
+        trayIcon()->setIcon(icon);
         setWindowIcon(icon);
     };
     hooks.compactChanged = [this](bool compact) { setCompactLayout(compact); };
+    hooks.showWindow = [this] {
+        if (showWhenLoaded_) show();
+    };
     main_ = std::make_unique<MainController>(ctx_, view_, waitView_, *browser_, std::move(hooks));
     wire();
     wireReceiver(io);
@@ -445,9 +448,22 @@ void FrmMain::buildTray() {
     addAction(trayMenu_, "mnuRestartMonitor", "Rest&art monitoring");
     trayMenu_->addSeparator();
     addAction(trayMenu_, "mnuExit", "E&xit");
+}
+
+QSystemTrayIcon* FrmMain::trayIcon() {
+    // Made when start-up first sets its icon, after the window shows: asking the desktop for a
+    // notification area takes a bus round trip.
+    if (tray_) return tray_;
     tray_ = new QSystemTrayIcon(this);
     tray_->setObjectName("TrayIcon");
     tray_->setContextMenu(trayMenu_);
+    connect(tray_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::DoubleClick || reason == QSystemTrayIcon::Trigger) {
+            showNormal();
+            activateWindow();
+        }
+    });
+    return tray_;
 }
 
 void FrmMain::buildTimers() {
@@ -495,17 +511,12 @@ void FrmMain::wire() {
         activateWindow();
     });
     connect(findChild<QPushButton*>("MinButton"), &QPushButton::clicked, this, [this] { main_->MinButton(); });
-
-    connect(tray_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::DoubleClick || reason == QSystemTrayIcon::Trigger) {
-            showNormal();
-            activateWindow();
-        }
-    });
 }
 
-bool FrmMain::startUp() {
-    wait_->adjustSize();
+bool FrmMain::startUp(bool show) {
+    // The window appears as soon as it has its title; the lists fill in while the progress
+    // window above it names the interface that is starting.
+    showWhenLoaded_ = show;
     // What the window said while it was wired would vanish under start-up's texts: it is a lasting
     // state, and moves beside them.
     const std::string told = view_.text("StatusBar");
@@ -537,7 +548,7 @@ void FrmMain::exitProgram() {
     exiting_ = true;
     // A configuration that did not load is the user's to mend: it is not written back.
     if (started_) main_->Exit();
-    tray_->hide();
+    if (tray_) tray_->hide();
     wait_->hide();
     hide();
     QApplication::quit();
@@ -549,7 +560,7 @@ void FrmMain::changeEvent(QEvent* event) {
     if (isMinimized()) {
         // Without a notification area the window stays on the task bar, or it would be lost.
         if (QSystemTrayIcon::isSystemTrayAvailable()) {
-            tray_->setToolTip(windowTitle().left(63));
+            trayIcon()->setToolTip(windowTitle().left(63));
             QTimer::singleShot(0, this, [this] { main_->Minimised(); });
         }
     } else {

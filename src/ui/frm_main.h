@@ -60,7 +60,8 @@ public:
     ~FrmMain() override;
 
     // The load handler. False when the configuration could not be loaded: the program ends.
-    bool startUp();
+    // With `show`, the window is shown as soon as the configuration has loaded.
+    bool startUp(bool show = false);
 
     QtView& view() { return view_; }
     MainController& controller() { return *main_; }
@@ -68,7 +69,7 @@ public:
     ReceiverController* receiver() { return receiver_.get(); }
     // A menu or tray action by object name, or null.
     QAction* action(const QString& name) const;
-    QSystemTrayIcon* trayIcon() const { return tray_; }
+    QSystemTrayIcon* trayIcon();
     QMenu* trayMenu() const { return trayMenu_; }
     FrmWaitToStart* waitWindow() const { return wait_.get(); }
 
@@ -135,6 +136,7 @@ private:
     QWidget* learnButtons_ = nullptr; // Record, Save, Delete
     QMenu* trayMenu_ = nullptr;
     QSystemTrayIcon* tray_ = nullptr;
+    bool showWhenLoaded_ = false;
     QActionGroup* interfaceGroup_ = nullptr;
     QSize fullSize_;
     bool started_ = false;

@@ -15,6 +15,8 @@
 #include <QStatusBar>
 #include <QSystemTrayIcon>
 
+#include <functional>
+
 namespace quenix::testing {
 namespace {
 
@@ -135,6 +137,36 @@ TEST(FrmMain, NamesSpokenNamesAcceleratorsAndClicks) {
     QtView(wait).setText("WaitText", "Initialize Infrared OUT...");
     ExpectNothingClipped(wait, "start-up progress");
     Shot(wait, "wait_to_start");
+}
+
+// Calls back when its object is shown.
+class ShowSpy : public QObject {
+public:
+    explicit ShowSpy(std::function<void()> shown) : shown_(std::move(shown)) {}
+    bool eventFilter(QObject*, QEvent* e) override {
+        if (e->type() == QEvent::Show) shown_();
+        return false;
+    }
+
+private:
+    std::function<void()> shown_;
+};
+
+// The program's own start shows the window once the configuration has loaded, beneath the
+// progress window; a configuration that does not load shows no window at all.
+TEST(FrmMain, StartUpShowsTheWindowOnceTheConfigurationHasLoaded) {
+    for (bool loads : {true, false}) {
+        WindowRig rig;
+        if (!loads) rig.dir.write("telvorin.cfg", "[General]\r\n");
+        int progressShown = 0, beneath = 0;
+        ShowSpy spy([&] { ++progressShown, beneath += rig.window->isVisible(); });
+        rig.window->waitWindow()->installEventFilter(&spy);
+        EXPECT_EQ(rig.window->startUp(true), loads);
+        EXPECT_EQ(rig.window->isVisible(), loads);
+        EXPECT_EQ(progressShown, loads ? 1 : 0);
+        EXPECT_EQ(beneath, progressShown);
+        EXPECT_FALSE(rig.window->waitWindow()->isVisible());
+    }
 }
 
 // Needs the tray host of QUENIX_UI_XVFB. Without icon files the tray still shows an icon, or the

@@ -1,0 +1,4 @@
+#include "startup_warmup.h"
+
+// The system's own font service has nothing to read ahead.
+void ReadFontConfiguration() {}
