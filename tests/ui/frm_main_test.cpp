@@ -12,6 +12,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QStatusBar>
 #include <QSystemTrayIcon>
 
@@ -186,8 +187,11 @@ TEST(Screens, TrayIconAndMenuWithAndWithoutIconFiles) {
         EXPECT_FALSE(rig.window->trayIcon()->icon().pixmap(32).isNull()) << iconFiles;
 
         QMenu* menu = rig.window->trayMenu();
+        // Under trayer Qt places an embedded icon at the origin; the tray sits at the bottom right.
         QRect icon = rig.window->trayIcon()->geometry();
-        menu->popup(icon.isValid() ? icon.topLeft() - QPoint(0, menu->sizeHint().height()) : QPoint(1000, 600));
+        const QRect screen = menu->screen()->geometry();
+        if (!icon.isValid() || icon.topLeft().isNull()) icon = QRect(screen.bottomRight() - QPoint(24, 24), QSize(24, 24));
+        menu->popup(icon.topLeft() - QPoint(0, menu->sizeHint().height()));
         Shot(menu, "tray_menu");
         Shot(nullptr, iconFiles ? "screen_tray" : "screen_tray_no_icon_files");
         menu->hide();
