@@ -1,5 +1,6 @@
 #include "ir/recorder.h"
 
+#include "ir/analysis.h"
 #include "ir/codec.h"
 #include "ir/decoder.h"
 #include "ir/frame_list.h"
@@ -45,7 +46,7 @@ Recorder::Recorder(Context& ctx, View& view, CaptureSource& source, Waveform& wa
 
 void Recorder::clearPanel() {
     for (const char* field : {"ProtocolName", "ProtocolParams", "GProt", "BitNr", "CmdVal", "AddrVal", "ToggleVal",
-                              "GType", "MultiSeq", "IRCommand", "CodeStr", "SendPulse"})
+                              "GType", "MultiSeq", "IRCommand", "CodeStr", "SendPulse", "plen1", "plen0"})
         view_.setText(field, "");
     view_.setColor("ProtocolName", View::ColorRole::Background, kNormalField);
     view_.setColor("CodeStr", View::ColorRole::Background, kNormalField);
@@ -80,7 +81,13 @@ void Recorder::onRecButton() {
         return;
     }
     waveform_.Show(r.signal);
-    if (r.unitSamples > 0) view_.setText("SendPulse", std::to_string(std::lround(decoded.unit * kSampleUs)));
+    if (r.unitSamples > 0) {
+        view_.setText("SendPulse", std::to_string(std::lround(decoded.unit * kSampleUs)));
+        // The measured runs beside the picture, as monitoring shows them for a key it hears.
+        const QuantisedSamples runs = QuantiseSamples(waveform_.samples(), r.unitSamples);
+        view_.setText("plen1", runs.plen1);
+        view_.setText("plen0", runs.plen0);
+    }
     if (r.unitSamples == 0 || r.protocol == kProtoUnknown) {
         if (r.unitSamples > 0) showProtocol(kProtoUnknown);
         view_.setStatus(r.status);

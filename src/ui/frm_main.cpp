@@ -376,6 +376,8 @@ QWidget* FrmMain::buildRecordPanel() {
     auto* name = Field(box, "ProtocolName", "The protocol recognised", 6);
     name->setReadOnly(true);
     auto* params = Named(new QLabel(box), "ProtocolParams");
+    // A long scancode wraps rather than widening the window.
+    params->setWordWrap(true);
     auto* gprot = Field(box, "GProt", "Generic Protocol detected", 3);
     auto* bits = Field(box, "BitNr", "Number of bits for the current code", 3);
     auto* cmd = Field(box, "CmdVal", "Command (dec.)", 5);

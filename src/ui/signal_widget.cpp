@@ -39,14 +39,16 @@ void SignalWidget::paintEvent(QPaintEvent* event) {
         return;
     }
     p.setPen(QPen(FromBgr(drawing_->colorBgr), 1));
-    for (const WaveEdge& e : drawing_->edges) p.drawLine(QPointF(e.x, drawing_->yLow), QPointF(e.x, drawing_->yHigh));
+    const double down = height() / kUnitsHigh;
+    const double low = drawing_->yLow * down, high = drawing_->yHigh * down;
+    for (const WaveEdge& e : drawing_->edges) p.drawLine(QPointF(e.x, low), QPointF(e.x, high));
     // Neighbouring samples are joined so that a zoomed-in trace stays a line.
     for (std::size_t i = 0; i < drawing_->dots.size(); ++i) {
         const WaveDot& d = drawing_->dots[i];
         if (i + 1 < drawing_->dots.size() && drawing_->dots[i + 1].y == d.y)
-            p.drawLine(QPointF(d.x, d.y), QPointF(drawing_->dots[i + 1].x, d.y));
+            p.drawLine(QPointF(d.x, d.y * down), QPointF(drawing_->dots[i + 1].x, d.y * down));
         else
-            p.drawPoint(QPointF(d.x, d.y));
+            p.drawPoint(QPointF(d.x, d.y * down));
     }
 }
 

@@ -16,8 +16,11 @@ class SignalWidget : public QFrame, public SignalCanvas {
 public:
     explicit SignalWidget(QWidget* parent = nullptr);
 
+    // Across, a unit is a pixel, so zoom 1 shows one sample a pixel. Down, the box is always
+    // kUnitsHigh units, so the trace's 40 units fill most of it whatever its size.
+    static constexpr double kUnitsHigh = 64;
     double canvasWidth() const override { return width(); }
-    double canvasHeight() const override { return height(); }
+    double canvasHeight() const override { return kUnitsHigh; }
     void paintSignal(const SignalDrawing& drawing) override;
     void showMessage(const std::string& text) override;
 

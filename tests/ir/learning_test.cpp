@@ -76,6 +76,8 @@ TEST_F(LearningTest, StatusAndPanelByCapture) {
         // Behind the label: the kernel's scancode, when the code has one.
         const std::string params = c.protocol.empty() || c.protocol == "UNK" ? "" : c.protocol + " params";
         EXPECT_EQ(view.text("ProtocolParams").substr(0, params.size()), params);
+        // The measured runs stand beside the picture whenever a pulse unit was read.
+        EXPECT_EQ(view.text("plen1").empty(), c.fields.back() == '/') << view.text("plen1");
     }
     EXPECT_EQ(source.calls.back().procDelay, 20);
     EXPECT_EQ(source.calls.back().length, 600);
@@ -86,6 +88,13 @@ TEST_F(LearningTest, StatusAndPanelByCapture) {
     EXPECT_EQ(view.text("StatusBar"), "You cannot record a command when monitoring function is activated!");
     EXPECT_EQ(view.text("BitNr"), "14");
     EXPECT_TRUE(source.calls.size() == calls && beeper.beeps.empty());
+    // The runs are counted in samples: the NEC lead-in's 9 ms mark comes first.
+    ctx.monitoring = false;
+    ctx.interfaceType = 0;
+    Record(Press(kProtoNec, "G00100000110111110001000011101111"));
+    const std::string marks = view.text("plen1"), gaps = view.text("plen0");
+    EXPECT_NEAR(std::atoi(marks.c_str() + 1), 9000 / kSampleUs, 3) << marks;
+    EXPECT_GE(std::count(gaps.begin(), gaps.end(), '-'), 32) << gaps;
 }
 
 TEST_F(LearningTest, TwoPressRule) {
