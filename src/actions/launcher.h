@@ -15,6 +15,13 @@ public:
     // Starts the command line and returns at once. shown: visible without taking the focus;
     // otherwise without a window where the system allows. False when it cannot start.
     virtual bool start(const std::string& commandLine, bool shown) = 0;
+    // The process the last successful start began, or 0 where the system does not say.
+    virtual long startedProcess() const { return 0; }
+    // Whether that process still runs; true where the system cannot tell.
+    virtual bool stillRunning(long process) const {
+        (void)process;
+        return true;
+    }
     // The program a command line would start; empty when there is none to start.
     virtual std::string program(const std::string& commandLine) const = 0;
 };

@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -32,8 +34,14 @@ public:
         argv.push_back(nullptr);
 
         // The program reports a failed exec through this pipe; it closes unread when the exec works.
-        int report[2];
+        // The middle child names the program's process through the other.
+        int report[2], named[2];
         if (pipe2(report, O_CLOEXEC) != 0) return false;
+        if (pipe2(named, O_CLOEXEC) != 0) {
+            close(report[0]);
+            close(report[1]);
+            return false;
+        }
         // No terminal for a hidden program: it neither reads nor writes ours.
         const int devnull = shown ? -1 : open("/dev/null", O_RDWR | O_CLOEXEC);
         const pid_t middle = fork();
@@ -47,25 +55,47 @@ public:
                     for (int fd = 0; fd <= 2; ++fd) dup2(devnull, fd);
                 execv(argv[0], argv.data());
             }
-            if (pid > 0) _exit(0);
+            if (pid > 0) {
+                (void)!write(named[1], &pid, sizeof pid);
+                _exit(0);
+            }
             const int err = errno; // the fork or the exec failed
             (void)!write(report[1], &err, sizeof err);
             _exit(127);
         }
         close(report[1]);
+        close(named[1]);
         if (devnull >= 0) close(devnull);
         if (middle < 0) {
             close(report[0]);
+            close(named[0]);
             return false;
         }
         while (waitpid(middle, nullptr, 0) < 0 && errno == EINTR) {
         }
+        pid_t started = 0;
+        while (read(named[0], &started, sizeof started) < 0 && errno == EINTR) {
+        }
+        close(named[0]);
         int err = 0;
         ssize_t n;
         while ((n = read(report[0], &err, sizeof err)) < 0 && errno == EINTR) {
         }
         close(report[0]);
+        started_ = n == 0 ? started : 0;
         return n == 0;
+    }
+
+    long startedProcess() const override { return started_; }
+
+    // init may not have reaped it yet: an ended program lingers as a zombie ("Z").
+    bool stillRunning(long process) const override {
+        if (process <= 0) return true;
+        std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
+        std::string line;
+        if (!std::getline(stat, line)) return kill(static_cast<pid_t>(process), 0) == 0 || errno == EPERM;
+        const std::size_t close = line.rfind(')');
+        return close == std::string::npos || close + 2 >= line.size() || line[close + 2] != 'Z';
     }
 
 private:
@@ -89,6 +119,7 @@ private:
     }
 
     std::string folder_;
+    pid_t started_ = 0;
 };
 
 } // namespace

@@ -10,6 +10,8 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -249,6 +251,37 @@ TEST(MprisPlayer, TheShippedPlayerStartsStaysUpAndAnswers) {
     EXPECT_TRUE(status("Stopped"));
     EXPECT_EQ(run("POWER OFF"), "Winamp CLOSED.");
     EXPECT_TRUE(Eventually([&] { return winamp.Version() == 0; }));
+}
+
+// A player that never reaches the bus (one without MPRIS, or one that ends at once) leaves the
+// word unanswered. One that keeps running is started only once; one that has ended does not
+// keep the window waiting and is started again at the next word.
+TEST(MprisPlayer, APlayerThatNeverReachesTheBusIsStartedOnceWhileItRuns) {
+    ASSERT_TRUE(HaveProgram("dbus-daemon"));
+    ChildProcess bus({"dbus-daemon", "--session", "--nofork", "--print-address=1"});
+    const std::string address = bus.readLine(10000);
+    ASSERT_FALSE(address.empty());
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    Rig rig;
+    TempDir dir;
+    for (bool stays : {false, true}) {
+        SCOPED_TRACE(stays ? "keeps running" : "ends at once");
+        const std::string starts = dir.file(stays ? "stays.txt" : "ends.txt").string();
+        const std::string player = dir.file(stays ? "stays.sh" : "ends.sh").string();
+        dir.write(stays ? "stays.sh" : "ends.sh",
+                  "#!/bin/sh\necho $$ >> '" + starts + "'\n" + (stays ? "exec sleep 60\n" : "exit 0\n"));
+        std::filesystem::permissions(player, std::filesystem::perms::owner_all);
+        auto link = MakeSystemWinampLink(player);
+        clsWinamp winamp(*link, dir.str());
+        for (int press = 0; press < 3; ++press)
+            EXPECT_EQ(WinampAction(rig.ctx, winamp, "play"), "The media player is not running!");
+        std::ifstream in(starts);
+        std::vector<int> pids;
+        for (int pid; in >> pid;) pids.push_back(pid);
+        EXPECT_EQ(pids.size(), stays ? 1u : 3u);
+        for (int pid : pids) kill(pid, SIGTERM);
+    }
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
 }
 
 } // namespace

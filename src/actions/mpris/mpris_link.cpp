@@ -182,11 +182,17 @@ public:
     }
 
     bool startPlayer() override {
+        // A player started before that still runs without reaching the bus speaks no MPRIS:
+        // another copy would do no better, and each would keep the window waiting.
+        if (started_ > 0 && launcher_->stillRunning(started_)) return !player().empty();
         if (path_.empty() || !launcher_->start(path_, true)) return false;
-        // A player takes a moment to reach the bus, and one that ends at once never does.
-        for (int i = 0; i < kStartPolls && player().empty(); ++i)
+        started_ = launcher_->startedProcess();
+        // A player takes a moment to reach the bus; one that ends never does.
+        for (int i = 0; i < kStartPolls && player().empty() && launcher_->stillRunning(started_); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(kStartPollMs));
-        return !player().empty();
+        if (player().empty()) return false;
+        started_ = 0;
+        return true;
     }
 
 private:
@@ -319,6 +325,7 @@ private:
     }
 
     std::string path_, program_;
+    long started_ = 0; // a player started here that has not reached the bus
     sd_bus* bus_ = nullptr;
     std::unique_ptr<ProgramLauncher> launcher_ = MakeSystemLauncher();
 };
