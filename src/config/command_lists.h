@@ -7,7 +7,9 @@ namespace quenix {
 
 inline constexpr const char* kBtCommands =
     "CONNECTED,DISCONNECTED,YES,C,NO,LEFT,RIGHT,1,2,3,4,5,6,7,8,9,0,#,UP,DOWN,FLIP OPEN,FLIP CLOSED,";
-// The browser remote's keypad: input keys of the device "Web" (Web&Play).
+// The browser remote's keypad: input keys of the device "Web" (Web&Play). A learned device
+// cannot take its name, or their events would be one.
+inline constexpr const char* kWebKeypadDevice = "Web";
 inline constexpr const char* kWebCommands = "Power,Menu,Back,Up,Down,Left,Right,OK,Play,Pause,Stop,Prev,Next,Rew,FFw,"
                                             "VolUp,VolDown,Mute,ChUp,ChDown,1,2,3,4,5,6,7,8,9,0,";
 inline constexpr const char* kX10Commands = "All-U-Off,All-L-On,On,Off,Dim,Bri,All-L-Off,";

@@ -2,6 +2,7 @@
 
 #include "config/atomic_file.h"
 #include "config/browser_controller.h"
+#include "config/command_lists.h"
 #include "config/config_text.h"
 #include "core/text.h"
 
@@ -170,6 +171,7 @@ std::optional<std::string> ImportExport::ImportDevice(const std::string& name) {
                 // would make the imported codes unreachable.
                 const std::string lowerTarget = ToLower(target);
                 if (lowerTarget == "general" || lowerTarget == "end" || lowerTarget == "zvk" ||
+                    lowerTarget == ToLower(kWebKeypadDevice) ||
                     KindOfDevice(target) != DeviceKind::Infrared || target.find_first_of("%&") != std::string::npos) {
                     ctx_.dialogs.message("This is a reserved name!");
                     continue;

@@ -1,5 +1,6 @@
 #include "ir/device_editor.h"
 
+#include "config/command_lists.h"
 #include "core/text.h"
 #include "ir/protocols.h"
 
@@ -125,7 +126,8 @@ bool DeviceEditor::OnCreate() {
     h.name = Trim(form_.text("CProtIn"));
     form_.setText("CProtIn", h.name);
     std::string lower = ToLower(h.name);
-    if (lower == "end" || lower == "general") return Refuse("This is a reserved name!");
+    if (lower == "end" || lower == "general" || lower == ToLower(kWebKeypadDevice))
+        return Refuse("This is a reserved name!");
 
     for (const char* box : kValueBoxes) form_.setText(box, Trim(form_.text(box)));
     h.description = form_.text("ProtDesc");

@@ -45,7 +45,7 @@ std::vector<std::string> SectionCommands(std::string_view text, std::string_view
 
 std::vector<std::string> InputCommands(std::string_view text, const std::string& device) {
     if (device == "BT") return SplitCommaList(kBtCommands);
-    if (device == "Web") return SplitCommaList(kWebCommands);
+    if (device == kWebKeypadDevice) return SplitCommaList(kWebCommands);
     return SectionCommands(text, device);
 }
 
@@ -92,7 +92,7 @@ void MonitorEvents::Load() {
     view_.setItems("OutDev", devices);
     // The browser remote's keypad is an input only, always offered like the phone's keys.
     if (devices == std::vector<std::string>{"none"}) devices.clear();
-    devices.push_back("Web");
+    devices.push_back(kWebKeypadDevice);
     view_.setItems("IRDev", devices);
     std::vector<std::string> indexes;
     for (int i = 0; i <= 9; ++i) indexes.push_back(std::to_string(i));

@@ -9,6 +9,7 @@
 // POST /api/send {"device","command"}, and the WebSocket at /ws. Without the token or its cookie
 // nothing but a short "pair first" answer.
 
+#include "config/command_lists.h"
 #include "config/settings.h"
 #include "monitor/key_press.h"
 #include "web/web_limits.h"
@@ -23,7 +24,7 @@
 
 namespace quenix::web {
 
-inline constexpr const char* kKeyDevice = "Web";
+inline constexpr const char* kKeyDevice = kWebKeypadDevice;
 inline constexpr const char* kCookieName = "quenix";
 // Between two "held" messages of one press; a longer silence ends it.
 inline constexpr std::int64_t kHoldGapMs = 1000;

@@ -92,11 +92,12 @@ TEST_F(ImportExportTest, ExistingDeviceOverrideOrRename) {
     const Case cases[] = {
         {{MsgAnswer::Ok}, {}, "Sony TV", {}},
         {{MsgAnswer::Cancel}, {""}, "", {}},
-        {{MsgAnswer::Cancel, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok},
-         {"Bed,room", "set-top box", "TV", "Mouse", "zvk", " Bedroom TV "},
+        {{MsgAnswer::Cancel, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok, MsgAnswer::Ok},
+         {"Bed,room", "set-top box", "TV", "Mouse", "zvk", "WEB", " Bedroom TV "},
          "Bedroom TV",
          {"Device name cannot contain the following characters: [ ] , # ", "There is another device named set-top box",
-          "Device name must have 3 to 12 characters", "This is a reserved name!", "This is a reserved name!"}},
+          "Device name must have 3 to 12 characters", "This is a reserved name!", "This is a reserved name!",
+          "This is a reserved name!"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.imported);

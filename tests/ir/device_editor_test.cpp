@@ -51,6 +51,7 @@ TEST_F(DeviceEditorTest, ValidationOrderAndMessages) {
     const Case cases[] = {
         {"CProtIn", " End ", "This is a reserved name!", "SendPlsIn", "0"},
         {"CProtIn", "  GENERAL", "This is a reserved name!"},
+        {"CProtIn", "web", "This is a reserved name!"}, // the web keypad's events would be its own
         {"CProtIn", "ab", kLength},       {"CProtIn", "abc", ""},          {"CProtIn", "abcdefghijkl", ""},
         {"CProtIn", "abcdefghijklm", kLength},
         {"CProtIn", "ab%cd", kChars}, // refused, though the message does not name it
