@@ -15,6 +15,7 @@
 #include "startup_warmup.h"
 
 #include <QApplication>
+#include <QScopeGuard>
 #include <QStyleFactory>
 #include <QThread>
 
@@ -24,6 +25,7 @@ int main(int argc, char** argv) {
     StartupWarmup warmup;
     QApplication app(argc, argv);
     warmup.ApplicationReady();
+    const auto warmed = qScopeGuard([&warmup] { warmup.Finish(); });
     app.setApplicationName("Quenix Remote Manager");
     app.setStyle(new quenix::DeferredIconStyle(QStyleFactory::create(app.style()->name())));
     // The window hides in the notification area; only the exit ends the program.

@@ -6,6 +6,10 @@ StartupWarmup::StartupWarmup() : fonts_(ReadFontConfiguration) {}
 
 StartupWarmup::~StartupWarmup() {
     if (fonts_.joinable()) fonts_.join();
+    Finish();
+}
+
+void StartupWarmup::Finish() {
     if (plugins_.joinable()) plugins_.join();
 }
 

@@ -15,6 +15,8 @@ public:
 
     // Once the application object exists, before the first widget that measures text.
     void ApplicationReady();
+    // Before the application object goes: the plugin loader lives in it.
+    void Finish();
 
 private:
     std::thread fonts_;
