@@ -18,10 +18,7 @@ public:
     // The process the last successful start began, or 0 where the system does not say.
     virtual long startedProcess() const { return 0; }
     // Whether that process still runs; true where the system cannot tell.
-    virtual bool stillRunning(long process) const {
-        (void)process;
-        return true;
-    }
+    virtual bool stillRunning(long /*process*/) const { return true; }
     // The program a command line would start; empty when there is none to start.
     virtual std::string program(const std::string& commandLine) const = 0;
 };

@@ -35,7 +35,7 @@ constexpr std::int64_t kStallUs = 250000;
 constexpr int kMonitorFirstWaitMs = 50;
 constexpr std::uint32_t kDutyCyclePercent = 33;
 // What one write may carry: the kernel refuses more values, or a longer signal, in one go.
-// Kernels since 4.16 take 1023 values (the device's first limit), older ones 511; a frame
+// Kernels since 4.16 take 1023 values (maxWriteValues_ starts there), older ones 511; a frame
 // split between writes may have one space stretched by the sleep between them, so an air
 // conditioner's 256-bit frame goes whole where the kernel takes it.
 constexpr std::size_t kOldMaxWriteValues = 511;
